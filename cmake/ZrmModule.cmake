@@ -1,0 +1,21 @@
+# The extension module and, beside it, its stub package: <build>/python is what PYTHONPATH points to in development.
+
+set(bindings Utils/ZRMTools/python_bindings)
+zrm_glob(module_sources ${bindings}/*.cpp)
+if(NOT module_sources)
+    return()
+endif()
+
+# NO_EXTRAS: neither link-time optimization nor stripping, so the wheel and the tested build hold the same code.
+pybind11_add_module(pyzrm_313 MODULE NO_EXTRAS ${module_sources})
+target_include_directories(pyzrm_313 PRIVATE ${bindings})
+target_link_libraries(pyzrm_313 PRIVATE unimodel zrm_flags)
+target_link_options(pyzrm_313 PRIVATE -Wl,--exclude-libs,ALL)
+set_target_properties(pyzrm_313 PROPERTIES LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/python")
+
+set(stubs "${PROJECT_SOURCE_DIR}/${bindings}/stubs/pyzrm_313-stubs")
+file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/python")
+file(CREATE_LINK "${stubs}" "${PROJECT_BINARY_DIR}/python/pyzrm_313-stubs" SYMBOLIC)
+
+install(TARGETS pyzrm_313 LIBRARY DESTINATION . COMPONENT python)
+install(DIRECTORY "${stubs}" DESTINATION . COMPONENT python OPTIONAL)
