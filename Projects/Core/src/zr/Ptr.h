@@ -1,0 +1,103 @@
+#pragma once
+
+#include <atomic>
+#include <type_traits>
+
+#include <zr/types.h>
+
+namespace zr
+{
+/// Carries an intrusive reference count that starts at 0. It has no virtual functions, so a class that derives from
+/// it and has none either keeps the count as its first member. Copying an object never copies its count.
+class SharedLite
+{
+public:
+    SharedLite() noexcept = default;
+    SharedLite(const SharedLite&) noexcept {}
+    SharedLite& operator=(const SharedLite&) noexcept { return *this; }
+
+    void addReference() const noexcept { count.fetch_add(1); }
+    /// The count before the decrement.
+    u32 dropReference() const noexcept { return count.fetch_sub(1); }
+    u32 getReferenceCount() const noexcept { return count.load(); }
+
+private:
+    mutable std::atomic<u32> count{0};
+};
+
+/// A `SharedLite` that is deleted through its virtual destructor.
+class Shared : public SharedLite
+{
+public:
+    virtual ~Shared() = default;
+};
+
+/// Calls the virtual destructor with deletion.
+struct DefaultDeleter
+{
+    template <class T> void operator()(T* object) const { delete object; }
+};
+
+/// Owns one reference of an object that derives from `SharedLite`; the last owner runs `Deleter`.
+///
+/// One pointer wide. Every change is an atomic exchange, so that one thread may replace a Ptr while another releases
+/// its own copy; a plain read is safe only while the reader holds a reference of its own.
+template <class T, class Deleter = DefaultDeleter> class Ptr
+{
+public:
+    Ptr() noexcept = default;
+    Ptr(std::nullptr_t) noexcept {}
+    Ptr(T* object) noexcept : pointer(retained(object)) {}
+    Ptr(const Ptr& other) noexcept : pointer(retained(other.get())) {}
+    Ptr(Ptr&& other) noexcept : pointer(other.detach()) {}
+    template <class U, std::enable_if_t<std::is_convertible_v<U*, T*>, int> = 0>
+    Ptr(const Ptr<U, Deleter>& other) noexcept : pointer(retained(static_cast<T*>(other.get())))
+    {
+    }
+    template <class U, std::enable_if_t<std::is_convertible_v<U*, T*>, int> = 0>
+    Ptr(Ptr<U, Deleter>&& other) noexcept : pointer(other.detach())
+    {
+    }
+    ~Ptr() { drop(detach()); }
+
+    Ptr& operator=(const Ptr& other) noexcept
+    {
+        drop(pointer.exchange(retained(other.get())));
+        return *this;
+    }
+    Ptr& operator=(Ptr&& other) noexcept
+    {
+        drop(pointer.exchange(other.detach()));
+        return *this;
+    }
+
+    /// Leaves null and gives up the reference.
+    void release() noexcept { drop(detach()); }
+
+    /// Leaves null and hands the reference to the caller.
+    T* detach() noexcept { return pointer.exchange(nullptr); }
+
+    T* get() const noexcept { return pointer.load(std::memory_order_relaxed); }
+    T* operator->() const noexcept { return get(); }
+    T& operator*() const noexcept { return *get(); }
+    explicit operator bool() const noexcept { return get() != nullptr; }
+
+    friend bool operator==(const Ptr& a, const Ptr& b) noexcept { return a.get() == b.get(); }
+    friend bool operator==(const Ptr& a, std::nullptr_t) noexcept { return a.get() == nullptr; }
+
+private:
+    static T* retained(T* object) noexcept
+    {
+        if (object)
+            object->addReference();
+        return object;
+    }
+    static void drop(T* object)
+    {
+        if (object && object->dropReference() == 1)
+            Deleter{}(object);
+    }
+
+    std::atomic<T*> pointer{nullptr};
+};
+} // namespace zr
