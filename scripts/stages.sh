@@ -1,0 +1,47 @@
+# The checks behind ./dev test, asan and tsan. Sourced by ./dev in the project's root.
+
+failed=()
+
+# stage NAME COMMAND...: runs one check under a heading; a failure is remembered and the next check still runs.
+stage() {
+    local name=$1
+    shift
+    echo "== $name (at $SECONDS s)"
+    "$@" || failed+=("$name")
+}
+
+# The last line on success is that of the last test runner.
+finish_stages() {
+    [ ${#failed[@]} -eq 0 ] || die "failed: ${failed[*]}"
+}
+
+cxx_sources() {
+    find Projects Utils tests benchmarks \( -name '*.h' -o -name '*.cpp' \) -print0
+}
+
+check_format() {
+    cxx_sources | xargs -0 "$venv/bin/clang-format" --dry-run -Werror
+}
+
+# Builds the wheel as pip would, installs it into an empty folder and imports it from there. The build folder is kept, and
+# warnings are errors as in the presets, so that ccache serves the objects of the release build again.
+check_wheel() {
+    local dir=build/wheel pip=("$venv/bin/python" -m pip -q --disable-pip-version-check)
+    rm -rf $dir/dist $dir/site
+    "${pip[@]}" wheel . --no-deps --no-build-isolation -w $dir/dist -C build-dir=$dir/cmake \
+        -C cmake.define.CMAKE_COMPILE_WARNING_AS_ERROR=ON \
+        -C cmake.define.CMAKE_CXX_COMPILER_LAUNCHER="$(command -v ccache)" || return
+    "${pip[@]}" install --no-deps --target $dir/site $dir/dist/*.whl || return
+    [ -e $dir/site/pyzrm_313-stubs/__init__.pyi ] || { echo "the wheel has no stubs"; return 1; }
+    (cd $dir && PYTHONPATH=site "../../$venv/bin/python" -c 'import pyzrm_313; print("wheel:", pyzrm_313.__file__)')
+}
+
+# Python itself is not sanitized, so the runtime comes first by LD_PRELOAD (libstdc++ with it: its throw is intercepted).
+# PYTHONMALLOC=malloc gives each Python object a heap block of its own, so that over-reads of them show. Leaks are not looked
+# for: the interpreter leaves thousands of blocks to the end of the process.
+run_python_asan() {
+    local lib preload=
+    for lib in libasan.so libubsan.so libstdc++.so; do preload+=$(realpath "$(c++ -print-file-name=$lib)"):; done
+    export PYTHONMALLOC=malloc ASAN_OPTIONS=detect_leaks=0
+    LD_PRELOAD=$preload run_python asan "$@"
+}
