@@ -35,37 +35,58 @@ public:
 /// Calls the virtual destructor with deletion.
 struct DefaultDeleter
 {
-    template <class T> void operator()(T* object) const { delete object; }
+    template <class T>
+    void operator()(T* object) const
+    {
+        delete object;
+    }
 };
 
-/// Owns one reference of an object that derives from `SharedLite`; the last owner runs `Deleter`.
+/// Counts through `SharedLite`; the last owner runs `Deleter`.
+template <class Deleter>
+struct SharedCounting
+{
+    template <class T>
+    static void retain(T* object) noexcept
+    {
+        object->addReference();
+    }
+    template <class T>
+    static void drop(T* object)
+    {
+        if (object->dropReference() == 1) Deleter{}(object);
+    }
+};
+
+/// Owns one reference of an object; `Counting` says how references are counted.
 ///
-/// One pointer wide. Every change is an atomic exchange, so that one thread may replace a Ptr while another releases
-/// its own copy; a plain read is safe only while the reader holds a reference of its own.
-template <class T, class Deleter = DefaultDeleter> class Ptr
+/// One pointer wide. Every change is an atomic exchange, so that one thread may replace a pointer while another
+/// releases its own copy; a plain read is safe only while the reader holds a reference of its own.
+template <class T, class Counting>
+class BasicPtr
 {
 public:
-    Ptr() noexcept = default;
-    Ptr(std::nullptr_t) noexcept {}
-    Ptr(T* object) noexcept : pointer(retained(object)) {}
-    Ptr(const Ptr& other) noexcept : pointer(retained(other.get())) {}
-    Ptr(Ptr&& other) noexcept : pointer(other.detach()) {}
+    BasicPtr() noexcept = default;
+    BasicPtr(std::nullptr_t) noexcept {}
+    BasicPtr(T* object) noexcept : pointer(retained(object)) {}
+    BasicPtr(const BasicPtr& other) noexcept : pointer(retained(other.get())) {}
+    BasicPtr(BasicPtr&& other) noexcept : pointer(other.detach()) {}
     template <class U, std::enable_if_t<std::is_convertible_v<U*, T*>, int> = 0>
-    Ptr(const Ptr<U, Deleter>& other) noexcept : pointer(retained(static_cast<T*>(other.get())))
+    BasicPtr(const BasicPtr<U, Counting>& other) noexcept : pointer(retained(static_cast<T*>(other.get())))
     {
     }
     template <class U, std::enable_if_t<std::is_convertible_v<U*, T*>, int> = 0>
-    Ptr(Ptr<U, Deleter>&& other) noexcept : pointer(other.detach())
+    BasicPtr(BasicPtr<U, Counting>&& other) noexcept : pointer(other.detach())
     {
     }
-    ~Ptr() { drop(detach()); }
+    ~BasicPtr() { release(); }
 
-    Ptr& operator=(const Ptr& other) noexcept
+    BasicPtr& operator=(const BasicPtr& other) noexcept
     {
         drop(pointer.exchange(retained(other.get())));
         return *this;
     }
-    Ptr& operator=(Ptr&& other) noexcept
+    BasicPtr& operator=(BasicPtr&& other) noexcept
     {
         drop(pointer.exchange(other.detach()));
         return *this;
@@ -77,27 +98,32 @@ public:
     /// Leaves null and hands the reference to the caller.
     T* detach() noexcept { return pointer.exchange(nullptr); }
 
+    // A plain read: what the object holds was made visible together with the reference that its reader owns.
     T* get() const noexcept { return pointer.load(std::memory_order_relaxed); }
     T* operator->() const noexcept { return get(); }
     T& operator*() const noexcept { return *get(); }
     explicit operator bool() const noexcept { return get() != nullptr; }
 
-    friend bool operator==(const Ptr& a, const Ptr& b) noexcept { return a.get() == b.get(); }
-    friend bool operator==(const Ptr& a, std::nullptr_t) noexcept { return a.get() == nullptr; }
+    friend bool operator==(const BasicPtr& a, const BasicPtr& b) noexcept { return a.get() == b.get(); }
+    /// Without this a comparison would take and drop a reference of `b`, and free it if that was its only one.
+    friend bool operator==(const BasicPtr& a, const T* b) noexcept { return a.get() == b; }
+    friend bool operator==(const BasicPtr& a, std::nullptr_t) noexcept { return a.get() == nullptr; }
 
 private:
     static T* retained(T* object) noexcept
     {
-        if (object)
-            object->addReference();
+        if (object) Counting::retain(object);
         return object;
     }
     static void drop(T* object)
     {
-        if (object && object->dropReference() == 1)
-            Deleter{}(object);
+        if (object) Counting::drop(object);
     }
 
     std::atomic<T*> pointer{nullptr};
 };
+
+/// Owns one reference of an object that derives from `SharedLite`.
+template <class T, class Deleter = DefaultDeleter>
+using Ptr = BasicPtr<T, SharedCounting<Deleter>>;
 } // namespace zr

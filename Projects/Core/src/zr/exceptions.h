@@ -10,8 +10,8 @@
 class Exception : public std::exception
 {
 public:
-    explicit Exception(const char* message) : message(message ? message : "") {}
-    explicit Exception(zr::basic_string<char>&& message) : message(std::move(message)) {}
+    explicit Exception(const char* text) : message(text ? text : "") {}
+    explicit Exception(zr::basic_string<char>&& text) : message(std::move(text)) {}
 
     /// The message alone.
     const char* what() const noexcept override { return message.c_str(); }
@@ -27,12 +27,16 @@ namespace zr
 class ExtException : public Exception
 {
 public:
-    ExtException(const char* message, const char* file, i32 line)
-        : Exception(message), file(file ? file : ""), line(line)
+    ExtException(const char* text, const char* sourceFile, i32 sourceLine)
+        : Exception(text),
+          file(sourceFile ? sourceFile : ""),
+          line(sourceLine)
     {
     }
-    ExtException(basic_string<char>&& message, const char* file, i32 line)
-        : Exception(std::move(message)), file(file ? file : ""), line(line)
+    ExtException(basic_string<char>&& text, const char* sourceFile, i32 sourceLine)
+        : Exception(std::move(text)),
+          file(sourceFile ? sourceFile : ""),
+          line(sourceLine)
     {
     }
 

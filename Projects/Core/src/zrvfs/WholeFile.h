@@ -1,0 +1,16 @@
+#pragma once
+
+#include <zr/types.h>
+
+namespace zrvfs
+{
+/// Writes a whole real file: creates it, or empties the one that is there, and writes `size` bytes from `data`.
+///
+/// path      UTF-8; one that begins with "/" is virtual and gives false, as the virtual tree is read-only
+/// size      at most 0xFFFFFFFF, the 32-bit count of a file write; more gives false before anything is touched
+/// quiet     leaves out the log line about a file that can't be opened
+/// returns   whether every byte was written and the system took them; the file may be incomplete otherwise
+///
+/// Only regular files are written: a directory, a pipe or a device gives false. Never throws, never blocks on a pipe.
+bool writeWholeFile(const char* path, const void* data, zr::u64 size, bool quiet);
+} // namespace zrvfs
