@@ -1,0 +1,120 @@
+#pragma once
+
+#include <map>
+
+#include "PropertiesSet.h"
+#include "Semantics.h"
+#include "types.h"
+#include <zr/containers.h>
+
+namespace io
+{
+class IBinaryFileW;
+}
+
+namespace model
+{
+/// One vertex attribute: `stride` floats for each vertex, vertex after vertex.
+struct Attribute
+{
+    zr::vector<f32> data;
+    u32 stride = 0;
+
+    /// Whole vertices that the data hold; 0 for a `stride` of 0.
+    std::size_t count() const { return stride ? data.size() / stride : 0; }
+};
+
+/// A selector and the matrix (16 values, not owned) that its vertices go through.
+struct SelectorMatrix
+{
+    u32 selector = 0;
+    const f64* matrix = nullptr;
+};
+
+/// What `entryIndexOf` gives for a float that is no index.
+constexpr u32 kNoEntry = 0xFFFFFFFFu;
+
+/// Reads a float as an index: 0.5 is added and the fraction cut. NaN and what lies outside of 0 to 2^32 - 1 after that
+/// are no index and give `kNoEntry`.
+u32 entryIndexOf(f32 value);
+
+/// The vertices of a mesh: one array of floats for each semantic, in ascending order of the semantics.
+///
+/// All attributes are to hold the same number of vertices. Scripts can break that, so every operation that would read
+/// beyond an attribute's end checks it (`checkConsistent`) or leaves the missing vertices out, as told at each.
+///
+/// The fourth float of a POSITION0 of width 4 is the index of the parent entry that moves the vertex, the *selector*
+/// of the operations below, or four packed bone bytes. It is only ever copied by its bits.
+class Vertices
+{
+public:
+    using Attributes = std::map<i32, Attribute, std::less<i32>, zr::allocator<std::pair<const i32, Attribute>>>;
+
+    /// The attribute, created empty with `stride` 0 when it isn't there. References stay valid until it is erased.
+    Attribute& operator[](i32 semantic) { return attributes[semantic]; }
+    /// @throws zr::ExtException "Vertices don't have {} attribute."
+    Attribute& getAttribute(i32 semantic);
+    const Attribute& getAttribute(i32 semantic) const;
+    /// Null when it isn't there.
+    Attribute* findAttribute(i32 semantic);
+    const Attribute* findAttribute(i32 semantic) const;
+    /// Returns whether there was one.
+    bool erase(i32 semantic) { return attributes.erase(semantic) != 0; }
+
+    Attributes& getAttributes() { return attributes; }
+    const Attributes& getAttributes() const { return attributes; }
+    /// Whether there is no attribute at all.
+    bool empty() const { return attributes.empty(); }
+    void clear() { attributes.clear(); }
+
+    /// Whole vertices of the attribute with the lowest semantic; 0 without attributes or for a `stride` of 0.
+    u32 getVertexCount() const;
+    /// Floats of one packed vertex: the sum of all strides.
+    u32 getStride() const;
+
+    /// Whether each attribute's size is a multiple of its `stride` (with a `stride` of 0: empty).
+    bool isValid() const;
+    /// Whether this is valid and all attributes of a `stride` above 0 hold `getVertexCount()` vertices.
+    bool isConsistent() const;
+    /// @throws zr::ExtException "Vertex data is invalid." unless `isConsistent()`
+    void checkConsistent() const;
+
+    /// The strides by semantic.
+    /// @throws std::out_of_range "zr::array: index out of range" for a semantic outside 0 to 26
+    void getFormat(VertexFormat& format) const;
+    /// Whether the strides of the semantics 0 to 26 are those of `format`.
+    bool matchesFormat(const VertexFormat& format) const;
+    /// Replaces all attributes by empty ones of these strides.
+    void setFormat(const VertexFormat& format);
+
+    /// The packed mesh: for each vertex in turn, the floats of each attribute in ascending semantic.
+    /// @throws as `checkConsistent`
+    zr::vector<f32> interleave() const;
+    /// The same, into `getVertexCount() * getStride()` floats at `out`. One pass, nothing allocated.
+    void interleaveInto(f32* out) const;
+    /// The reverse, into the attributes that are there; each is sized for `vertexCount`.
+    /// @throws zr::ExtException "Vertex data is invalid." when `packed` is too short, with nothing changed
+    void deinterleave(const zr::vector<f32>& packed, u32 vertexCount);
+
+    /// The vertex block of a file.
+    /// @throws as `checkConsistent`, before anything is written
+    void write(io::IBinaryFileW& file) const;
+
+    /// Moves the vertices that `selector` selects (all of them when POSITION0 has three floats): positions as points
+    /// through the matrix, directions through the inverse transpose of its scale-free 3 by 3 block.
+    void applyMatrix(const f64* m, u32 selector);
+    /// `applyMatrix` of each pair in list order, in one pass over the vertices however many selectors there are.
+    void applyMatrices(const zr::vector<SelectorMatrix>& list);
+
+    /// The box of the positions that `selector` selects; not set when there is none.
+    Box computeBox(u32 selector) const;
+    /// `computeBox` of the selectors 0 to `count` - 1, in one pass over the vertices.
+    zr::vector<Box> computeBoxes(std::size_t count) const;
+
+    /// Appends the vertices of `other`, which must have the same attributes; false, with nothing changed, otherwise.
+    bool append(const Vertices& other);
+
+private:
+    Attributes attributes;
+};
+} // namespace model

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "nodes/BaseMeshRenderNode.h"
+
+namespace model
+{
+/// The most transparent pivots that a file can hold; more are refused at writing.
+constexpr std::size_t kMaxPivots = 6;
+using Pivots = zr::small_vector<vec3f, kMaxPivots>;
+
+/// One node that a mesh hangs on, and the damage argument of the part that hangs there.
+struct ParentEntry
+{
+    ObjectPtr<Node> parent;
+    u32 argument = kNoArgument;
+    /// A box that is kept and copied; nothing fills or reads it.
+    Box box;
+};
+
+using ParentEntries = zr::vector<ParentEntry>;
+
+/// A mesh on one or, merged, on several nodes: POSITION0's fourth float says to which entry of `parents` a vertex
+/// belongs.
+class RenderNode : public BaseMeshRenderNode
+{
+public:
+    RenderNode() : parents(1) {}
+
+    u32 getType() const override { return kRenderNode; }
+    void accept(INodeVisitor& visitor) const override;
+
+    u64 getNumControlNodes() const override { return parents.size(); }
+    ObjectPtr<Node> getControlNode(u64 index) const override { return zr::at(parents, index).parent; }
+    void setControlNode(u64 index, ObjectPtr<Node> node) override { zr::at(parents, index).parent = std::move(node); }
+    void forEachArgument(const std::function<void(u32)>& function) const override;
+
+    void setArgument(u32 index, u32 argument) override { zr::at(parents, index).argument = argument; }
+    u32 getArgument(u32 index) const override { return zr::at(parents, index).argument; }
+
+    /// Takes a mesh of one part: one parent entry without an argument remains, and POSITION0's fourth floats become 0.
+    /// Nothing happens when vertices (no attribute), indices or material are missing or the format doesn't fit.
+    void setGeometry(Vertices newVertices, Indices newIndices) override;
+    /// Takes a mesh of several parts as it is, when the format fits; otherwise nothing changes.
+    virtual void setGeometry(Vertices newVertices, Indices newIndices, ParentEntries newParents);
+
+    /// 1 marks a water mask. A value other than 0 makes the node version 1.
+    void setPurpose(u32 value);
+    void addPivot(const vec3f& pivot) { pivots.push_back(pivot); }
+
+    ParentEntries parents;
+    u32 purpose = 0;
+    Pivots pivots;
+};
+} // namespace model
