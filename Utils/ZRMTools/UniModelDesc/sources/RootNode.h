@@ -1,0 +1,80 @@
+#pragma once
+
+#include <utility>
+
+#include "nodes/BaseNode.h"
+#include "nodes/Node.h"
+#include "PropertiesSet.h"
+#include <parallel_hashmap/phmap.h>
+
+namespace model
+{
+/// A whole model: the tree of nodes, the lists of what hangs on it, and three boxes.
+///
+/// The tree's links are strong references in both directions; the root's destructor cuts them, so that the tree ends
+/// with its root except for the nodes that somebody else still holds.
+class RootNode final : public BaseNode
+{
+public:
+    using List = zr::vector<ObjectPtr<BaseNode>>;
+    /// A thing and the number of the control node by which it hangs on a node.
+    using User = std::pair<ObjectPtr<BaseNode>, int>;
+
+    RootNode();
+    ~RootNode() override;
+
+    u32 getType() const override { return kRootNode; }
+    void accept(INodeVisitor& visitor) const override;
+
+    u64 getNumControlNodes() const override { return 0; }
+    ObjectPtr<Node> getControlNode(u64) const override { return nullptr; }
+    void setControlNode(u64, ObjectPtr<Node>) override {}
+
+    void setRootTransform(ObjectPtr<Node> node) { rootTransform = std::move(node); }
+    ObjectPtr<Node> getRootTransform() const { return rootTransform; }
+
+    /// Sets the node's `root` and appends it; a node added twice is in the list twice. A null node is ignored.
+    void addRenderNode(ObjectPtr<BaseNode> node);
+    void addShellNode(ObjectPtr<BaseNode> node);
+
+    /// Puts the last entry in the place of the node's first entry and shortens the list by one. Does nothing when the
+    /// node is not in the list. Takes constant time for a node that was added once.
+    void removeRenderNode(const BaseNode* node);
+
+    /// Connectors, lights, shells, render nodes, each in list order.
+    List getAllNodes() const;
+    /// Everything that hangs on `node`, in the order of `getAllNodes`.
+    zr::vector<User> getUsers(const Node* node) const;
+    bool isUsed(const Node* node) const;
+    /// Hangs everything from `old` onto `replacement`; true when there was something.
+    bool replaceControlNode(const Node* old, const ObjectPtr<Node>& replacement);
+
+    /// Rebuilds `materials` from the render nodes: each distinct set once, in the order of its first use.
+    void collectMaterials();
+    /// `collectMaterials`, then a copy of the list.
+    zr::vector<MaterialPtr> getMaterials();
+    /// The position in `materials`; -1 when it is not there (or null).
+    int getMaterialIndex(const PropertiesSet* material) const;
+
+    /// The largest argument handle in use plus one; 0 when none is used.
+    u32 calcNumHandles() const;
+
+    /// Writes the model as it stands. The file is touched only when all its bytes are ready.
+    /// @throws zr::ExtException "Unsupported version %d", "Can't write to file " and the path, or what a record raises.
+    void writeToFile(const char* path, u16 fileVersion);
+
+    ObjectPtr<Node> rootTransform;
+    List connectors;
+    /// Add with `addRenderNode` and remove with `removeRenderNode` where possible: both keep removal fast.
+    List renderNodes;
+    List shellNodes;
+    List lights;
+    Box boundingBox;
+    Box userBox;
+    Box lightBox;
+    zr::vector<MaterialPtr> materials;
+
+private:
+    phmap::flat_hash_map<const PropertiesSet*, u32> materialIndices;
+};
+} // namespace model

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "../IClassWriter.h"
+#include "NodeWriter10.h"
+
+namespace model
+{
+/// Writes files of version 10.
+class ClassWriter10 final : public IClassWriter
+{
+public:
+    ClassWriter10() : writer(file, indices) {}
+
+    void write(RootNode* root, ByteBuffer& out) override;
+    u16 fileVersion() const override { return 10; }
+
+private:
+    void calcNumTransformNodes(const RootNode& root);
+    void saveTransformNodes(const RootNode& root);
+    void saveTransformNodesConnections(const RootNode& root);
+    void saveSections(const RootNode& root);
+    void insertStringTable();
+
+    NodeIndexMap indices;
+    MemBinaryFileW file;
+    NodeWriter10 writer;
+};
+} // namespace model

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "../../INodeVisitor.h"
+#include "../../RootNode.h"
+#include "../MemBinaryFileW.h"
+#include <parallel_hashmap/phmap.h>
+
+namespace model
+{
+class BaseRenderNode;
+class BaseShellNode;
+class IBone;
+class Indices;
+class Vertices;
+
+/// The numbers of the tree's nodes, in the order of the walk.
+using NodeIndexMap = phmap::flat_hash_map<const Node*, u32>;
+
+/// Writes the records of nodes; a derived class's record begins with that of its base.
+class NodeWriter10 final : public INodeVisitor
+{
+public:
+    /// Both must outlive the writer.
+    NodeWriter10(io::IBinaryFileW& output, const NodeIndexMap& nodeIndices) : file(output), indices(nodeIndices) {}
+
+    void visit(const RootNode& node) override;
+    void visit(const Connector& node) override;
+    void visit(const LightNode& node) override;
+    void visit(const NumberNode& node) override;
+    void visit(const SkinNode& node) override;
+    void visit(const RenderNode& node) override;
+    void visit(const AnimatedFakeSpotLightsNode& node) override;
+    void visit(const FakeSpotLights3Node& node) override;
+    void visit(const FakeSpotLightsNode& node) override;
+    void visit(const AnimatedFakeOmniLightsNode& node) override;
+    void visit(const FakeOmniLightsNode& node) override;
+    void visit(const SegmentsNode& node) override;
+    void visit(const ShellSkinNode& node) override;
+    void visit(const ShellNode& node) override;
+    void visit(const LodNode& node) override;
+    void visit(const Bone& node) override;
+    void visit(const BillboardNode& node) override;
+    void visit(const ArgVisibilityNode& node) override;
+    void visit(const ArgAnimatedBone& node) override;
+    void visit(const ArgAnimationNode& node) override;
+    void visit(const TransformNode& node) override;
+    void visit(const Node& node) override;
+
+private:
+    void writeRecordHeader(const BaseNode& node);
+    void writeRenderHeader(const BaseRenderNode& node);
+    void writeShellHeader(const BaseShellNode& node);
+    void writeProperties(const PropertyList& properties);
+    void writeBox(const Box& box);
+    void writeMaterial(PropertiesSet& material);
+    void writeTextures(PropertiesSet& material);
+    void writeTexture(const TextureSlot& slot);
+    void writeUniforms(const PropertiesSet& material, bool animated);
+    void writeVertexFormat(const VertexFormat& format);
+    void writeVertices(const Vertices& vertices);
+    void writeIndices(const Indices& indices);
+    void writeBones(const zr::vector<IBone*>& bones);
+    void writePivots(const vec3f* pivots, std::size_t count);
+    void writeSkinBox(const Box& box);
+    void writeSamples(const BaseNode& node, u32 argument, const zr::vector<f32>& samples, std::size_t lightCount);
+    /// The number of a node of the tree. @throws std::out_of_range for a node that is not in it, null included.
+    u32 nodeIndex(const Node* node) const;
+    void writeCount(std::size_t count) { file.writeU32(static_cast<u32>(count)); }
+
+    io::IBinaryFileW& file;
+    const NodeIndexMap& indices;
+};
+} // namespace model

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "../Keys.h"
+#include "TransformNode.h"
+
+namespace model
+{
+/// In each channel the keys are sorted by time.
+struct PositionChannel
+{
+    u32 argument = kNoArgument;
+    zr::vector<VectorKey> keys;
+};
+
+struct RotationChannel
+{
+    u32 argument = kNoArgument;
+    zr::vector<RotationKey> keys;
+};
+
+struct ScaleChannel
+{
+    u32 argument = kNoArgument;
+    /// Orientation of the axes of the scale.
+    zr::vector<RotationKey> rotationKeys;
+    zr::vector<VectorKey> keys;
+};
+
+/// A node that animation arguments move. A point goes through the scale, then the rotation, then the translation, then
+/// the inherited matrix, which is the base of the animation.
+class ArgAnimationNode : public TransformNode
+{
+public:
+    zr::vector<PositionChannel> positionChannels;
+    zr::vector<RotationChannel> rotationChannels;
+    zr::vector<ScaleChannel> scaleChannels;
+    vec3d basePosition;
+    vec4d baseRotation;
+    /// Orientation of the axes of `baseScale`.
+    vec4d baseScaleRotation;
+    vec3d baseScale{1.0, 1.0, 1.0};
+
+    void setPositionChannels(zr::vector<PositionChannel> channels) { positionChannels = std::move(channels); }
+    void setRotationChannels(zr::vector<RotationChannel> channels) { rotationChannels = std::move(channels); }
+    void setScaleChannels(zr::vector<ScaleChannel> channels) { scaleChannels = std::move(channels); }
+    const zr::vector<PositionChannel>& getPositionChannels() const { return positionChannels; }
+    const zr::vector<RotationChannel>& getRotationChannels() const { return rotationChannels; }
+    const zr::vector<ScaleChannel>& getScaleChannels() const { return scaleChannels; }
+    void setBasePosition(const vec3d& value) { basePosition = value; }
+    void setBaseRotation(const vec4d& value) { baseRotation = value; }
+    void setBaseScale(const vec3d& value) { baseScale = value; }
+    const vec3d& getBasePosition() const { return basePosition; }
+    const vec4d& getBaseRotation() const { return baseRotation; }
+    const vec4d& getBaseScaleRotation() const { return baseScaleRotation; }
+    const vec3d& getBaseScale() const { return baseScale; }
+
+    u32 getType() const override { return kArgAnimationNode; }
+    void accept(INodeVisitor& visitor) const override;
+
+    /// The name in files goes by the channel lists that are not empty.
+    u32 getKind() const override;
+    void takeMatrix(f64* out, const f64* m, bool clear) override;
+    void forEachArgument(const std::function<void(u32)>& function) const override;
+
+    /// Every key list of every channel is empty.
+    virtual bool hasNoKeys() const;
+
+    /// The matrix of this node alone. A channel without keys repeats what the channel before it gave.
+    matrixd localMatrix(const IModelArguments& arguments) const;
+
+protected:
+    void accumulateOwn(const IModelArguments& arguments, f64* m) const override;
+};
+} // namespace model
