@@ -8,7 +8,7 @@ namespace zrvfs
 ///
 /// path      UTF-8; one that begins with "/" is virtual and gives false, as the virtual tree is read-only
 /// size      at most 0xFFFFFFFF, the 32-bit count of a file write; more gives false before anything is touched
-/// quiet     leaves out the log line about a file that can't be opened
+/// quiet     asks for no log line about a file that cannot be opened (nothing is logged so far)
 /// returns   whether every byte was written and the system took them; the file may be incomplete otherwise
 ///
 /// Only regular files are written: a directory, a pipe or a device gives false. Never throws, never blocks on a pipe.
