@@ -38,7 +38,7 @@ need_packages() {
         "  ${missing[*]}" "As root: apt-get update && apt-get install --no-install-recommends ${missing[*]}"
     echo "installing: ${missing[*]}"
     as_root apt-get -q update > /dev/null
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -q install -y --no-install-recommends "${missing[@]}" > /dev/null
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300 install -y --no-install-recommends "${missing[@]}" > /dev/null
 }
 
 is_debian() {

@@ -30,7 +30,7 @@ def test_readme_script_saves_a_textured_animated_box(tmp_path: Path) -> None:
     assert (mesh.vertex_count, mesh.triangle_count) == (24, 12)
     assert np.ptp(mesh.attribute("TEXCOORD0"), axis=0).tolist() == [1, 1]
     assert [material.textures[0].name for material in file.materials] == ["box_albedo"]
-    assert np.array_equal(np.concatenate([file.root.bounding_box]), [-1, -1, -1, 1, 1, 1])
+    assert file.root.bounding_box.tolist() == [[-1, -1, -1], [1, 1, 1]]
 
     (spin,) = (node for node in file.nodes if isinstance(node, ArgAnimationNode))
     (channel,) = spin.rotation_channels
