@@ -38,7 +38,8 @@ need_packages() {
         "  ${missing[*]}" "As root: apt-get update && apt-get install --no-install-recommends ${missing[*]}"
     echo "installing: ${missing[*]}"
     as_root apt-get -q update > /dev/null
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300 install -y --no-install-recommends "${missing[@]}" > /dev/null
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300 install -y \
+        --no-install-recommends "${missing[@]}" > /dev/null
 }
 
 is_debian() {
@@ -86,6 +87,12 @@ sys.exit(not (sys.version_info[:2] == (3, 13) and os.path.exists(header) and not
 PROGRAM
 }
 
+release_has_python() {
+    is_debian || return 1
+    if can_be_root; then as_root apt-get -q update > /dev/null; fi
+    apt-cache show python3.13-dev > /dev/null 2>&1
+}
+
 # Sets `python` to the first usable one of: $PYTHON, the path, pyenv, the system package, uv.
 find_python() {
     local candidate
@@ -93,11 +100,11 @@ find_python() {
         if is_usable_python "$candidate"; then python=$candidate; return; fi
     done
     python=/usr/bin/python3.13
-    if is_debian && { can_be_root && as_root apt-get -q update > /dev/null; apt-cache show python3.13-dev; } > /dev/null 2>&1; then
+    if release_has_python; then
         need_packages python3.13-dev python3.13-venv
         if is_usable_python "$python"; then return; fi
     fi
-    if command -v uv > /dev/null && uv python install -q 3.13 && python=$(uv python find --managed-python 3.13) &&
+    if command -v uv > /dev/null && uv python install -q 3.13 && python=$(uv python find 3.13) &&
         is_usable_python "$python"; then
         return
     fi
