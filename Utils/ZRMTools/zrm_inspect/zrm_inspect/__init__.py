@@ -5,7 +5,19 @@ evaluate(file, {argument: value}) gives the world-space meshes at these argument
 """
 
 from .cursor import NO_ARGUMENT, ZrmError
+from .evaluate import Scene, SceneMesh, evaluate
 from .model import CHANNELS, SEMANTICS, ZrmFile
 from .reader import parse, read_file
 
-__all__ = ["CHANNELS", "NO_ARGUMENT", "SEMANTICS", "ZrmError", "ZrmFile", "parse", "read_file"]
+__all__ = [
+    "CHANNELS",
+    "NO_ARGUMENT",
+    "SEMANTICS",
+    "Scene",
+    "SceneMesh",
+    "ZrmError",
+    "ZrmFile",
+    "evaluate",
+    "parse",
+    "read_file",
+]

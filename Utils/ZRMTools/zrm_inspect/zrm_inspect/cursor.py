@@ -19,6 +19,8 @@ _U16 = struct.Struct("<H")
 _U32 = struct.Struct("<I")
 _U64 = struct.Struct("<Q")
 _F32 = struct.Struct("<f")
+_TWO_U32 = struct.Struct("<II")
+_F64 = np.dtype("<f8")
 
 
 class ZrmError(ValueError):
@@ -132,6 +134,14 @@ class Cursor:
         self.position += size
         return view
 
+    def matrix(self) -> NDArray[np.float64]:
+        """4 by 4 f64. Most nodes of a tree have one, so it skips the generality of `array`."""
+        start = self.position
+        if start + 128 > len(self.data):
+            raise self._ended(128)
+        self.position = start + 128
+        return np.frombuffer(self.data, _F64, 16, start).reshape(4, 4)
+
     def string(self) -> str:
         """A string of the table. Its numbers are given in the order of first use, which is checked."""
         index = self.u32()
@@ -146,6 +156,21 @@ class Cursor:
     def raw_name(self) -> str:
         size = self.count(1, "length of the name")
         return decode(self.take(size)) if size else ""
+
+    def name_and_count(self, item_size: int) -> tuple[str, int]:
+        """What follows the type in the head of each record: name, reserved word, number of properties."""
+        name = self.raw_name()
+        try:
+            reserved, count = _TWO_U32.unpack_from(self.data, self.position)
+        except struct.error:
+            raise self._ended(8) from None
+        self.position += 8
+        if reserved:
+            raise self.error(f"reserved word of a record is {reserved}, not 0", 8)
+        if count:
+            self.position -= 4
+            count = self.count(item_size, "number of properties")
+        return name, count
 
     def argument(self) -> int:
         """An argument handle that counts for the file's number of handles."""

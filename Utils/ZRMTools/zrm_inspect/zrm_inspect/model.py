@@ -52,6 +52,16 @@ CHANNELS: dict[str, int] = {
 }
 
 
+
+def layout(vertex_format: Bytes) -> Iterator[tuple[str, int, int]]:
+    """(semantic, first float, width) of each attribute that a vertex format has, in order."""
+    first = 0
+    for name, width in zip(SEMANTICS, vertex_format.tolist()):
+        if width:
+            yield name, first, width
+            first += width
+
+
 # ---------------------------------------------------------------- properties and materials
 
 
@@ -242,17 +252,9 @@ class Mesh:
     def triangle_count(self) -> int:
         return len(self.indices) // 3 if self.primitive_type == 5 else 0
 
-    def layout(self) -> Iterator[tuple[str, int, int]]:
-        """(semantic, first float, width) of each attribute that the format has, in order."""
-        first = 0
-        for name, width in zip(SEMANTICS, self.vertex_format.tolist()):
-            if width:
-                yield name, first, width
-                first += width
-
     def split(self) -> dict[str, Floats]:
         """Each attribute as an (n, width) view of the vertices."""
-        return {name: self.vertices[:, first : first + width] for name, first, width in self.layout()}
+        return {name: self.vertices[:, first : first + width] for name, first, width in layout(self.vertex_format)}
 
     def attribute(self, name: str) -> Floats:
         """One attribute as an (n, width) view; KeyError when the format lacks it."""
@@ -321,6 +323,13 @@ class LightNode(BaseNode):
     softness: Property
     volume: LightVolume | None
     texture: Texture | None
+
+    def settings(self) -> list[Property]:
+        """All properties of the record, in its order."""
+        found = [self.color, self.brightness, self.phi, self.theta, self.distance, self.specular_amount, self.softness]
+        if self.volume is not None:
+            found += [self.volume.radius_factor, self.volume.density_factor, self.volume.near_distance]
+        return found
 
 
 @dataclass(slots=True)

@@ -70,6 +70,12 @@ def read_property(cursor: Cursor) -> Property:
     return StaticProperty(offset, type_name, name, value)
 
 
+def read_name_and_properties(cursor: Cursor) -> tuple[str, list[Property]]:
+    """The name, the reserved word and the property list with which each record begins behind its type."""
+    name, count = cursor.name_and_count(_MIN_PROPERTY)
+    return name, [read_property(cursor) for _ in range(count)] if count else []
+
+
 def read_properties(cursor: Cursor) -> list[Property]:
     count = cursor.count(_MIN_PROPERTY, "number of properties")
     return [read_property(cursor) for _ in range(count)]

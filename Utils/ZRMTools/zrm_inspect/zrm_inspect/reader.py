@@ -12,7 +12,7 @@ from pathlib import Path
 
 from .cursor import Cursor, ZrmError, decode
 from .model import Root, ZrmFile
-from .properties import read_material, read_properties, read_version
+from .properties import read_material, read_name_and_properties, read_version
 from .sections import Context, check_materials, read_sections
 from .tree import read_parents, read_tree
 
@@ -90,9 +90,7 @@ def _read_root(cursor: Cursor) -> tuple[Root, int]:
     type_name = cursor.string()
     if type_name != "model::RootNode":
         raise cursor.error(f"'{type_name}' where the root belongs", 4)
-    name = cursor.raw_name()
-    cursor.zero("reserved word of the root")
-    properties = read_properties(cursor)
+    name, properties = read_name_and_properties(cursor)
     cursor.highest_argument = -1  # the root's own properties don't take part in the count of handles
     version = read_version(cursor, properties, (_ROOT_VERSION,))
     bounding_box, user_box, light_box = [cursor.array("<f8", 2, 3) for _ in range(3)]

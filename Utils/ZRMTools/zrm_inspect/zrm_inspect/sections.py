@@ -35,7 +35,7 @@ from .model import (
 )
 from .properties import (
     FLOAT_PROPERTY,
-    read_properties,
+    read_name_and_properties,
     read_property,
     read_texture,
     read_version,
@@ -75,11 +75,8 @@ class Context:
         self.materials_used = 0
 
     def head(self, offset: int, type_name: str, versions: tuple[int, ...] = ()) -> _Head:
-        cursor = self.cursor
-        name = cursor.raw_name()
-        cursor.zero("reserved word of a record")
-        properties = read_properties(cursor)
-        return offset, type_name, name, properties, read_version(cursor, properties, versions)
+        name, properties = read_name_and_properties(self.cursor)
+        return offset, type_name, name, properties, read_version(self.cursor, properties, versions)
 
     def tree_index(self, what: str) -> int:
         index = self.cursor.u32()

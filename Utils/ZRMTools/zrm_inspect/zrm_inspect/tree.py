@@ -23,7 +23,7 @@ from .model import (
     VectorChannel,
     VisibilityArgument,
 )
-from .properties import read_properties
+from .properties import read_name_and_properties
 
 _VECTOR_KEY = np.dtype([("time", "<f8"), ("value", "<f8", (3,))])
 _ROTATION_KEY = np.dtype([("time", "<f8"), ("value", "<f8", (4,))])
@@ -38,12 +38,12 @@ def _plain(cursor: Cursor, head: _Head) -> Node:
 
 
 def _transform(cursor: Cursor, head: _Head) -> Node:
-    return TransformNode(*head, parent=-1, matrix=cursor.array("<f8", 4, 4))
+    return TransformNode(*head, parent=-1, matrix=cursor.matrix())
 
 
 def _bone(cursor: Cursor, head: _Head) -> Node:
-    matrix = cursor.array("<f8", 4, 4)
-    return BoneNode(*head, parent=-1, matrix=matrix, inverted_base_bone_matrix=cursor.array("<f8", 4, 4))
+    matrix = cursor.matrix()
+    return BoneNode(*head, parent=-1, matrix=matrix, inverted_base_bone_matrix=cursor.matrix())
 
 
 def _vector_channel(cursor: Cursor) -> VectorChannel:
@@ -76,7 +76,7 @@ def _animation_name(node: ArgAnimationNode) -> str:
 
 def _animation(cursor: Cursor, head: _Head) -> Node:
     animated_bone = head[2] == "model::ArgAnimatedBone"
-    matrix = cursor.array("<f8", 4, 4)
+    matrix = cursor.matrix()
     base_position = cursor.array("<f8", 3)
     base_rotation = cursor.array("<f8", 4)
     base_scale_rotation = cursor.array("<f8", 4)
@@ -86,7 +86,7 @@ def _animation(cursor: Cursor, head: _Head) -> Node:
     scales = [_scale_channel(cursor) for _ in range(cursor.count(12, "number of scale channels"))]
     base = (base_position, base_rotation, base_scale_rotation, base_scale)
     if animated_bone:
-        inverted = cursor.array("<f8", 4, 4)
+        inverted = cursor.matrix()
         return ArgAnimatedBone(*head, -1, matrix, *base, positions, rotations, scales, inverted)
     node = ArgAnimationNode(*head, -1, matrix, *base, positions, rotations, scales)
     if node.type_name != _animation_name(node):
@@ -98,7 +98,7 @@ def _animation(cursor: Cursor, head: _Head) -> Node:
 def _billboard(cursor: Cursor, head: _Head) -> Node:
     mode = cursor.u8()
     axis_mode = cursor.u8()
-    matrix = cursor.array("<f8", 4, 4)
+    matrix = cursor.matrix()
     return BillboardNode(*head, -1, matrix, mode, axis_mode, cursor.array("<f8", 3))
 
 
@@ -143,9 +143,7 @@ def read_tree(cursor: Cursor) -> list[Node]:
         reader = _READERS.get(type_name)
         if reader is None:
             raise cursor.error(f"'{type_name}' is no type of a tree node", 4)
-        name = cursor.raw_name()
-        cursor.zero("reserved word of a tree node")
-        nodes.append(reader(cursor, (offset, index, type_name, name, read_properties(cursor))))
+        nodes.append(reader(cursor, (offset, index, type_name, *read_name_and_properties(cursor))))
     return nodes
 
 
