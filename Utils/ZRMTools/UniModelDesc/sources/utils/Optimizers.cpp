@@ -1,7 +1,11 @@
 #include "utils/Optimizers.h"
 
+#include <algorithm>
+
 #include "RootNode.h"
 #include "nodes/BaseMeshRenderNode.h"
+#include "utils/VertexUtils.h"
+#include <zr/exceptions.h>
 
 namespace model
 {
@@ -26,6 +30,62 @@ bool fixZeroNormals(Vertices& vertices)
     }
     return isChanged;
 }
+
+/// Numbers the used coordinate sets anew by their first appearance in the table and tells which attribute goes where.
+SemanticRemap renumberChannels(TextureChannels& channels)
+{
+    zr::vector<i32> used;
+    for (i32& channel : channels)
+    {
+        if (channel == -1) continue;
+        const auto found = std::find(used.begin(), used.end(), channel);
+        const i32 number = static_cast<i32>(found - used.begin());
+        if (found == used.end()) used.push_back(channel);
+        channel = number;
+    }
+    SemanticRemap remap;
+    for (std::size_t i = 0; i < used.size(); ++i)
+    {
+        // A number that is no coordinate set would overflow here; as a semantic it is refused by the checked format.
+        const i32 set = std::clamp(used[i], -1000, 1000);
+        remap.emplace_back(kTexCoord0 + set, kTexCoord0 + static_cast<i32>(i));
+    }
+    return remap;
+}
+
+/// How many channels, and how many values of a channel, the last check looks at.
+constexpr std::size_t kCheckedChannels = 8;
+constexpr i32 kMaxChannel = 13;
+
+void checkTextureChannels(const PropertiesSet& material, const Vertices& vertices)
+{
+    for (std::size_t i = 0; i < kCheckedChannels; ++i)
+    {
+        const i32 channel = material.channels[i];
+        if (channel == -1) continue;
+        if (channel >= kMaxChannel) ZR_RAISE("Broken texture channels");
+        if (material.vertexFormat[static_cast<std::size_t>(kTexCoord0 + channel)] == 0)
+            ZR_RAISE("Empty texture channel");
+    }
+    if (vertexFormatSize(material.vertexFormat) != vertices.getStride()) ZR_RAISE("Wrong vertex size.");
+}
+
+/// Returns the number of repeats dropped.
+u32 optimizeTextureChannels(BaseMeshRenderNode& mesh)
+{
+    // The table and the format of this one node change, so the material may not be shared any more.
+    mesh.material = mesh.material->clone();
+    PropertiesSet& material = *mesh.material;
+    Vertices& vertices = mesh.vertices;
+
+    const u32 repeats = removeRepeatedTextureChannels(vertices, material.channels);
+    vertices.getFormat(material.vertexFormat);
+    removeUnusedTextureChannels(vertices, material.vertexFormat, material.channels);
+    const SemanticRemap remap = renumberChannels(material.channels);
+    if (!remap.empty()) remapTextureChannels(remap, vertices, material.vertexFormat);
+    checkTextureChannels(material, vertices);
+    return repeats;
+}
 } // namespace
 
 void optimizeTransformations(RootNode*) {}
@@ -35,9 +95,14 @@ bool mergeEqualPropertiesSets(RootNode*)
     return false;
 }
 
-void optimizeTextureChannels(RootNode*, u32* removed)
+void optimizeTextureChannels(RootNode* root, u32* removed)
 {
     *removed = 0;
+    for (const ObjectPtr<BaseNode>& node : root->renderNodes)
+    {
+        auto* mesh = dynamic_cast<BaseMeshRenderNode*>(node.get());
+        if (mesh && mesh->material) *removed += optimizeTextureChannels(*mesh);
+    }
 }
 
 bool fixZeroNormals(RootNode* root)

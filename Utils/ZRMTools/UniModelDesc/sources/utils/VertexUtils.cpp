@@ -1,0 +1,103 @@
+#include "utils/VertexUtils.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include <zr/exceptions.h>
+
+namespace model
+{
+namespace
+{
+constexpr f32 kRepeatTolerance = 0.001f;
+
+void checkVertexSize(const Vertices& vertices, const VertexFormat& vertexFormat)
+{
+    if (vertexFormatSize(vertexFormat) != vertices.getStride()) ZR_RAISE("Wrong vertex size.");
+}
+
+bool isRepeat(const Attribute& a, const Attribute& b)
+{
+    return a.stride == b.stride && std::equal(a.data.begin(), a.data.end(), b.data.begin(), b.data.end(),
+                                              [](f32 x, f32 y) { return !(std::abs(x - y) > kRepeatTolerance); });
+}
+
+/// The byte of a semantic; one outside the format is the checked failure of the array.
+u8& formatByte(VertexFormat& vertexFormat, i32 semantic)
+{
+    return vertexFormat[static_cast<std::size_t>(semantic)];
+}
+} // namespace
+
+u32 vertexFormatSize(const VertexFormat& vertexFormat)
+{
+    return std::accumulate(vertexFormat.begin(), vertexFormat.end(), 0u);
+}
+
+u32 removeRepeatedTextureChannels(Vertices& vertices, TextureChannels& channels)
+{
+    zr::vector<i32> kept;
+    SemanticRemap repeats;
+    for (const auto& [semantic, attribute] : vertices.getAttributes())
+    {
+        if (semantic < kTexCoord0 || semantic > kTexCoord15) continue;
+        const auto found = std::find_if(kept.begin(), kept.end(),
+                                        [&, &candidate = attribute](i32 earlier)
+                                        { return isRepeat(candidate, vertices.getAttribute(earlier)); });
+        if (found == kept.end())
+            kept.push_back(semantic);
+        else
+            repeats.emplace_back(semantic, *found);
+    }
+    for (const auto& [from, to] : repeats)
+    {
+        vertices.erase(from);
+        // What replaces an attribute is never dropped itself, so one replacement settles a channel.
+        std::replace(channels.begin(), channels.end(), from - kTexCoord0, to - kTexCoord0);
+    }
+    return static_cast<u32>(repeats.size());
+}
+
+void removeUnusedTextureChannels(Vertices& vertices, VertexFormat& vertexFormat, const TextureChannels& channels)
+{
+    for (i32 semantic = kTexCoord0; semantic <= kTexCoord15; ++semantic)
+    {
+        u8& floats = formatByte(vertexFormat, semantic);
+        if (floats == 0 || std::count(channels.begin(), channels.end(), semantic - kTexCoord0) != 0) continue;
+        vertices.erase(semantic);
+        floats = 0;
+    }
+    checkVertexSize(vertices, vertexFormat);
+}
+
+void remapTextureChannels(const SemanticRemap& remap, Vertices& vertices, VertexFormat& vertexFormat)
+{
+    struct Moved
+    {
+        u8 floats;
+        Attribute attribute;
+    };
+    VertexFormat newFormat = vertexFormat;
+    zr::vector<Moved> moved;
+    for (const auto& [from, to] : remap)
+    {
+        // A missing source moves as an empty attribute.
+        moved.push_back({formatByte(vertexFormat, from), std::move(vertices[from])});
+        formatByte(newFormat, from) = 0;
+        formatByte(newFormat, to) = 0;
+    }
+    for (const auto& [from, to] : remap)
+    {
+        vertices.erase(from);
+        vertices.erase(to);
+    }
+    for (std::size_t i = 0; i < remap.size(); ++i)
+    {
+        formatByte(newFormat, remap[i].second) = moved[i].floats;
+        vertices[remap[i].second] = std::move(moved[i].attribute);
+    }
+    vertexFormat = newFormat;
+    checkVertexSize(vertices, vertexFormat);
+}
+} // namespace model
