@@ -90,8 +90,8 @@ public:
     /// The packed mesh: for each vertex in turn, the floats of each attribute in ascending semantic.
     /// @throws as `checkConsistent`
     zr::vector<f32> interleave() const;
-    /// The same, into `getVertexCount() * getStride()` floats at `out`. One pass, nothing allocated.
-    void interleaveInto(f32* out) const;
+    /// The same, into room for `getVertexCount() * getStride()` floats, which needs no alignment. Nothing is allocated.
+    void interleaveInto(void* out) const;
     /// The reverse, into the attributes that are there; each is sized for `vertexCount`.
     /// @throws zr::ExtException "Vertex data is invalid." when `packed` is too short, with nothing changed
     void deinterleave(const zr::vector<f32>& packed, u32 vertexCount);

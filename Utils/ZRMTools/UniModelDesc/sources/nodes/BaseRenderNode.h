@@ -2,6 +2,7 @@
 
 #include "PropertiesSet.h"
 #include "nodes/BaseNode.h"
+#include "nodes/Node.h"
 
 namespace model
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "nodes/BaseNode.h"
+#include "nodes/Node.h"
 
 namespace model
 {

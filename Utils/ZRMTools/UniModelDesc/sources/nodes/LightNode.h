@@ -2,6 +2,7 @@
 
 #include "PropertiesSet.h"
 #include "nodes/BaseNode.h"
+#include "nodes/Node.h"
 
 namespace model
 {
@@ -11,8 +12,6 @@ namespace model
 class LightNode final : public BaseNode
 {
 public:
-    using PropertyPtr = ObjectPtr<IProperty>;
-
     LightNode();
 
     u32 getType() const override { return kLightNode; }

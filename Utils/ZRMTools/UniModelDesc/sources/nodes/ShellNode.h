@@ -3,6 +3,7 @@
 #include "Indices.h"
 #include "Vertices.h"
 #include "nodes/BaseNode.h"
+#include "nodes/Node.h"
 
 namespace model
 {

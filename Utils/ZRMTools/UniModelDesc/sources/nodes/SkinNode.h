@@ -31,7 +31,7 @@ public:
     void setGeometry(Vertices newVertices, Indices newIndices) override;
 
     /// New entries are null.
-    void resizeBones(std::size_t count) { bones.resize(count); }
+    void resizeBones(std::size_t size) { bones.resize(size); }
     void addPivot(const vec3f& pivot) { pivots.push_back(pivot); }
 
     /// Entry 0 is the control node, the others are the bones of the skin.

@@ -1,0 +1,142 @@
+#include "Vertices.h"
+
+#include <algorithm>
+#include <bit>
+
+#include <fmt/format.h>
+
+#include "io/IBinaryFileW.h"
+#include <zr/exceptions.h>
+
+namespace model
+{
+namespace
+{
+zr::string missingText(i32 semantic)
+{
+    const std::string text = fmt::format("Vertices don't have {} attribute.", getSemanticName(semantic));
+    return zr::string(text.begin(), text.end());
+}
+} // namespace
+
+Attribute& Vertices::getAttribute(i32 semantic)
+{
+    Attribute* attribute = findAttribute(semantic);
+    if (!attribute) ZR_RAISE(missingText(semantic));
+    return *attribute;
+}
+
+const Attribute& Vertices::getAttribute(i32 semantic) const
+{
+    const Attribute* attribute = findAttribute(semantic);
+    if (!attribute) ZR_RAISE(missingText(semantic));
+    return *attribute;
+}
+
+Attribute* Vertices::findAttribute(i32 semantic)
+{
+    const auto found = attributes.find(semantic);
+    return found == attributes.end() ? nullptr : &found->second;
+}
+
+const Attribute* Vertices::findAttribute(i32 semantic) const
+{
+    const auto found = attributes.find(semantic);
+    return found == attributes.end() ? nullptr : &found->second;
+}
+
+u32 Vertices::getVertexCount() const
+{
+    return attributes.empty() ? 0 : static_cast<u32>(attributes.begin()->second.count());
+}
+
+u32 Vertices::getStride() const
+{
+    u32 sum = 0;
+    for (const auto& [semantic, attribute] : attributes)
+        sum += attribute.stride;
+    return sum;
+}
+
+bool Vertices::isValid() const
+{
+    return std::all_of(attributes.begin(), attributes.end(),
+                       [](const auto& entry)
+                       {
+                           const Attribute& attribute = entry.second;
+                           return attribute.count() * attribute.stride == attribute.data.size();
+                       });
+}
+
+bool Vertices::isConsistent() const
+{
+    const u32 count = getVertexCount();
+    return isValid() && std::all_of(attributes.begin(), attributes.end(),
+                                    [count](const auto& entry)
+                                    { return entry.second.stride == 0 || entry.second.count() == count; });
+}
+
+void Vertices::checkConsistent() const
+{
+    if (!isConsistent()) ZR_RAISE("Vertex data is invalid.");
+}
+
+void Vertices::getFormat(VertexFormat& format) const
+{
+    format.fill(0);
+    for (const auto& [semantic, attribute] : attributes)
+        format[static_cast<std::size_t>(semantic)] = static_cast<u8>(attribute.stride);
+}
+
+bool Vertices::matchesFormat(const VertexFormat& format) const
+{
+    for (std::size_t semantic = 0; semantic < kNumSemantics; ++semantic)
+    {
+        const Attribute* attribute = findAttribute(static_cast<i32>(semantic));
+        if ((attribute ? attribute->stride : 0) != format[semantic]) return false;
+    }
+    return true;
+}
+
+void Vertices::setFormat(const VertexFormat& format)
+{
+    attributes.clear();
+    for (std::size_t semantic = 0; semantic < kNumSemantics; ++semantic)
+        if (format[semantic] != 0) attributes[static_cast<i32>(semantic)].stride = format[semantic];
+}
+
+void Vertices::write(io::IBinaryFileW& file) const
+{
+    checkConsistent();
+    const u32 count = getVertexCount();
+    const u32 stride = count ? getStride() : 0;
+    file.writeU32(count);
+    file.writeU32(stride);
+    if (count == 0) return;
+    // A file is little-endian, so on such a host the floats go straight to their place in it.
+    if constexpr (std::endian::native == std::endian::little)
+        interleaveInto(file.append(std::size_t{count} * stride * sizeof(f32)));
+    else
+        for (const f32 value : interleave())
+            file.writeF32(value);
+}
+
+bool Vertices::append(const Vertices& other)
+{
+    if (attributes.size() != other.attributes.size()) return false;
+    for (const auto& [semantic, attribute] : attributes)
+    {
+        const Attribute* source = other.findAttribute(semantic);
+        if (!source || source->stride != attribute.stride) return false;
+    }
+    for (auto& [semantic, attribute] : attributes)
+    {
+        zr::vector<f32>& data = attribute.data;
+        const zr::vector<f32>& added = other.findAttribute(semantic)->data;
+        const std::size_t size = added.size(); // `other` may be this object
+        data.resize(data.size() + size);
+        std::copy_n(added.begin(), size, data.end() - static_cast<std::ptrdiff_t>(size));
+    }
+    return true;
+}
+} // namespace model

@@ -1,0 +1,87 @@
+#include "nodes/FakeSpotLights.h"
+
+#include <cmath>
+
+#include "INodeVisitor.h"
+#include "nodes/FakeLights.h"
+
+namespace model
+{
+namespace
+{
+/// Turns a direction by the upper left 3 by 3 of `m` and brings it to length 1.
+vec3f turned(const vec3f& direction, const f64* m)
+{
+    vec3f result;
+    for (int column = 0; column < 3; ++column)
+        result[column] = static_cast<f32>(static_cast<f64>(direction.x()) * m[column] +
+                                          static_cast<f64>(direction.y()) * m[4 + column] +
+                                          static_cast<f64>(direction.z()) * m[8 + column]);
+    const f32 length = std::sqrt(result.x() * result.x() + result.y() * result.y() + result.z() * result.z());
+    if (length > 0.0f)
+        for (int axis = 0; axis < 3; ++axis)
+            result[axis] /= length;
+    return result;
+}
+} // namespace
+
+FakeSpotLightsNode::FakeSpotLightsNode() : controls(1)
+{
+    version = 1;
+}
+
+void FakeSpotLightsNode::accept(INodeVisitor& visitor) const
+{
+    visitor.visit(*this);
+}
+
+bool FakeSpotLightsNode::applyMatrix(u32 index, const f64* m)
+{
+    for (std::size_t i = 0; i < lights.size(); ++i)
+    {
+        if (lights[i].controlIndex != index) continue;
+        if (!directions.empty())
+        {
+            vec3f& direction = zr::at(directions, i);
+            direction = turned(direction, m);
+        }
+        moveLight(lights[i], m);
+    }
+    return true;
+}
+
+Box FakeSpotLightsNode::getBoundingBox(u32 index) const
+{
+    return boxOfLights(lights, index);
+}
+
+zr::vector<Box> FakeSpotLightsNode::getBoundingBoxes() const
+{
+    return boxesOfLights(lights, controls.size());
+}
+
+void FakeSpotLightsNode::setLights(zr::vector<FakeSpotLight> list)
+{
+    lights = std::move(list);
+    controls.resize(1);
+}
+
+bool FakeSpotLightsNode::setDirections(zr::vector<vec3f> list)
+{
+    directions = std::move(list);
+    if (directions.empty()) return false;
+    version = 2;
+    return true;
+}
+
+void AnimatedFakeSpotLightsNode::accept(INodeVisitor& visitor) const
+{
+    visitor.visit(*this);
+}
+
+void AnimatedFakeSpotLightsNode::forEachArgument(const std::function<void(u32)>& function) const
+{
+    FakeSpotLightsNode::forEachArgument(function);
+    if (argument != kNoArgument) function(argument);
+}
+} // namespace model

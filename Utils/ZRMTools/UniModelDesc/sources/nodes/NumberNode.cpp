@@ -1,0 +1,20 @@
+#include "nodes/NumberNode.h"
+
+#include "INodeVisitor.h"
+
+namespace model
+{
+void NumberNode::accept(INodeVisitor& visitor) const
+{
+    visitor.visit(*this);
+}
+
+void NumberNode::forEachArgument(const std::function<void(u32)>& function) const
+{
+    RenderNode::forEachArgument(function);
+    for (const zr::vector<NumberControl>& list : numbers)
+        for (const NumberControl& control : list)
+            for (const u32 argument : {control.uArgument, control.vArgument})
+                if (argument != kNoArgument) function(argument);
+}
+} // namespace model

@@ -1,0 +1,31 @@
+#include "nodes/ShellNode.h"
+
+#include "INodeVisitor.h"
+#include "utils/MeshUtils.h"
+
+namespace model
+{
+void ShellNode::accept(INodeVisitor& visitor) const
+{
+    visitor.visit(*this);
+}
+
+bool ShellNode::applyMatrix(u32, const f64* m)
+{
+    vertices.applyMatrix(m, 0);
+    return true;
+}
+
+u32 ShellNode::removeDegenerates()
+{
+    return removeDegenerateTriangles(vertices, indices);
+}
+
+void ShellNode::setGeometry(const VertexFormat& format, Vertices newVertices, Indices newIndices)
+{
+    if (!newVertices.matchesFormat(format)) return;
+    vertices = std::move(newVertices);
+    indices = std::move(newIndices);
+    vertexFormat = format;
+}
+} // namespace model
