@@ -10,8 +10,8 @@
 #include <zlib.h>
 
 // A sanitizer's heap ends the process by itself when it is asked for too much; here it must answer as any other.
-extern "C" const char* __asan_default_options();
-extern "C" const char* __tsan_default_options();
+extern "C" [[gnu::visibility("default")]] const char* __asan_default_options();
+extern "C" [[gnu::visibility("default")]] const char* __tsan_default_options();
 extern "C" const char* __asan_default_options()
 {
     return "allocator_may_return_null=1";
@@ -78,7 +78,7 @@ TEST(Memory, ARequestForNothingIsNoFailure)
 
 TEST(MemoryDeathTest, ExhaustionEndsTheProcessWithAReport)
 {
-    EXPECT_DEATH(zr_malloc(std::size_t{1} << 62), "^Out of memory in zr_malloc for 4611686018427387904 bytes\\.\n");
+    EXPECT_DEATH(zr_malloc(std::size_t{1} << 62), "Out of memory in zr_malloc for 4611686018427387904 bytes\\.\n");
     EXPECT_DEATH(zr_realloc(nullptr, std::size_t{1} << 62),
                  "Out of memory in zr_realloc for 4611686018427387904 bytes");
     EXPECT_DEATH(zr::InlineString<4>().reserve(UINT64_MAX), "Out of memory in zr_malloc");
