@@ -1,0 +1,131 @@
+"""One animated value of the source: keys with linear, step or cubic sampling, evaluated or turned into a polyline."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+
+import numpy as np
+
+from .accessors import Floats, Integers
+from .problems import GltfError
+from .transforms import continuous, normalised, slerp
+
+# A cubic piece is cut into at most this many straight ones.
+MOST_CUTS = 4096
+
+
+@dataclass
+class Track:
+    """Keys at strictly rising seconds.  Values [n, c]; tangents only with cubic sampling."""
+
+    mode: str
+    seconds: Floats
+    values: Floats
+    rotation: bool
+    before: Floats | None = None  # in-tangents
+    after: Floats | None = None  # out-tangents
+
+    def sample(self, seconds: Floats) -> Floats:
+        """The source's own value at any times, clamped at both ends as glTF says."""
+        if len(self.seconds) == 1:
+            return np.repeat(self.unit(self.values), len(seconds), axis=0)
+        inside = np.clip(seconds, self.seconds[0], self.seconds[-1])
+        left = np.clip(np.searchsorted(self.seconds, inside, side="right") - 1, 0, len(self.seconds) - 2)
+        span = self.seconds[left + 1] - self.seconds[left]
+        t = (inside - self.seconds[left]) / span
+        if self.mode == "STEP":
+            return self.unit(self.values[np.where(inside >= self.seconds[-1], len(self.seconds) - 1, left)])
+        if self.mode == "CUBICSPLINE":
+            return self.unit(self._hermite(left, t[:, None], span[:, None]))
+        if self.rotation:
+            unit = normalised(self.values)
+            return normalised(slerp(unit[left], unit[left + 1], t))
+        return np.asarray(self.values[left] * (1.0 - t)[:, None] + self.values[left + 1] * t[:, None])
+
+    def unit(self, values: Floats) -> Floats:
+        """Rotations are normalised behind every interpolation."""
+        return normalised(values) if self.rotation else values
+
+    def _hermite(self, left: Integers, t: Floats, span: Floats) -> Floats:
+        assert self.before is not None and self.after is not None
+        square, cube = t * t, t * t * t
+        return np.asarray(
+            (2.0 * cube - 3.0 * square + 1.0) * self.values[left]
+            + span * (cube - 2.0 * square + t) * self.after[left]
+            + (3.0 * square - 2.0 * cube) * self.values[left + 1]
+            + span * (cube - square) * self.before[left + 1]
+        )
+
+    def polyline(self, tolerance: float) -> tuple[Floats, Floats]:
+        """Seconds and values of straight pieces that stay within `tolerance` of this track.
+
+        Step tracks give their keys as they are: only the caller, who knows the finest step of the
+        argument, can tell how close a jump's two keys may lie.
+        """
+        if self.mode != "CUBICSPLINE" or len(self.seconds) == 1:
+            values = self.unit(self.values)
+            if self.rotation and self.mode != "STEP":
+                values = continuous(values)
+            return self.seconds, values
+        seconds = self._cuts(tolerance)
+        values = self.sample(seconds)
+        return seconds, continuous(values) if self.rotation else values
+
+    def _cuts(self, tolerance: float) -> Floats:
+        """A chord leaves a curve by at most h^2 / 8 times the largest second derivative, which is
+        largest at an end of a cubic piece, as it runs straight between the two."""
+        assert self.before is not None and self.after is not None
+        span = np.diff(self.seconds)[:, None]
+        rise = self.values[1:] - self.values[:-1]
+        first, last = span * self.after[:-1], span * self.before[1:]
+        bend = np.maximum(np.abs(6.0 * rise - 4.0 * first - 2.0 * last), np.abs(6.0 * rise - 2.0 * first - 4.0 * last))
+        worst = np.linalg.norm(bend, axis=1)
+        counts = np.clip(np.ceil(np.sqrt(worst / (8.0 * tolerance))), 1, MOST_CUTS).astype(np.int64)
+        if self.rotation:
+            counts = self._refine(counts, tolerance)
+        return self._spread(counts)
+
+    def _refine(self, counts: Integers, tolerance: float) -> Integers:
+        """Normalising bends a rotation's curve once more, so its cuts are checked where they are worst."""
+        for _ in range(12):
+            seconds = self._spread(counts)
+            unit = self.sample(seconds)
+            middle = (seconds[1:] + seconds[:-1]) * 0.5
+            chord = normalised(slerp(unit[:-1], unit[1:], np.full(len(middle), 0.5)))
+            true = self.sample(middle)
+            off = np.linalg.norm(chord * np.sign(np.sum(chord * true, axis=1, keepdims=True)) - true, axis=1)
+            piece = np.clip(np.searchsorted(self.seconds, middle, side="right") - 1, 0, len(counts) - 1)
+            bad = np.zeros(len(counts), bool)
+            np.logical_or.at(bad, piece, off > tolerance)
+            bad &= counts < MOST_CUTS
+            if not bad.any():
+                break
+            counts = np.where(bad, counts * 2, counts)
+        return counts
+
+    def _spread(self, counts: Integers) -> Floats:
+        piece = np.repeat(np.arange(len(counts)), counts)
+        step = np.arange(len(piece)) - np.repeat(np.cumsum(counts) - counts, counts)
+        span = np.diff(self.seconds)
+        seconds = self.seconds[piece] + span[piece] * (step / counts[piece])
+        return np.concatenate([seconds, self.seconds[-1:]])
+
+
+def make_track(mode: str, seconds: Floats, values: Floats, rotation: bool, where: str) -> Track:
+    """Checks a sampler's two lists and takes the tangents of cubic keys apart."""
+    count = len(seconds)
+    if count == 0:
+        raise GltfError(f"{where} has no keys")
+    if not np.isfinite(seconds).all() or not np.isfinite(values).all():
+        raise GltfError(f"{where} holds numbers that are not finite")
+    if count > 1 and not (np.diff(seconds) > 0.0).all():
+        raise GltfError(f"{where}: the times do not rise")
+    if mode not in ("LINEAR", "STEP", "CUBICSPLINE"):
+        raise GltfError(f"{where}: unknown interpolation {mode!r}")
+    wanted = count * (3 if mode == "CUBICSPLINE" else 1)
+    if len(values) != wanted:
+        raise GltfError(f"{where} has {len(values)} values where {wanted} belong to {count} times")
+    if mode != "CUBICSPLINE":
+        return Track(mode, seconds, values, rotation)
+    triples = values.reshape(count, 3, -1)
+    return Track(mode, seconds, triples[:, 1], rotation, triples[:, 0], triples[:, 2])
