@@ -54,7 +54,8 @@ public:
 };
 
 /// A copy of a node as what it is known as.
-template <class T> ObjectPtr<T> cloneAs(const T& node)
+template <class T>
+ObjectPtr<T> cloneAs(const T& node)
 {
     return cast<T>(node.clone());
 }

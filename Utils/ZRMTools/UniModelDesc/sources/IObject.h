@@ -36,10 +36,12 @@ struct IObjectDeleter
 };
 
 /// How all model objects are owned.
-template <class T> using ObjectPtr = zr::Ptr<T, IObjectDeleter>;
+template <class T>
+using ObjectPtr = zr::Ptr<T, IObjectDeleter>;
 
 /// The same object as a `T`; null when it is none or null.
-template <class T, class U> ObjectPtr<T> cast(const ObjectPtr<U>& object)
+template <class T, class U>
+ObjectPtr<T> cast(const ObjectPtr<U>& object)
 {
     return ObjectPtr<T>(dynamic_cast<T*>(object.get()));
 }

@@ -19,7 +19,8 @@ public:
     virtual IObject* clone(const IObject& source) const = 0;
 };
 
-template <class T> class regClass final : public IregClass
+template <class T>
+class regClass final : public IregClass
 {
 public:
     IObject* create() const override { return new T(); }
@@ -52,8 +53,9 @@ public:
     void shutDown();
 
 private:
-    template <class T> void reg(const char* className);
-    IregClass* find(const char* className);
+    template <class T>
+    void reg(const char* className);
+    const IregClass* find(const char* className) const;
     ObjectPtr<IObject> take(IObject* object);
 
     zr::unordered_map<zr::string, std::unique_ptr<IregClass>> factories;
@@ -67,7 +69,8 @@ private:
 ObjectRegistry& getObjectRegistry();
 
 /// Creates an object by its class name, as a `T`; null when the name is not registered or names another class.
-template <class T> ObjectPtr<T> create(const char* className)
+template <class T>
+ObjectPtr<T> create(const char* className)
 {
     return cast<T>(getObjectRegistry().create(className));
 }

@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "PropertiesSet.h"
 #include "nodes/BaseNode.h"
 #include "nodes/Node.h"
-#include "PropertiesSet.h"
 #include <parallel_hashmap/phmap.h>
 
 namespace model
@@ -75,6 +75,12 @@ public:
     zr::vector<MaterialPtr> materials;
 
 private:
+    /// The place of the node's first entry; the size of the list when there is none.
+    std::size_t findRenderNode(const BaseNode* node) const;
+    /// Calls the function with each place where something hangs on `node`, in the order of `getAllNodes`, until it
+    /// gives false; false when it did.
+    bool forEachUser(const Node* node, const std::function<bool(BaseNode&, u64)>& function) const;
+
     phmap::flat_hash_map<const PropertiesSet*, u32> materialIndices;
 };
 } // namespace model

@@ -2,9 +2,9 @@
 
 #include <bit>
 #include <cstddef>
+#include <string_view>
 
 #include "../types.h"
-#include <zr/containers.h>
 
 namespace io
 {
@@ -28,9 +28,9 @@ public:
     virtual std::size_t tell() const = 0;
     virtual const char* name() const = 0;
     /// A `u32` length, then the bytes, unless the file keeps its strings elsewhere.
-    virtual void writeString(const zr::string& text);
-    /// Room for `size` bytes at the cursor, which moves behind it. The caller fills all of it before the next operation;
-    /// it has no alignment.
+    virtual void writeString(std::string_view text);
+    /// Room for `size` bytes at the cursor, which moves behind it. The caller fills all of it before the next
+    /// operation; it has no alignment.
     virtual u8* append(std::size_t size) = 0;
 
     void writeU8(u8 value) { put<1>(value); }
@@ -48,7 +48,7 @@ public:
     void writeMatrixf(const model::matrixf& value) { putFloats(value.m, 16); }
     void writeMatrixd(const model::matrixd& value);
     /// A `u32` length, then all bytes of the text, NUL ones too.
-    void writeRawName(const zr::string& text);
+    void writeRawName(std::string_view text);
 
 protected:
     /// Free room at the cursor while that stands at the end of the file; null elsewhere.
@@ -56,7 +56,8 @@ protected:
     u8* limit = nullptr;
 
 private:
-    template <int kBytes> void put(u64 value)
+    template <int kBytes>
+    void put(u64 value)
     {
         u8* bytes = next;
         if (static_cast<std::size_t>(limit - bytes) >= kBytes)

@@ -21,7 +21,7 @@ public:
     std::size_t tell() const override;
     const char* name() const override { return "buffer"; }
     /// Writes the string's index; the string is cut at its first NUL.
-    void writeString(const zr::string& text) override;
+    void writeString(std::string_view text) override;
     u8* append(std::size_t size) override;
 
     /// The bytes so far.
@@ -32,7 +32,10 @@ public:
 
 private:
     bool isAtEnd() const { return limit != nullptr; }
-    void leaveEnd();
+    /// Writes the position of the end back from `next`, so that `bytes` and `cursor` tell the truth.
+    void settle();
+    /// Lets writes fill the free room behind the end without a call.
+    void moveToEnd();
 
     ByteBuffer bytes;
     /// Where the next write goes; while it is the end of the file, `next` says so alone.

@@ -14,10 +14,10 @@ class StringPool
 public:
     explicit StringPool(std::size_t bytesPerPage) : pageSize(bytesPerPage) {}
 
-    /// The pool's own copy of a string; null is the empty string.
-    const char* intern(const char* text);
+    /// The pool's own copy of a string, which is cut at its first NUL.
+    const char* intern(std::string_view text);
     /// The number of distinct strings that were interned before this one.
-    u32 indexOf(const char* text);
+    u32 indexOf(std::string_view text);
     /// All strings in index order, each with its NUL.
     zr::vector<u8> serialize() const;
 
@@ -26,7 +26,6 @@ private:
     struct Page
     {
         zr::vector<char> bytes;
-        u32 count = 0;
         std::size_t used = 0;
     };
 

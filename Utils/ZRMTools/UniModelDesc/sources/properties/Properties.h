@@ -33,7 +33,8 @@ protected:
 };
 
 /// A constant of type f32, u32, vec2f, vec3f, vec4f or zr::string; zero or empty at creation.
-template <class V> class StaticProperty final : public IStaticProperty
+template <class V>
+class StaticProperty final : public IStaticProperty
 {
 public:
     StaticProperty();
@@ -51,7 +52,8 @@ public:
 };
 
 /// Keys of type f32, vec2f, vec3f or vec4f. Whoever fills the list keeps it in ascending order of time.
-template <class V> class AnimatedProperty final : public IAnimatedProperty
+template <class V>
+class AnimatedProperty final : public IAnimatedProperty
 {
 public:
     AnimatedProperty();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "Properties.h"
 
@@ -31,7 +32,7 @@ public:
     const PropertyPtr& operator[](std::size_t i) const { return zr::at(entries, i); }
 
     /// The position of the first property of that name, `kNone` when there is none.
-    std::size_t find(const char* name) const;
+    std::size_t find(std::string_view name) const;
     /// Puts the property in the place of the first one of its name, or at the end. A null pointer is ignored.
     void set(const PropertyPtr& property);
     /// Appends whatever the name is. A null pointer is ignored.
@@ -43,15 +44,20 @@ public:
 private:
     struct Index;
 
-    std::size_t findName(const zr::string& name) const;
+    friend class IProperty;
+
+    /// The index of a list that is long enough to have one, otherwise null.
     Index* freshIndex() const;
+    static void addToIndex(Index& index, const IProperty& property, std::size_t place);
+    /// Called before an indexed property is renamed.
+    static void forgetNames();
 
     zr::vector<PropertyPtr> entries;
     mutable std::unique_ptr<Index> names;
 };
 
 /// The first property of that name; null when there is none.
-PropertyPtr findProperty(const PropertyList& list, const char* name);
+PropertyPtr findProperty(const PropertyList& list, std::string_view name);
 
 /// `PropertyList::set`.
 void setProperty(PropertyList& list, const PropertyPtr& property);

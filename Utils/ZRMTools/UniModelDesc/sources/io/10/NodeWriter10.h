@@ -9,12 +9,14 @@ namespace model
 {
 class BaseRenderNode;
 class BaseShellNode;
-class IBone;
-class Indices;
-class Vertices;
+struct FakeOmniLight;
 
 /// The numbers of the tree's nodes, in the order of the walk.
 using NodeIndexMap = phmap::flat_hash_map<const Node*, u32>;
+
+/// The number of a node of the tree.
+/// @throws std::out_of_range "invalid unordered_map<K, T> key" for a node that is not in it, null included
+u32 nodeIndexOf(const NodeIndexMap& indices, const Node* node);
 
 /// Writes the records of nodes; a derived class's record begins with that of its base.
 class NodeWriter10 final : public INodeVisitor
@@ -47,6 +49,7 @@ public:
     void visit(const Node& node) override;
 
 private:
+    /// The head of everything that hangs on the tree.
     void writeRecordHeader(const BaseNode& node);
     void writeRenderHeader(const BaseRenderNode& node);
     void writeShellHeader(const BaseShellNode& node);
@@ -57,17 +60,18 @@ private:
     void writeTexture(const TextureSlot& slot);
     void writeUniforms(const PropertiesSet& material, bool animated);
     void writeVertexFormat(const VertexFormat& format);
-    void writeVertices(const Vertices& vertices);
-    void writeIndices(const Indices& indices);
-    void writeBones(const zr::vector<IBone*>& bones);
-    void writePivots(const vec3f* pivots, std::size_t count);
+    void writeBones(const zr::vector<ObjectPtr<Node>>& bones);
     void writeSkinBox(const Box& box);
-    void writeSamples(const BaseNode& node, u32 argument, const zr::vector<f32>& samples, std::size_t lightCount);
-    /// The number of a node of the tree. @throws std::out_of_range for a node that is not in it, null included.
-    u32 nodeIndex(const Node* node) const;
+    void writeLight(const FakeOmniLight& light);
+    /// What makes fake lights animated.
+    void writeSamples(const BaseNode& node, u32 argument, const zr::vector<f32>& samples, std::size_t numLights);
+    /// A reference to a node of the tree.
+    void writeNode(const ObjectPtr<Node>& node) { file.writeU32(nodeIndexOf(indices, node.get())); }
     void writeCount(std::size_t count) { file.writeU32(static_cast<u32>(count)); }
 
     io::IBinaryFileW& file;
     const NodeIndexMap& indices;
+    /// The root whose record was written first; it knows the numbers of the materials.
+    const RootNode* root = nullptr;
 };
 } // namespace model

@@ -1,0 +1,171 @@
+#include "RootNode.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "INodeVisitor.h"
+#include "io/IClassWriter.h"
+#include "nodes/BaseRenderNode.h"
+#include "utils/ModelArguments.h"
+#include <zr/exceptions.h>
+#include <zrvfs/WholeFile.h>
+
+namespace model
+{
+RootNode::RootNode()
+{
+    version = 3;
+}
+
+RootNode::~RootNode()
+{
+    Node::unlinkAll(rootTransform);
+    materials.clear();
+    lights.clear();
+    shellNodes.clear();
+    renderNodes.clear();
+    connectors.clear();
+    rootTransform.release();
+}
+
+void RootNode::accept(INodeVisitor& visitor) const
+{
+    visitor.visit(*this);
+}
+
+void RootNode::addRenderNode(ObjectPtr<BaseNode> node)
+{
+    if (!node) return;
+    node->root = this;
+    // A place that is already known may be one in this list or in another root's: either way it can't be relied on.
+    node->place.isRepeated = node->place.index != ListPlace::kNone;
+    node->place.index = renderNodes.size();
+    renderNodes.push_back(std::move(node));
+}
+
+void RootNode::addShellNode(ObjectPtr<BaseNode> node)
+{
+    if (!node) return;
+    node->root = this;
+    shellNodes.push_back(std::move(node));
+}
+
+std::size_t RootNode::findRenderNode(const BaseNode* node) const
+{
+    if (!node->place.isRepeated && node->place.index < renderNodes.size() &&
+        renderNodes[node->place.index].get() == node)
+        return node->place.index;
+    const auto same = [node](const ObjectPtr<BaseNode>& entry) { return entry.get() == node; };
+    return static_cast<std::size_t>(std::find_if(renderNodes.begin(), renderNodes.end(), same) - renderNodes.begin());
+}
+
+void RootNode::removeRenderNode(const BaseNode* node)
+{
+    if (!node) return;
+    const std::size_t index = findRenderNode(node);
+    if (index == renderNodes.size()) return;
+
+    // Held until the list is whole again.
+    const ObjectPtr<BaseNode> removed = std::move(renderNodes[index]);
+    if (!removed->place.isRepeated) removed->place.index = ListPlace::kNone;
+    if (index + 1 < renderNodes.size())
+    {
+        renderNodes[index] = std::move(renderNodes.back());
+        renderNodes[index]->place.index = index;
+    }
+    renderNodes.pop_back();
+}
+
+RootNode::List RootNode::getAllNodes() const
+{
+    List nodes;
+    nodes.reserve(connectors.size() + lights.size() + shellNodes.size() + renderNodes.size());
+    for (const List* list : {&connectors, &lights, &shellNodes, &renderNodes})
+        nodes.insert(nodes.end(), list->begin(), list->end());
+    return nodes;
+}
+
+bool RootNode::forEachUser(const Node* node, const std::function<bool(BaseNode&, u64)>& function) const
+{
+    for (const List* list : {&connectors, &lights, &shellNodes, &renderNodes})
+        for (const ObjectPtr<BaseNode>& user : *list)
+        {
+            const u64 numControls = user->getNumControlNodes();
+            for (u64 i = 0; i < numControls; ++i)
+                if (user->getControlNode(i).get() == node && !function(*user, i)) return false;
+        }
+    return true;
+}
+
+zr::vector<RootNode::User> RootNode::getUsers(const Node* node) const
+{
+    zr::vector<User> users;
+    forEachUser(node,
+                [&users](BaseNode& user, u64 index)
+                {
+                    users.emplace_back(&user, static_cast<int>(index));
+                    return true;
+                });
+    return users;
+}
+
+bool RootNode::isUsed(const Node* node) const
+{
+    return !forEachUser(node, [](BaseNode&, u64) { return false; });
+}
+
+bool RootNode::replaceControlNode(const Node* old, const ObjectPtr<Node>& replacement)
+{
+    bool changed = false;
+    forEachUser(old,
+                [&](BaseNode& user, u64 index)
+                {
+                    user.setControlNode(index, replacement);
+                    changed = true;
+                    return true;
+                });
+    return changed;
+}
+
+void RootNode::collectMaterials()
+{
+    materials.clear();
+    materialIndices.clear();
+    for (const ObjectPtr<BaseNode>& node : renderNodes)
+    {
+        const auto* renderNode = dynamic_cast<const BaseRenderNode*>(node.get());
+        if (!renderNode || !renderNode->getMaterial()) continue;
+        const MaterialPtr& material = renderNode->getMaterial();
+        if (materialIndices.try_emplace(material.get(), static_cast<u32>(materials.size())).second)
+            materials.push_back(material);
+    }
+}
+
+zr::vector<MaterialPtr> RootNode::getMaterials()
+{
+    collectMaterials();
+    return materials;
+}
+
+int RootNode::getMaterialIndex(const PropertiesSet* material) const
+{
+    const auto found = materialIndices.find(material);
+    return found == materialIndices.end() ? -1 : static_cast<int>(found->second);
+}
+
+u32 RootNode::calcNumHandles() const
+{
+    return model::calcNumHandles(*this);
+}
+
+void RootNode::writeToFile(const char* path, u16 fileVersion)
+{
+    const auto writer = createClassWriter(fileVersion);
+    if (!writer) ZR_RAISE(zr::string("Unsupported version ") + fmt::format_int(fileVersion).c_str());
+    ByteBuffer bytes;
+    writer->write(this, bytes);
+    if (!zrvfs::writeWholeFile(path, bytes.data(), bytes.size(), false))
+        ZR_RAISE(zr::string("Can't write to file ") + path);
+}
+} // namespace model

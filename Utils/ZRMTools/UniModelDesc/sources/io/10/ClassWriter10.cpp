@@ -1,0 +1,90 @@
+#include "ClassWriter10.h"
+
+#include <algorithm>
+
+#include "../../nodes/Node.h"
+
+namespace model
+{
+namespace
+{
+constexpr std::size_t kStringTablePosition = 5;
+constexpr u32 kNoParent = 0xFFFFFFFFu;
+} // namespace
+
+void ClassWriter10::write(RootNode* root, ByteBuffer& out)
+{
+    root->collectMaterials();
+    calcNumTransformNodes(*root);
+
+    file.write("ZRM", 3);
+    file.writeU16(fileVersion());
+    file.writeU64(0);
+    root->accept(writer);
+    file.writeU32(static_cast<u32>(indices.size()));
+    saveTransformNodes(*root);
+    saveTransformNodesConnections(*root);
+    saveSections(*root);
+    insertStringTable();
+    out = file.takeBytes();
+}
+
+void ClassWriter10::calcNumTransformNodes(const RootNode& root)
+{
+    indices.clear();
+    Node::visit(root.rootTransform.get(),
+                [this](const Node* node)
+                {
+                    indices.emplace(node, static_cast<u32>(indices.size()));
+                    return true;
+                });
+}
+
+void ClassWriter10::saveTransformNodes(const RootNode& root)
+{
+    Node::visit(root.rootTransform.get(),
+                [this](const Node* node)
+                {
+                    node->accept(writer);
+                    return true;
+                });
+}
+
+void ClassWriter10::saveTransformNodesConnections(const RootNode& root)
+{
+    Node::visit(root.rootTransform.get(),
+                [this](const Node* node)
+                {
+                    file.writeU32(node->parent() ? nodeIndexOf(indices, node->parent()) : kNoParent);
+                    return true;
+                });
+}
+
+void ClassWriter10::saveSections(const RootNode& root)
+{
+    const std::pair<const char*, const RootNode::List&> sections[] = {
+        {"CONNECTORS", root.connectors},
+        {"SHELL_NODES", root.shellNodes},
+        {"LIGHT_NODES", root.lights},
+        {"RENDER_NODES", root.renderNodes},
+    };
+    file.writeU32(static_cast<u32>(std::count_if(std::begin(sections), std::end(sections),
+                                                 [](const auto& section) { return !section.second.empty(); })));
+    for (const auto& [name, nodes] : sections)
+    {
+        if (nodes.empty()) continue;
+        file.writeString(name);
+        file.writeU32(static_cast<u32>(nodes.size()));
+        for (const ObjectPtr<BaseNode>& node : nodes)
+            node->accept(writer);
+    }
+}
+
+void ClassWriter10::insertStringTable()
+{
+    const zr::vector<u8> table = file.getStrings().serialize();
+    file.seek(kStringTablePosition);
+    file.writeU32(static_cast<u32>(table.size()));
+    file.write(table.data(), table.size());
+}
+} // namespace model

@@ -1,0 +1,12 @@
+#include "IClassWriter.h"
+
+#include "10/ClassWriter10.h"
+
+namespace model
+{
+std::unique_ptr<IClassWriter> createClassWriter(u16 version)
+{
+    if (version == 10) return std::make_unique<ClassWriter10>();
+    return nullptr;
+}
+} // namespace model

@@ -1,0 +1,82 @@
+#include "MemBinaryFileW.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace model
+{
+namespace
+{
+constexpr std::size_t kPageSize = 4096;
+}
+
+MemBinaryFileW::MemBinaryFileW() : strings(kPageSize)
+{
+    bytes.insert(0, 0);
+    moveToEnd();
+}
+
+std::size_t MemBinaryFileW::write(const void* data, std::size_t size)
+{
+    if (size > 0) std::memcpy(append(size), data, size);
+    return size;
+}
+
+u8* MemBinaryFileW::append(std::size_t size)
+{
+    const bool wasAtEnd = isAtEnd();
+    settle();
+    const std::size_t place = std::min(cursor, bytes.size());
+    u8* const room = bytes.insert(place, size);
+    cursor = place + size;
+    if (wasAtEnd || cursor == bytes.size()) moveToEnd();
+    return room;
+}
+
+void MemBinaryFileW::seek(std::size_t position)
+{
+    settle();
+    cursor = position;
+    if (position == bytes.size()) moveToEnd();
+}
+
+std::size_t MemBinaryFileW::tell() const
+{
+    return isAtEnd() ? static_cast<std::size_t>(next - bytes.data()) : cursor;
+}
+
+void MemBinaryFileW::writeString(std::string_view text)
+{
+    writeU32(strings.indexOf(text));
+}
+
+const ByteBuffer& MemBinaryFileW::getBytes()
+{
+    if (isAtEnd()) bytes.setEnd(next);
+    return bytes;
+}
+
+ByteBuffer MemBinaryFileW::takeBytes()
+{
+    settle();
+    ByteBuffer taken = std::move(bytes);
+    bytes = ByteBuffer();
+    seek(0);
+    return taken;
+}
+
+void MemBinaryFileW::settle()
+{
+    if (!isAtEnd()) return;
+    bytes.setEnd(next);
+    cursor = bytes.size();
+    next = limit = nullptr;
+}
+
+void MemBinaryFileW::moveToEnd()
+{
+    next = bytes.end();
+    limit = bytes.endOfRoom();
+}
+} // namespace model

@@ -1,0 +1,14 @@
+#include "BaseNode.h"
+
+namespace model
+{
+bool BaseNode::applyMatrix(u32, const f64*)
+{
+    return false;
+}
+
+void BaseNode::forEachArgument(const std::function<void(u32)>& function) const
+{
+    model::forEachArgument(properties, function);
+}
+} // namespace model

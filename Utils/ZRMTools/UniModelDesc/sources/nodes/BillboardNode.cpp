@@ -1,0 +1,11 @@
+#include "BillboardNode.h"
+
+#include "../INodeVisitor.h"
+
+namespace model
+{
+void BillboardNode::accept(INodeVisitor& visitor) const
+{
+    visitor.visit(*this);
+}
+} // namespace model

@@ -1,0 +1,57 @@
+#include "Node.h"
+
+#include <algorithm>
+
+#include "../INodeVisitor.h"
+#include "../ObjectRegistry.h"
+
+namespace model
+{
+namespace
+{
+constexpr const char* kVersionName = "__VERSION__";
+}
+
+void Node::accept(INodeVisitor& visitor) const
+{
+    visitor.visit(*this);
+}
+
+u32 Node::getVersion() const
+{
+    const auto property = cast<UIntProperty>(findProperty(properties, kVersionName));
+    return property ? property->value : 0;
+}
+
+void Node::setVersion(u32 version)
+{
+    if (getVersion() == version) return;
+    const auto property = create<UIntProperty>("model::Property<unsigned int>");
+    if (!property) return;
+    property->setName(kVersionName);
+    property->setValue(version);
+    setProperty(properties, property);
+}
+
+void Node::accumulateMatrix(const IModelArguments& arguments, f64* m) const
+{
+    for (const Node* node = this; node; node = node->parent())
+        node->accumulateOwn(arguments, m);
+}
+
+void Node::evalVisibility(const IModelArguments& arguments, bool* visible) const
+{
+    for (const Node* node = this; node && *visible; node = node->parent())
+        *visible = node->isOwnVisible(arguments);
+}
+
+void Node::takeMatrix(f64* out, const f64* m, bool)
+{
+    std::copy(m, m + 16, out);
+}
+
+void Node::forEachArgument(const std::function<void(u32)>& function) const
+{
+    model::forEachArgument(properties, function);
+}
+} // namespace model
