@@ -268,11 +268,12 @@ def skin(
     version: int = 0,
     extra: Writer = lambda out: None,
     argument: int = NONE,
+    material_index: int = 0,
 ) -> Writer:
     """`extra` writes box and pivots."""
 
     def write(out: ZrmBytes) -> None:
-        out.head("model::SkinNode", "skin", (), version).u32(0, 0, len(bones), *bones, argument)
+        out.head("model::SkinNode", "skin", (), version).u32(0, material_index, len(bones), *bones, argument)
         extra(out)
         vertices(rows)(out)
         indices(triangles)(out)

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import numpy as np
 
-from .cursor import Cursor
+from .cursor import Cursor, ZrmError
 from .model import AnimatedProperty, ArgumentProperty, Bytes, Material, Property, StaticProperty, Texture
 
 UINT_PROPERTY = "model::Property<unsigned int>"
@@ -208,15 +208,12 @@ def read_version(cursor: Cursor, properties: list[Property], allowed: tuple[int,
     With nothing in `allowed` no field does, and a property of that name may be anything.
     """
     version = 0
-    for entry in properties:
-        if entry.name != "__VERSION__":
-            continue
-        if isinstance(entry, StaticProperty) and entry.type_name == UINT_PROPERTY:
-            assert isinstance(entry.value, int)
-            version = entry.value
-        break
+    offset = cursor.position
+    found = next((entry for entry in properties if entry.name == "__VERSION__"), None)
+    if isinstance(found, StaticProperty) and found.type_name == UINT_PROPERTY and isinstance(found.value, int):
+        version = found.value
+        offset = found.offset
     if allowed and version not in allowed:
-        known = ", ".join(map(str, allowed))
-        raise cursor.error(f"version {version} of a record that has {known}")
+        known = " or ".join(map(str, allowed))
+        raise ZrmError(offset, f"a record of version {version}, not {known}")
     return version
-
