@@ -114,19 +114,4 @@ bool fixZeroNormals(RootNode* root)
 }
 
 void mergeNodes(RootNode*) {}
-
-std::pair<u32, u32> extremlyOptimizeMeshes(RootNode*, f32)
-{
-    return {0, 0};
-}
-
-u32 remapMeshes(RootNode*)
-{
-    return 0;
-}
-
-bool optimizeVertexCache(RootNode*)
-{
-    return false;
-}
 } // namespace model

@@ -73,30 +73,23 @@ void removeUnusedTextureChannels(Vertices& vertices, VertexFormat& vertexFormat,
 
 void remapTextureChannels(const SemanticRemap& remap, Vertices& vertices, VertexFormat& vertexFormat)
 {
-    struct Moved
-    {
-        u8 floats;
-        Attribute attribute;
-    };
+    // The format comes first: it refuses a wrong semantic before an attribute has moved.
     VertexFormat newFormat = vertexFormat;
-    zr::vector<Moved> moved;
     for (const auto& [from, to] : remap)
-    {
-        // A missing source moves as an empty attribute.
-        moved.push_back({formatByte(vertexFormat, from), std::move(vertices[from])});
-        formatByte(newFormat, from) = 0;
-        formatByte(newFormat, to) = 0;
-    }
+        formatByte(newFormat, from) = formatByte(newFormat, to) = 0;
+    for (const auto& [from, to] : remap)
+        formatByte(newFormat, to) = formatByte(vertexFormat, from);
+
+    zr::vector<Attribute> moved;
+    for (const auto& [from, to] : remap)
+        moved.push_back(std::move(vertices[from])); // a missing source moves as an empty attribute
     for (const auto& [from, to] : remap)
     {
         vertices.erase(from);
         vertices.erase(to);
     }
     for (std::size_t i = 0; i < remap.size(); ++i)
-    {
-        formatByte(newFormat, remap[i].second) = moved[i].floats;
-        vertices[remap[i].second] = std::move(moved[i].attribute);
-    }
+        vertices[remap[i].second] = std::move(moved[i]);
     vertexFormat = newFormat;
     checkVertexSize(vertices, vertexFormat);
 }
