@@ -90,11 +90,6 @@ u32 optimizeTextureChannels(BaseMeshRenderNode& mesh)
 
 void optimizeTransformations(RootNode*) {}
 
-bool mergeEqualPropertiesSets(RootNode*)
-{
-    return false;
-}
-
 void optimizeTextureChannels(RootNode* root, u32* removed)
 {
     *removed = 0;
