@@ -12,6 +12,8 @@ from .transforms import continuous, normalised, slerp
 
 # A cubic piece is cut into at most this many straight ones.
 MOST_CUTS = 4096
+# Product of two rotations' quaternions below which they are taken for opposite.
+HALF_TURN = 0.01
 
 
 @dataclass
@@ -63,13 +65,23 @@ class Track:
         argument, can tell how close a jump's two keys may lie.
         """
         if self.mode != "CUBICSPLINE" or len(self.seconds) == 1:
-            values = self.unit(self.values)
             if self.rotation and self.mode != "STEP":
-                values = continuous(values)
-            return self.seconds, values
+                return self._halved()
+            return self.seconds, self.unit(self.values)
         seconds = self._cuts(tolerance)
         values = self.sample(seconds)
         return seconds, continuous(values) if self.rotation else values
+
+    def _halved(self) -> tuple[Floats, Floats]:
+        """A half turn between two keys goes the way that their signs say.  The last bit of a rounding could
+        turn it round, so such a pair gets a third key in its middle."""
+        unit = self.unit(self.values)
+        wide = np.flatnonzero(np.abs(np.sum(unit[1:] * unit[:-1], axis=1)) < HALF_TURN)
+        if not len(wide):
+            return self.seconds, continuous(unit)
+        middle = (self.seconds[wide] + self.seconds[wide + 1]) * 0.5
+        seconds = np.insert(self.seconds, wide + 1, middle)
+        return seconds, continuous(np.insert(unit, wide + 1, self.sample(middle), axis=0))
 
     def _cuts(self, tolerance: float) -> Floats:
         """A chord leaves a curve by at most h^2 / 8 times the largest second derivative, which is
