@@ -16,6 +16,7 @@ endif()
 add_library(zrm_flags INTERFACE)
 target_compile_options(zrm_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    -Wno-sign-conversion # clang counts it in -Wconversion, g++ does not
     # A fused multiply-add rounds once where two operations round twice: the bytes of a file would depend on the compiler.
     -ffp-contract=off
     # Exceptions carry __FILE__; what a script sees is the path under this root, wherever the project was built.
