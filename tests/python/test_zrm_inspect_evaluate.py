@@ -17,7 +17,6 @@ from zrm_bytes import (  # noqa: E402
     IDENTITY,
     NONE,
     SKIN_FORMAT,
-    TRIANGLE,
     UINT,
     Writer,
     ZrmBytes,
@@ -65,7 +64,9 @@ def world_of(writer: Writer, arguments: dict[int, float] | None = None, handles:
 
 # ---------------------------------------------------------------- animation nodes
 
-ANIMATION, POSITION, ROTATION, SCALE = (f"model::Arg{kind}Node" for kind in ("Animation", "Position", "Rotation", "Scale"))
+ANIMATION, POSITION, ROTATION, SCALE = (
+    f"model::Arg{kind}Node" for kind in ("Animation", "Position", "Rotation", "Scale")
+)
 
 LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
     ("nothing", animation(SCALE), 0, {}, (1, 2, 3), (1, 2, 3)),
@@ -227,12 +228,12 @@ def test_random_trees_against_a_plain_loop() -> None:
         file = parse(simple(nodes, handles=int(any("visibility" in str(w) for _, w in nodes))))
         scene = evaluate(file, {})
         for index, entry in enumerate(file.nodes):
-            matrix = getattr(entry, "matrix", np.eye(4))
+            own: Any = getattr(entry, "matrix", np.eye(4))
             shown = not hasattr(entry, "arguments")
             if entry.parent >= 0:
-                matrix = matrix @ scene.world[entry.parent]
+                own = own @ scene.world[entry.parent]
                 shown = shown and bool(scene.visible[entry.parent])
-            assert np.allclose(scene.world[index], matrix, rtol=1e-9, atol=1e-12)
+            assert np.allclose(scene.world[index], own, rtol=1e-9, atol=1e-12)
             assert scene.visible[index] == shown
 
 
@@ -321,7 +322,7 @@ NORMALS = [  # the upper 3 by 3 rows, a normal, what becomes of it
 
 @pytest.mark.parametrize("rows, normal, expected", NORMALS)
 def test_normals(rows: tuple[float, ...], normal: Point, expected: Point) -> None:
-    mesh_rows = [[0, 0, 0, 0, *normal, 0, 0], [0, 0, 0, 0, 0, 0, 0, 0, 0]]
+    mesh_rows: list[list[float]] = [[0, 0, 0, 0, *normal, 0, 0], [0, 0, 0, 0, 0, 0, 0, 0, 0]]
     (mesh,) = mesh_scene([(-1, transform(upper(*rows)))], render(rows=mesh_rows, triangles=[0, 0, 0])).meshes
     assert mesh.normals is not None and mesh.normals[0] == pytest.approx(expected, abs=1e-6)
     assert mesh.normals[1].tolist() == [0, 0, 0]
@@ -338,11 +339,11 @@ def test_skin() -> None:
         (-1, transform(moved(0, 0, 100))),
         (0, bone(moved(0, 0, 0), moved(0, 0, -100))),  # at its rest pose: leaves points where they are
         (0, bone(moved(8, 0, 0), moved(0, 0, -100))),  # 8 along x from its rest pose
-        (0, bone(upper(0, 1, 0, -1, 0, 0, 0, 0, 1), moved(0, 0, -100))),  # a quarter turn
+        (0, bone(upper(0, 1, 0, -1, 0, 0, 0, 0, 1), moved(1, 0, -100))),  # a quarter turn, 1 off its rest pose
     ]
     scene = mesh_scene(nodes, skin([1, 2, 3], rows), SKIN_FORMAT)
     (mesh,) = scene.meshes
-    assert mesh.positions.tolist() == [[7, 0, 0], [0, 1, 0], [9, 0, 0]]
+    assert mesh.positions.tolist() == [[7, 0, 0], [0, 2, 0], [9, 0, 0]]
     assert mesh.normals is not None and mesh.normals.tolist() == [[0, 0, 1], [0, 0, 1], [1, 0, 0]]
     assert mesh.controls.tolist() == [1] and mesh.triangles.tolist() == [[0, 1, 2]]
 
@@ -365,7 +366,7 @@ def test_skin_without_weights() -> None:
 
 UNUSABLE = [
     ("index", render(triangles=[0, 1, 3]), None, "index 3 of 3"),
-    ("parent", render(rows=[[*row[:3], 1, *row[4:]] for row in TRIANGLE]), None, "vertex of parent 1 of 1"),
+    ("parent", render(rows=[[0, 0, 0, 1] + [0] * 5] * 3), None, "vertex of parent 1 of 1"),
     ("parent that is no number", render(rows=[[0, 0, 0, math.nan] + [0] * 5] * 3), None, "vertex of parent -1 of 1"),
     ("bone", skin([0], [[0, 0, 0, b"\1\0\0\0", 0, 0, 1, 1, 0, 0, 0]] * 3), SKIN_FORMAT, "vertex of bone 1 of 1"),
     ("position", render(rows=[[0, 0]] * 3), vertex_format(POSITION0=2), "a position of 2 floats"),

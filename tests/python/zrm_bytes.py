@@ -8,6 +8,7 @@ from __future__ import annotations
 
 import struct
 from collections.abc import Callable, Iterable, Sequence
+from typing import Any
 
 NONE = 0xFFFFFFFF
 IDENTITY = [1.0, 0, 0, 0, 0, 1.0, 0, 0, 0, 0, 1.0, 0, 0, 0, 0, 1.0]
@@ -16,6 +17,7 @@ UNSET_BOX = [F32_MAX] * 3 + [-F32_MAX] * 3
 UINT = "model::Property<unsigned int>"
 
 Writer = Callable[["ZrmBytes"], object]
+Rows = Sequence[Sequence[Any]]  # a float, or four bytes that stand for one
 
 
 class ZrmBytes:
@@ -24,7 +26,7 @@ class ZrmBytes:
         self.strings: list[bytes] = []
         self.numbers: dict[bytes, int] = {}
 
-    def pack(self, form: str, *values: float) -> ZrmBytes:
+    def pack(self, form: str, *values: Any) -> ZrmBytes:
         self.body += struct.pack("<" + form, *values)
         return self
 
@@ -65,8 +67,14 @@ class ZrmBytes:
         own = list(props) + ([prop(UINT, "__VERSION__", "I", version)] if version else [])
         return self.text(type_name).name(name).u32(0).each(own)
 
-    def root(self, materials: Sequence[Writer] = (), handles: int = 0, boxes: Iterable[float] = UNSET_BOX * 3) -> ZrmBytes:
-        self.head("model::RootNode", "", (), 3).f64(*boxes).each(materials)
+    def root(
+        self,
+        materials: Sequence[Writer] = (),
+        handles: int = 0,
+        boxes: Iterable[float] = UNSET_BOX * 3,
+        props: Sequence[Writer] = (),
+    ) -> ZrmBytes:
+        self.head("model::RootNode", "", props, 3).f64(*boxes).each(materials)
         return self.u32(0, handles)
 
     def tree(self, nodes: Sequence[tuple[int, Writer]]) -> ZrmBytes:
@@ -217,7 +225,7 @@ def billboard(matrix: Sequence[float] = IDENTITY) -> Writer:
 # ---------------------------------------------------------------- records of the sections
 
 
-def vertices(rows: Sequence[Sequence[float]]) -> Writer:
+def vertices(rows: Rows) -> Writer:
     """A component given as bytes goes out as its bits."""
 
     def write(out: ZrmBytes) -> None:
@@ -240,7 +248,7 @@ TRIANGLE = [[0, 0, 0, 0, 0, 0, 1, 0, 0], [1, 0, 0, 0, 0, 0, 1, 1, 0], [0, 1, 0, 
 
 def render(
     parents: Sequence[tuple[int, int]] = ((0, NONE),),
-    rows: Sequence[Sequence[float]] = TRIANGLE,
+    rows: Rows = TRIANGLE,
     triangles: Sequence[int] = (0, 1, 2),
     material_index: int = 0,
     version: int = 0,
@@ -263,7 +271,7 @@ def render(
 
 def skin(
     bones: Sequence[int],
-    rows: Sequence[Sequence[float]],
+    rows: Rows,
     triangles: Sequence[int] = (0, 1, 2),
     version: int = 0,
     extra: Writer = lambda out: None,

@@ -33,6 +33,7 @@ from .model import (
     layout,
 )
 
+
 def short(type_name: str) -> str:
     return type_name.removeprefix("model::")
 
@@ -57,7 +58,9 @@ def _property(entry: Property) -> dict[str, Any]:
         told["argument"] = _argument(entry.argument)
     elif isinstance(entry, AnimatedProperty):
         told["argument"] = _argument(entry.argument)
-        told["keys"] = [[time, *value] for time, value in zip(entry.keys["time"].tolist(), entry.keys["value"].tolist())]
+        told["keys"] = [
+            [time, *value] for time, value in zip(entry.keys["time"].tolist(), entry.keys["value"].tolist())
+        ]
     return told
 
 
@@ -83,14 +86,14 @@ def mesh_of(node: BaseNode) -> Mesh | None:
     return None
 
 
-def _controls(node: BaseNode) -> list[int]:
+def _controls(node: Any) -> list[int]:
     if isinstance(node, RenderNode):
         return [int(index) for index in node.parents[:, 0]]
     if isinstance(node, (SkinNode, ShellSkinNode)):
         return [int(index) for index in node.bones]
     if isinstance(node, (FakeOmniLightsNode, FakeSpotLightsNode, FakeSpotLights3Node)):
         return [int(index) for index in node.controls]
-    return [int(getattr(node, "control"))]
+    return [int(node.control)]
 
 
 def _arguments(node: BaseNode) -> list[int]:

@@ -61,9 +61,3 @@ def read_mesh(cursor: Cursor, vertex_format: Bytes) -> Mesh:
     vertices = read_vertices(cursor, vertex_format)
     indices, primitive_type = read_indices(cursor, len(vertices))
     return Mesh(vertices, vertex_format, indices, primitive_type)
-
-
-def check_numbers(cursor: Cursor, offset: int, what: str, largest: int, count: int) -> None:
-    """Warns when vertices or lights name an entry that their list lacks."""
-    if largest >= count:
-        cursor.warn(offset, f"{what} {largest} of {count}")

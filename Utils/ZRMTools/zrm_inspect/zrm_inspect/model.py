@@ -52,7 +52,6 @@ CHANNELS: dict[str, int] = {
 }
 
 
-
 def layout(vertex_format: Bytes) -> Iterator[tuple[str, int, int]]:
     """(semantic, first float, width) of each attribute that a vertex format has, in order."""
     first = 0

@@ -13,7 +13,8 @@ from pathlib import Path
 from .cursor import Cursor, ZrmError, decode
 from .model import Root, ZrmFile
 from .properties import read_material, read_name_and_properties, read_version
-from .sections import Context, check_materials, read_sections
+from .records import Context
+from .sections import check_materials, read_sections
 from .tree import read_parents, read_tree
 
 VERSION = 10
