@@ -107,6 +107,4 @@ bool fixZeroNormals(RootNode* root)
         if (auto* mesh = dynamic_cast<BaseMeshRenderNode*>(node.get())) isChanged |= fixZeroNormals(mesh->vertices);
     return isChanged;
 }
-
-void mergeNodes(RootNode*) {}
 } // namespace model
