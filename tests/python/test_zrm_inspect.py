@@ -569,6 +569,13 @@ def test_warned(members: list[Any], text: str) -> None:
     assert text in warning[1] and warning[0] > 87
 
 
+def test_bones_without_weight_are_not_warned_of() -> None:
+    for weight, warnings in ((0, 0), (0.5, 1)):
+        rows = [[0, 0, 0, bytes([0, 7, 0, 0]), 0, 0, 1, 1, weight, 0, 0]] * 3
+        out = ZrmBytes().root([material(SKIN_FORMAT)]).tree([(-1, bone())])
+        assert len(parse(out.sections(RENDER_NODES=[skin([0], rows)]).finish()).warnings) == warnings
+
+
 def test_deep_chain() -> None:
     """No recursion, and near-linear: 50,000 nested nodes."""
     count = 50_000

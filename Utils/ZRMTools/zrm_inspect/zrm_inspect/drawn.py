@@ -69,6 +69,17 @@ def read_number(context: Context, offset: int, type_name: str) -> BaseNode:
     return NumberNode(*head, *fields, numbers)
 
 
+def _check_bone_numbers(cursor: Cursor, offset: int, mesh: Mesh, bone_count: int) -> None:
+    """What has no weight may name any bone."""
+    if not mesh.vertex_count or mesh.vertex_format[0] != 4:
+        return
+    numbers = mesh.bone_indices()
+    weights = mesh.split().get("COLOR1")
+    if weights is not None and weights.shape[1] == 4:
+        numbers = numbers[weights != 0]
+    check_numbers(cursor, offset, "vertex of bone", int(numbers.max(initial=0)), bone_count)
+
+
 def read_skin(context: Context, offset: int, type_name: str) -> BaseNode:
     cursor = context.cursor
     head = context.head(offset, type_name, (0, 1, 2))
@@ -79,6 +90,5 @@ def read_skin(context: Context, offset: int, type_name: str) -> BaseNode:
     box = cursor.array("<f4", 2, 3) if version >= 1 else None
     pivots = _pivots(cursor, version)
     mesh = read_mesh(cursor, context.materials[material].vertex_format)
-    if mesh.vertex_count and mesh.vertex_format[0] == 4:
-        check_numbers(cursor, offset, "vertex of bone", int(mesh.bone_indices().max()), len(bones))
+    _check_bone_numbers(cursor, offset, mesh, len(bones))
     return SkinNode(*head, material, bones, argument, box, pivots, mesh)
