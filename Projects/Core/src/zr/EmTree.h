@@ -116,7 +116,8 @@ public:
     /// Whether `insert(child, ...)` would make a node its own ancestor: `child` is this node or above it.
     ///
     /// Goes up from this node and over the subtree of `child` in step and stops with the shorter of the two, so that
-    /// building a deep chain from either end costs a constant for each node.
+    /// building a deep chain from either end costs a constant for each node. The way up is never the longer one when
+    /// this node is in that subtree, so the walk that ends first has the answer.
     bool wouldCycle(const T* child) const
     {
         const T* up = self();
@@ -124,7 +125,7 @@ public:
         bool entering = true;
         while (up && child)
         {
-            if (up == child || down == self()) return true;
+            if (up == child) return true;
             up = up->parent();
             if (entering && down->firstChild())
                 down = down->firstChild();
