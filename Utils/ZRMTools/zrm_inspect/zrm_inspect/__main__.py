@@ -6,6 +6,7 @@ import argparse
 import io
 import json
 import math
+import os
 import sys
 from collections.abc import Iterable, Sequence
 from typing import Any
@@ -68,4 +69,9 @@ if __name__ == "__main__":
         # A terminal that lacks a character of a name shows its number instead.
         if isinstance(stream, io.TextIOWrapper):
             stream.reconfigure(errors="backslashreplace")
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except BrokenPipeError:
+        # Whoever read the output has had enough. Python would try to flush the rest at exit and complain.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        sys.exit(1)

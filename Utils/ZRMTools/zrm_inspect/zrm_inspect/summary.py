@@ -14,7 +14,9 @@ from .model import (
     FakeSpotLightsNode,
     LightNode,
     Material,
+    RenderNode,
     SegmentsNode,
+    SkinNode,
     ZrmFile,
     layout,
 )
@@ -58,7 +60,7 @@ def _material_line(index: int, material: Material) -> str:
     uniforms = len(material.uniforms) + len(material.animated_uniforms)
     name = printable(material.name, _NAME_WIDTH)
     return (
-        f"  {index:4d} '{name}' {printable(material.material_name, _NAME_WIDTH)}, blending {material.blending}, "
+        f"  {index:4d} '{name}' of type '{printable(material.material_name, _NAME_WIDTH)}', blending {material.blending}, "
         f"textures: {textures or 'none'}; uniforms: {uniforms}; {form or 'no vertices'}"
     )
 
@@ -94,7 +96,7 @@ def _table(title: str, nodes: Sequence[BaseNode]) -> Iterator[str]:
 
 def summary_lines(file: ZrmFile) -> Iterator[str]:
     """What a person wants to know about a file first."""
-    meshes = [mesh for node in file.render_nodes if (mesh := mesh_of(node)) is not None]
+    meshes = [node.mesh for node in file.render_nodes if isinstance(node, (RenderNode, SkinNode))]
     shells = [mesh for node in file.shell_nodes if (mesh := mesh_of(node)) is not None]
     arguments = used_arguments(file)
     told = ", ".join(map(str, arguments[:_ROWS])) + (", ..." if len(arguments) > _ROWS else "")
