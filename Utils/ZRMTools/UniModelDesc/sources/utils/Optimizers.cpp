@@ -4,6 +4,7 @@
 
 #include "RootNode.h"
 #include "nodes/BaseMeshRenderNode.h"
+#include "utils/TransformTree.h"
 #include "utils/VertexUtils.h"
 #include <zr/exceptions.h>
 
@@ -88,7 +89,22 @@ u32 optimizeTextureChannels(BaseMeshRenderNode& mesh)
 }
 } // namespace
 
-void optimizeTransformations(RootNode*) {}
+void optimizeTransformations(RootNode* root)
+{
+    if (!root->rootTransform) return;
+    TransformTree tree(*root);
+    for (std::size_t changes = 1; changes != 0;)
+    {
+        changes = tree.replaceEmptyNodes() + tree.removeDummyNodes();
+        const std::size_t deadEnds = tree.removeDeadEnds();
+        changes += deadEnds + tree.moveTransforms();
+        // What the moves emptied, and what lay above dead leaves; without such leaves it waits for the next round.
+        for (std::size_t more = deadEnds; more != 0;)
+            more = tree.removeDeadEnds();
+        tree.compactTop();
+    }
+    tree.markDeleted();
+}
 
 void optimizeTextureChannels(RootNode* root, u32* removed)
 {
