@@ -17,10 +17,11 @@ struct EmTreePtrStorage
 /// An intrusive tree: `T` derives from `EmTree<T, Storage>` and so carries its own links.
 ///
 /// All five links own: a parent holds its children and each child holds its parent, so nothing in a tree dies until
-/// `remove` or `unlinkAll` cuts the links. The operations change both ends of a link together; a node that is freed
-/// therefore has no links left, and freeing a tree of any shape never recurses. No operation uses recursion.
+/// `remove` or `unlinkAll` cuts the links. The operations change both ends of a link together; a node of a tree that is
+/// freed therefore has no links left, and freeing a tree of any shape never recurses. No operation uses recursion.
 ///
-/// Copying a node never copies its links. A tree is used by one thread at a time.
+/// A copy of a node starts with the links of its source, which none of its neighbours return; assigning leaves the links
+/// as they are. A tree is used by one thread at a time.
 template <class T, class Storage>
 class EmTree
 {
@@ -28,7 +29,7 @@ public:
     using Link = typename Storage::Link;
 
     EmTree() noexcept = default;
-    EmTree(const EmTree&) noexcept {}
+    EmTree(const EmTree&) noexcept = default;
     EmTree& operator=(const EmTree&) noexcept { return *this; }
 
     /// The neighbours, null where there is none. Valid as long as the tree holds them.
