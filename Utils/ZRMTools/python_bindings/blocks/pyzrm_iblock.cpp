@@ -1,0 +1,42 @@
+#include "inc/blocks/pyzrm_iblock.h"
+
+#include <iterator>
+
+namespace pyzrm
+{
+const char* getTypeName(u32 type)
+{
+    static constexpr const char* kNames[] = {
+        "BT_Base",     "BT_Normal", "BT_Flir",  "BT_Damage", "BT_Aorms",  "BT_Bone",
+        "BT_Emissive", "BT_Ao",     "BT_Decal", "BT_Glass",  "BT_Number",
+    };
+    return type < std::size(kNames) ? kNames[type] : "UNKNOWN";
+}
+
+void setAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride, zr::vector<f32> data)
+{
+    node.getMaterial()->setFormat(static_cast<std::size_t>(semantic), stride);
+    model::Attribute& attribute = node.getVertices()[semantic];
+    attribute.stride = stride;
+    attribute.data = std::move(data);
+}
+
+void setZeroAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride)
+{
+    setAttribute(node, semantic, stride, zr::vector<f32>(std::size_t(node.getVertices().getVertexCount()) * stride));
+}
+
+void addTexCoords(model::BaseMeshRenderNode& node, u32& uvCounter, std::size_t map, const zr::vector<f32>& data)
+{
+    setAttribute(node, model::kTexCoord0 + static_cast<i32>(uvCounter), 2, data);
+    node.getMaterial()->setChannel(map, static_cast<i32>(uvCounter));
+    ++uvCounter;
+}
+
+void setNamedProperty(model::PropertiesSet& material, const char* name, const model::PropertyPtr& property)
+{
+    if (!property) return;
+    property->setName(name);
+    material.properties.set(property);
+}
+} // namespace pyzrm

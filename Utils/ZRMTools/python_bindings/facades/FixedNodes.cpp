@@ -1,0 +1,70 @@
+#include "inc/FixedNodes.h"
+
+#include "inc/PropertyFacades.h"
+#include "inc/Shells.h"
+
+namespace pyzrm
+{
+FixedNode::FixedNode(const zr::string& name, const zr::string& materialName, const char* materialType,
+                     std::initializer_list<std::pair<model::Semantic, u8>> format)
+    : node(model::create<model::RenderNode>("model::RenderNode")), material(new model::PropertiesSet())
+{
+    node->setName(name.c_str());
+    material->setName(materialName.c_str());
+    material->setMaterialName(materialType);
+    for (const auto& [semantic, width] : format)
+        material->setFormat(semantic, width);
+    node->setMaterial(material);
+    vertices.setFormat(material->getVertexFormat());
+}
+
+void FixedNode::addPositions(const zr::vector<f32>& points)
+{
+    zr::vector<f32>& data = vertices[model::kPosition0].data;
+    data.reserve(data.size() + points.size() + points.size() / 3);
+    for (std::size_t i = 0; i < points.size(); ++i)
+    {
+        data.push_back(points[i]);
+        if (i % 3 == 2) data.push_back(0.0f);
+    }
+}
+
+ColorNode::ColorNode(const zr::string& name, const zr::string& materialName)
+    : FixedNode(name, materialName, "color_material", {{model::kPosition0, 4}, {model::kNormal0, 3}})
+{
+    setColor(1.0f, 0.0f, 0.0f);
+}
+
+void ColorNode::setColor(f32 red, f32 green, f32 blue)
+{
+    material->properties.set(makeStatic("color", model::vec3f(red, green, blue)));
+}
+
+zr::string ColorNode::build()
+{
+    if (zr::string text = findEmptyAttribute(vertices); !text.empty()) return text;
+    if (indices.indices.empty()) return "Indices aren't set.";
+    if (!hasControlNode()) return kNoControlNode;
+    node->setGeometry(vertices, indices);
+    return {};
+}
+
+MirrorNode::MirrorNode(const zr::string& name, const zr::string& materialName)
+    : FixedNode(name, materialName, "mirror_material",
+                {{model::kPosition0, 4}, {model::kNormal0, 3}, {model::kTexCoord0, 2}})
+{
+    material->setChannel(0, 0);
+    material->properties.set(makeStatic("color", model::vec3f(1.0f, 0.0f, 0.0f)));
+}
+
+zr::string MirrorNode::build()
+{
+    if (zr::string text = findEmptyAttribute(vertices); !text.empty()) return text;
+    if (indices.indices.empty()) return "Indices are empty.";
+    if (texture.empty()) return "Texture aren't set.";
+    if (!hasControlNode()) return kNoControlNode;
+    node->setGeometry(vertices, indices);
+    material->setTexture(0, texture.c_str());
+    return {};
+}
+} // namespace pyzrm
