@@ -16,15 +16,16 @@ void ClassWriter10::write(RootNode* root, ByteBuffer& out)
 {
     root->collectMaterials();
     calcNumTransformNodes(*root);
+    NodeWriter10 writer(file, indices, root);
 
     file.write("ZRM", 3);
     file.writeU16(fileVersion());
     file.writeU64(0);
     root->accept(writer);
     file.writeU32(static_cast<u32>(indices.size()));
-    saveTransformNodes(*root);
+    saveTransformNodes(*root, writer);
     saveTransformNodesConnections(*root);
-    saveSections(*root);
+    saveSections(*root, writer);
     insertStringTable();
     out = file.takeBytes();
 }
@@ -40,10 +41,10 @@ void ClassWriter10::calcNumTransformNodes(const RootNode& root)
                 });
 }
 
-void ClassWriter10::saveTransformNodes(const RootNode& root)
+void ClassWriter10::saveTransformNodes(const RootNode& root, NodeWriter10& writer)
 {
     Node::visit(root.rootTransform.get(),
-                [this](const Node* node)
+                [&writer](const Node* node)
                 {
                     node->accept(writer);
                     return true;
@@ -60,7 +61,7 @@ void ClassWriter10::saveTransformNodesConnections(const RootNode& root)
                 });
 }
 
-void ClassWriter10::saveSections(const RootNode& root)
+void ClassWriter10::saveSections(const RootNode& root, NodeWriter10& writer)
 {
     const std::pair<const char*, const RootNode::List&> sections[] = {
         {"CONNECTORS", root.connectors},

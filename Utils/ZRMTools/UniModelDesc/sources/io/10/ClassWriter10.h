@@ -9,20 +9,17 @@ namespace model
 class ClassWriter10 final : public IClassWriter
 {
 public:
-    ClassWriter10() : writer(file, indices) {}
-
     void write(RootNode* root, ByteBuffer& out) override;
     u16 fileVersion() const override { return 10; }
 
 private:
     void calcNumTransformNodes(const RootNode& root);
-    void saveTransformNodes(const RootNode& root);
+    void saveTransformNodes(const RootNode& root, NodeWriter10& writer);
     void saveTransformNodesConnections(const RootNode& root);
-    void saveSections(const RootNode& root);
+    void saveSections(const RootNode& root, NodeWriter10& writer);
     void insertStringTable();
 
     NodeIndexMap indices;
     MemBinaryFileW file;
-    NodeWriter10 writer;
 };
 } // namespace model

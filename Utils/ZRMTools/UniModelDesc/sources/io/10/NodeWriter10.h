@@ -22,8 +22,13 @@ u32 nodeIndexOf(const NodeIndexMap& indices, const Node* node);
 class NodeWriter10 final : public INodeVisitor
 {
 public:
-    /// Both must outlive the writer.
-    NodeWriter10(io::IBinaryFileW& output, const NodeIndexMap& nodeIndices) : file(output), indices(nodeIndices) {}
+    /// All must outlive the writer. `model` is the root whose `materials` give the materials their numbers.
+    NodeWriter10(io::IBinaryFileW& output, const NodeIndexMap& nodeIndices, const RootNode* model)
+        : file(output),
+          indices(nodeIndices),
+          root(model)
+    {
+    }
 
     void visit(const RootNode& node) override;
     void visit(const Connector& node) override;
@@ -71,7 +76,6 @@ private:
 
     io::IBinaryFileW& file;
     const NodeIndexMap& indices;
-    /// The root whose record was written first; it knows the numbers of the materials.
-    const RootNode* root = nullptr;
+    const RootNode* root;
 };
 } // namespace model

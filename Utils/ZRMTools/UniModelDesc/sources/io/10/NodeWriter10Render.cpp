@@ -27,7 +27,7 @@ void writePivots(io::IBinaryFileW& file, const Pivots& pivots)
 
 void NodeWriter10::writeRenderHeader(const BaseRenderNode& node)
 {
-    const int material = root ? root->getMaterialIndex(node.material.get()) : -1;
+    const int material = root->getMaterialIndex(node.material.get());
     if (material < 0) ZR_RAISE("Unknown properties set. Node: " + node.name + ".");
     writeRecordHeader(node);
     file.writeU32(kReserved);

@@ -54,7 +54,6 @@ void NodeWriter10::writeBox(const Box& box)
 
 void NodeWriter10::visit(const RootNode& node)
 {
-    root = &node;
     writeRecordHeader(node);
     writeBox(node.boundingBox);
     writeBox(node.userBox);

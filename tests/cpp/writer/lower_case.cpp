@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include "io/LowerCase.h"
+
+TEST(LowerCase, Texts)
+{
+    struct Case
+    {
+        const char* given;
+        const char* lowered;
+    };
+    constexpr Case cases[] = {
+        {"", ""},
+        {"Textures\\WOOD_01.PNG", "textures\\wood_01.png"},
+        {"@[`{", "@[`{"},
+        {"ÀÖ×ØÞß", "àö×øþß"},
+        {"ĀāŸ", "āāÿ"},
+        {"İI", "ii"},
+        {"ΟΔΟΣ", "οδοσ"},
+        {"ẞ", "ß"},
+        {"Ω", "ω"},
+        {"K", "k"},
+        {"ДОМ ЁЖ", "дом ёж"},
+        {"ǅǄ", "ǆǆ"},
+        {"Ა", "ა"},
+        {"Ꭰ", "ꭰ"},
+        {"𐐀", "𐐨"},
+        {"日本", "日本"},
+        // No UTF-8: a lone lead, a lone tail, an overlong "A", a surrogate, a number that is too large, a cut end.
+        {"A\xC3", "a\xC3"},
+        {"\x80Z", "\x80z"},
+        {"\xC1\x81", "\xC1\x81"},
+        {"\xED\xA0\x80", "\xED\xA0\x80"},
+        {"\xF4\x90\x80\x80Q", "\xF4\x90\x80\x80q"},
+        {"\xC3Q\xC3\x80", "\xC3q\xC3\xA0"},
+        {"\xE2\x84", "\xE2\x84"},
+    };
+    for (const Case& entry : cases)
+        EXPECT_EQ(model::toLowerCase(zr::string(entry.given)), entry.lowered) << entry.given;
+    EXPECT_EQ(model::toLowerCase(zr::string("A\0B", 3)), zr::string("a\0b", 3));
+}
+
+TEST(LowerCase, CharactersWithoutAMappingStay)
+{
+    zr::u32 mapped = 0;
+    for (zr::u32 character = 0; character < 0x110000; ++character)
+    {
+        const zr::u32 lowered = model::toLowerCase(character);
+        mapped += lowered != character;
+        ASSERT_EQ(model::toLowerCase(lowered), lowered) << "what is lower case stays so: " << character;
+    }
+    EXPECT_EQ(mapped, 1433u);
+}
