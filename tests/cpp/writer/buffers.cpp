@@ -1,5 +1,6 @@
 #include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -29,11 +30,11 @@ TEST(MemBinaryFileW, EveryWriteIsAnInsertion)
     for (int round = 0; round < 200; ++round)
     {
         MemBinaryFileW file;
-        std::string plain;
+        std::vector<char> plain;
         std::size_t cursor = 0;
         const auto insert = [&](const std::string& bytes)
         {
-            plain.insert(cursor, bytes);
+            plain.insert(plain.begin() + static_cast<std::ptrdiff_t>(cursor), bytes.begin(), bytes.end());
             cursor += bytes.size();
         };
         for (int step = 0; step < 60; ++step)
@@ -77,7 +78,7 @@ TEST(MemBinaryFileW, EveryWriteIsAnInsertion)
             }
             ASSERT_EQ(file.tell(), cursor);
         }
-        ASSERT_TRUE(bytesOf(file) == plain) << "round " << round;
+        ASSERT_TRUE(bytesOf(file) == std::string(plain.begin(), plain.end())) << "round " << round;
         const ByteBuffer taken = file.takeBytes();
         ASSERT_EQ(taken.size(), plain.size());
         file.writeU8('x');

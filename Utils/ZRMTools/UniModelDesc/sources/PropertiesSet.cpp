@@ -20,6 +20,16 @@ bool TextureSlot::isEqual(const TextureSlot& other) const
                       [](f32 a, f32 b) { return std::abs(a - b) <= 1e-5f; });
 }
 
+void PropertiesSet::setName(const char* text)
+{
+    name = text ? text : "";
+}
+
+void PropertiesSet::setMaterialName(const char* text)
+{
+    materialName = text ? text : "";
+}
+
 bool PropertiesSet::isEqual(const PropertiesSet& other) const
 {
     const auto alike = [](const TextureSlot& a, const TextureSlot& b)

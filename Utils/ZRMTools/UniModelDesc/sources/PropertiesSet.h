@@ -65,8 +65,9 @@ public:
     const VertexFormat& getVertexFormat() const { return vertexFormat; }
     const zr::array<i32, kNumChannels>& getChannels() const { return channels; }
 
-    void setName(const char* text) { name = text ? text : ""; }
-    void setMaterialName(const char* text) { materialName = text ? text : ""; }
+    /// Null stores the empty string, here and for the material name.
+    void setName(const char* text);
+    void setMaterialName(const char* text);
     void setBlending(u32 value) { blending = value; }
     void setCastsShadow(bool value) { castsShadow = value; }
     void setShadowFlag2(bool value) { shadowFlag2 = value; }

@@ -2,6 +2,11 @@
 
 namespace model
 {
+void BaseNode::setName(const char* text)
+{
+    name = text ? text : "";
+}
+
 bool BaseNode::applyMatrix(u32, const f64*)
 {
     return false;

@@ -24,7 +24,7 @@ public:
 
     const zr::string& getName() const { return name; }
     /// Null stores the empty string.
-    void setName(const char* text) { name = text ? text : ""; }
+    void setName(const char* text);
     u32 getVersion() const { return version; }
     void setVersion(u32 value) { version = value; }
     PropertyList& getProperties() { return properties; }

@@ -12,6 +12,11 @@ namespace
 constexpr const char* kVersionName = "__VERSION__";
 }
 
+void Node::setName(const char* text)
+{
+    name = text ? text : "";
+}
+
 void Node::accept(INodeVisitor& visitor) const
 {
     visitor.visit(*this);

@@ -34,7 +34,7 @@ public:
 
     const zr::string& getName() const { return name; }
     /// Null stores the empty string.
-    void setName(const char* text) { name = text ? text : ""; }
+    void setName(const char* text);
     PropertyList& getProperties() { return properties; }
     const PropertyList& getProperties() const { return properties; }
 
