@@ -193,6 +193,11 @@ TEST(Merge, VerticesThatDontGoTogetherFail)
     b->vertices[kColor0].data.pop_back();
     c->vertices[kColor0].data.push_back(1);
     EXPECT_EQ(raised([&] { mergeRenderNodes({b, c}); }), "Vertex data is invalid.");
+
+    // In the merged mesh the index would mean a vertex of the neighbour.
+    const auto d = renderNode(kTriangle, triangles({0, 1, 3}));
+    EXPECT_THROW(mergeRenderNodes({d, a}), std::out_of_range);
+    EXPECT_THROW(mergeRenderNodes({a, d}), std::out_of_range);
 }
 } // namespace
 } // namespace model

@@ -235,6 +235,11 @@ TEST(TwoSided, FailuresAndOtherTypesChangeNothing)
     EXPECT_EQ(raised([&] { makeTwoSided(*uneven); }), "Vertex data is invalid.");
     EXPECT_EQ(uneven->indices.indices.size(), 3u);
     EXPECT_EQ(uneven->vertices.getVertexCount(), 3u);
+
+    // Behind the doubling the index would mean a vertex of the back.
+    const auto beyond = renderNode(triangleWithNormals(), triangles({0, 1, 3}));
+    EXPECT_THROW(makeTwoSided(*beyond), std::out_of_range);
+    EXPECT_EQ(beyond->vertices.getVertexCount(), 3u);
 }
 
 TEST(TwoSided, ARemainderStaysAtTheEnd)

@@ -69,6 +69,12 @@ private:
     std::unordered_map<EntryKey, u32, EntryHash> places;
 };
 
+void checkMember(const RenderNode& node)
+{
+    node.vertices.checkConsistent();
+    checkIndices(node.indices, node.vertices.getVertexCount());
+}
+
 /// The sum of what the members hold, reserved at once.
 void reserveFor(const zr::vector<ObjectPtr<RenderNode>>& list, Vertices& vertices, Indices& indices)
 {
@@ -121,14 +127,14 @@ ObjectPtr<RenderNode> mergeRenderNodes(const zr::vector<ObjectPtr<RenderNode>>& 
     Indices indices = first.indices;
     EntryList entries;
     entries.add(zr::at(first.parents, 0));
-    first.vertices.checkConsistent();
+    checkMember(first);
     reserveFor(list, vertices, indices);
     for (std::size_t i = 1; i < list.size(); ++i)
     {
         const RenderNode& node = *list[i];
         const u32 entry = entries.add(zr::at(node.parents, 0));
         const u32 offset = vertices.getVertexCount();
-        node.vertices.checkConsistent();
+        checkMember(node);
         if (!vertices.append(node.vertices)) ZR_RAISE("Vertex data is invalid.");
         // The new vertices are still numbered as in a node of one part.
         if (vertices.findAttribute(kPosition0)) renumberVertices(vertices, 0, entry, offset);

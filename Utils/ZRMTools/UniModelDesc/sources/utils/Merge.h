@@ -29,6 +29,7 @@ bool canMerge(const RenderNode& a, const RenderNode& b, MergeStats& stats);
 /// Joins nodes of one material into a new node with one parent entry for each distinct pair of node and argument, in
 /// the order of first appearance. Linear in the data. Name, properties, purpose and pivots of the members are lost.
 /// returns  the node itself for a list of one, null for an empty list
-/// @throws zr::ExtException "Vertex data is invalid." when the members' vertices don't go together
+/// @throws zr::ExtException "Vertex data is invalid." when the members' vertices don't go together,
+///         std::out_of_range "Expected idx < size()" for an index beyond the vertices of its member
 ObjectPtr<RenderNode> mergeRenderNodes(const zr::vector<ObjectPtr<RenderNode>>& list);
 } // namespace model

@@ -147,6 +147,12 @@ u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 ep
     return static_cast<u32>((whole - kept) / 3);
 }
 
+void checkIndices(const Indices& indices, std::size_t vertexCount)
+{
+    for (const u32 index : indices.indices)
+        if (index >= vertexCount) zr::raiseBadIndex();
+}
+
 void renumberVertices(Vertices& vertices, u32 from, u32 to)
 {
     renumberVertices(vertices, from, to, 0);

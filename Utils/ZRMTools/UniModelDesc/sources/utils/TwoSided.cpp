@@ -1,5 +1,7 @@
 #include "utils/TwoSided.h"
 
+#include "utils/MeshUtils.h"
+
 namespace model
 {
 void makeTwoSided(BaseMeshRenderNode& node)
@@ -9,6 +11,7 @@ void makeTwoSided(BaseMeshRenderNode& node)
     Attribute& normals = node.vertices.getAttribute(kNormal0);
     node.vertices.checkConsistent();
     const u32 count = node.vertices.getVertexCount();
+    checkIndices(node.indices, count);
 
     zr::vector<u32>& list = node.indices.indices;
     const std::size_t whole = list.size() / 3 * 3;
