@@ -35,12 +35,12 @@ public:
             object.slot.value_ptr() = new T(std::forward<Args>(args)...);
             object.slot.type->init_instance(object.slot.inst, nullptr);
         };
-        const char* attribute = "__init__";
-        const bool isFirst = !type.attr("__dict__").contains(attribute);
-        const std::string name = std::string(py::str(type.attr("__name__"))) + "." + attribute;
-        type.attr(attribute) =
-            py::cpp_function(construct, py::name(name.c_str()), py::is_method(type),
-                             py::sibling(isFirst ? py::object(py::none()) : py::getattr(type, attribute)));
+        // Under the bare name pybind11 would treat it as one of its own.
+        const std::string name = std::string(py::str(type.attr("__name__"))) + ".__init__";
+        const py::object overloads = hasConstructor ? py::getattr(type, "__init__") : py::none();
+        type.attr("__init__") =
+            py::cpp_function(construct, py::name(name.c_str()), py::is_method(type), py::sibling(overloads));
+        hasConstructor = true;
         return *this;
     }
 
@@ -72,6 +72,7 @@ public:
 
 private:
     py::object type;
+    bool hasConstructor = false;
 };
 
 void declareClasses(py::module_& m);

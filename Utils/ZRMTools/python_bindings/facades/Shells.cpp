@@ -58,6 +58,7 @@ void Connector::setPropertyFloat(const zr::string& key, f32 value)
 
 void Connector::setPropertyString(const zr::string& key, const zr::string& value)
 {
-    node->properties.set(makeStatic(key.c_str(), value));
+    // The file ends a string at its first zero character.
+    node->properties.set(makeStatic(key.c_str(), zr::string(value.c_str())));
 }
 } // namespace pyzrm
