@@ -32,8 +32,11 @@ class Exported:
 
     def at(self, animation: int | None = None, seconds: float = 0.0) -> tuple[list[SceneMesh], Scene]:
         """The source and the file at one second of an animation, or at rest."""
-        values = {} if animation is None else {animation: self.argument(animation, seconds)}
-        return self.source.meshes(animation, seconds), evaluate(self.file, values)
+        return self.source.meshes(animation, seconds), self.saved(animation, seconds)
+
+    def saved(self, animation: int | None = None, seconds: float = 0.0) -> Scene:
+        """The file alone."""
+        return evaluate(self.file, {} if animation is None else {animation: self.argument(animation, seconds)})
 
     def argument(self, animation: int, seconds: float) -> float:
         entry = self.report["arguments"][animation]
@@ -71,20 +74,40 @@ def compare(want: list[SceneMesh], have: Scene, tolerance: float = 0.001) -> Non
             assert np.abs(uv[b.triangles] - a.uvs[0][a.triangles]).max(initial=0.0) < 1e-5, f"UVs of node {a.node}"
 
 
-def fingerprint(surfaces: list[tuple[Array, Array | None, Array]], size: float) -> Array:
-    """Sums over all triangles that do not depend on their order, on which corner comes first or on how vertices are
-    shared, but on everything that shows: position, winding, size. Surfaces are (positions, None, triangles).
+def size_of(positions: list[Array]) -> float:
+    """Diagonal of the box around everything."""
+    points = np.vstack(positions)
+    return float(np.linalg.norm(np.ptp(points, axis=0)))
 
-    The sums weigh the area vector of each triangle by waves through space, so a triangle without area adds nothing.
+
+def fingerprint(positions: list[Array], values: list[Array | None], triangles: list[Array], size: float) -> Array:
+    """Sums over all triangles that do not depend on their order, on which corner comes first or on how vertices are
+    shared, but on everything that shows: position, winding, size, and `values` (normals, UVs) at the corners.
+
+    The sums weigh each triangle's area vector by waves through space, so a triangle without area adds nothing.
     """
     rng = np.random.default_rng(7)
     waves = rng.normal(size=(24, 3)) * 4.0 / size
     phases = rng.uniform(0.0, 2.0 * np.pi, 24)
-    total, area = np.zeros((24, 3)), 0.0
-    for positions, _, triangles in surfaces:
-        corners = positions[triangles]
+    sums, area = np.zeros((24, 6)), 0.0
+    for points, extra, faces in zip(positions, values, triangles):
+        corners = points[faces]
         normal = np.cross(corners[:, 1] - corners[:, 0], corners[:, 2] - corners[:, 0]) * 0.5
+        weight = np.linalg.norm(normal, axis=1, keepdims=True)
         height = np.cos(corners.mean(axis=1) @ waves.T + phases)
-        total += height.T @ normal
-        area += float(np.linalg.norm(normal, axis=1).sum())
-    return np.vstack([total, [area, 0.0, 0.0]]) / max(area, 1e-30)
+        sums[:, :3] += height.T @ normal
+        if extra is not None:
+            sums[:, 3 : 3 + extra.shape[1]] += height.T @ (weight * extra[faces].mean(axis=1))
+        area += float(weight.sum())
+    return np.vstack([sums / max(area, 1e-30), np.full(6, area / size**2)])
+
+
+def looks_of(saved: Scene, size: float) -> dict[str, Array]:
+    """Fingerprints of a saved file's shape, normals and texture coordinates."""
+    meshes = saved.meshes
+    shapes, faces = [mesh.positions for mesh in meshes], [mesh.triangles for mesh in meshes]
+    return {
+        "normals": fingerprint(shapes, [mesh.normals for mesh in meshes], faces, size),
+        "albedo UVs": fingerprint(shapes, [mesh.uv_of(0) for mesh in meshes], faces, size),
+        "emissive UVs": fingerprint(shapes, [mesh.uv_of(8) for mesh in meshes], faces, size),
+    }

@@ -12,6 +12,7 @@ import struct
 from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
+from urllib.parse import unquote
 
 import numpy as np
 
@@ -47,7 +48,7 @@ class GltfScene:
         uri = entry.get("uri")
         if uri is None:
             return self.glb
-        return base64.b64decode(uri.split(",", 1)[1]) if uri.startswith("data:") else (folder / uri).read_bytes()
+        return base64.b64decode(uri.split(",", 1)[1]) if uri.startswith("data:") else (folder / unquote(uri)).read_bytes()
 
     def accessor(self, index: int) -> Array:
         entry = self.json["accessors"][index]

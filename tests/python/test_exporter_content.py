@@ -32,11 +32,11 @@ def test_no_triangle_of_a_small_mesh_is_lost(size: float, scales: list[float], o
     gltf = Gltf()
     positions, indices = grid(12, size)
     node = gltf.node(root=False, mesh=gltf.mesh(positions, indices))
-    for scale in scales:
-        node = gltf.node(root=scale is scales[-1], scale=[scale] * 3, children=[node])
+    for level, scale in enumerate(scales, 1):
+        node = gltf.node(root=level == len(scales), scale=[scale] * 3, children=[node])
     exported = export(gltf.save(tmp_path / "in.gltf"), tmp_path, off)
     world = size * float(np.prod(scales))
-    meshes = exported.at()[1].meshes
+    meshes = exported.saved().meshes
     assert sum(len(mesh.triangles) for mesh in meshes) == len(indices) // 3
     points = np.vstack([mesh.positions for mesh in meshes])
     assert points.max() == pytest.approx(world, rel=1e-4)
@@ -146,7 +146,7 @@ def test_materials_keep_names_modes_and_coordinates(tmp_path: Path) -> None:
     (material,) = exported.file.materials
     assert (material.name, material.blending) == ("all of it", 2)
     assert {slot: texture.name for slot, texture in material.textures.items()} == {0: "base one", 1: "image_2", 8: "glow", 9: "glow", 13: "rough"}
-    (mesh,) = exported.at()[1].meshes
+    (mesh,) = exported.saved().meshes
     assert len(mesh.triangles) == 2, "two-sided"
     uv = mesh.uv_of(0)
     assert uv is not None
@@ -158,7 +158,7 @@ def test_a_mirror_keeps_its_outside_outside(tmp_path: Path) -> None:
     gltf = Gltf()
     gltf.node(mesh=gltf.triangle(), scale=[-1, 1, 1])
     for off in (SWITCHES, ALL_ON):
-        (mesh,) = export(gltf.save(tmp_path / "in.gltf"), tmp_path, off).at()[1].meshes
+        (mesh,) = export(gltf.save(tmp_path / "in.gltf"), tmp_path, off).saved().meshes
         a, b, c = mesh.positions[mesh.triangles[0]]
         assert mesh.normals is not None
         assert np.cross(b - a, c - a) @ mesh.normals[0] > 0

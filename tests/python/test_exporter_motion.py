@@ -35,7 +35,7 @@ LINES = {
     "a key on the way to the end": ([0, 1, 2, 10], [0, 5, 2, 10]),
     "back to rest at once": ([0, 1, 2, 3], [0, 4, 0, 0]),
     "there and back": ([0, 1, 2, 3, 4, 5], [0, 1, -1, 1, -1, 0]),
-    "one jump within a tenth of a millisecond": ([0, 5, 5.0001, 10], [0, 0, 3, 3]),
+    "one jump within a hundredth of a second": ([0, 5, 5.01, 10], [0, 0, 3, 3]),
     "late start": ([8, 9, 10], [7, 8, 7]),
     "one key": ([3], [2]),
 }
