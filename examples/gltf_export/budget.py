@@ -15,7 +15,9 @@ from .accessors import Floats
 from .clips import NODE_PATHS, Clips
 from .scene import Scene
 
-TOTAL = 0.0005
+TOTAL = 0.0008
+# A quaternion of 32-bit floats can't be told more exactly than to 6e-8 in each component.
+FINEST_TURN = 4e-7
 
 
 @dataclass
@@ -67,5 +69,6 @@ def allowances(scene: Scene, clips: Clips, radii: dict[int, float]) -> dict[int,
             local = share / max(above[index], 1.0)
             far = max(reach[index], 1.0)
             # A quaternion's error turns things by twice its length.
-            result[index] = Allowance(local, local / (2.0 * far * max(scaled[index], 1.0)), local / far)
+            turn = local / (2.0 * far * max(scaled[index], 1.0))
+            result[index] = Allowance(local, max(turn, FINEST_TURN), local / far)
     return result

@@ -25,11 +25,16 @@ from .skins import Bones, Skin, joint_corners, joint_radii, parts, read_skin, st
 from .units import factor_for, static_frames
 
 FORMAT_VERSION = 10
+UNREADABLE = ("KHR_draco_mesh_compression", "EXT_meshopt_compression", "KHR_meshopt_compression")
 
 
 def convert(source: Path, output: Path, report: Report) -> None:
     """Reads `source`, writes `output`.  GltfError says what is wrong with the file or what the module refused."""
-    scene = read_scene(open_container(source), report)
+    container = open_container(source)
+    for name in container.json.extensionsRequired or []:
+        if name in UNREADABLE:
+            raise GltfError(f"the file requires {name}, whose compressed data are not read")
+    scene = read_scene(container, report)
     clips = read_clips(scene, report)
     export = Export(scene, clips, report)
     export.build()

@@ -92,7 +92,10 @@ class Track:
         first, last = span * self.after[:-1], span * self.before[1:]
         bend = np.maximum(np.abs(6.0 * rise - 4.0 * first - 2.0 * last), np.abs(6.0 * rise - 2.0 * first - 4.0 * last))
         worst = np.linalg.norm(bend, axis=1)
-        counts = np.clip(np.ceil(np.sqrt(worst / (8.0 * tolerance))), 1, MOST_CUTS).astype(np.int64)
+        # Of a rotation's curve most is the turn along the arc, which the interpolation follows by itself: begin
+        # with an eighth of the pieces and look.
+        slack = 64.0 if self.rotation else 1.0
+        counts = np.clip(np.ceil(np.sqrt(worst / (8.0 * tolerance * slack))), 1, MOST_CUTS).astype(np.int64)
         if self.rotation:
             counts = self._refine(counts, tolerance)
         return self._spread(counts)

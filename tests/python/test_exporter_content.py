@@ -96,6 +96,20 @@ def test_skins_follow_their_joints(joint_count: int, sets: int, tmp_path: Path) 
         assert (have >= low).all() and (have <= high).all()
 
 
+def test_a_small_skin_keeps_its_triangles(tmp_path: Path) -> None:
+    gltf = Gltf()
+    positions, indices = grid(8, 1e-4)
+    joint = gltf.node(scale=[1000.0] * 3, translation=[1, 2, 3])
+    gltf.add("skins", {"joints": [joint]})
+    count = len(positions)
+    influences = {"JOINTS_0": gltf.array(np.zeros((count, 4)), "u1"), "WEIGHTS_0": gltf.array(np.tile([1.0, 0, 0, 0], (count, 1)))}
+    gltf.node(mesh=gltf.mesh(positions, indices, **influences), skin=0)
+    exported = export(gltf.save(tmp_path / "in.gltf"), tmp_path, ALL_ON)
+    (mesh,) = exported.saved().meshes
+    assert len(mesh.triangles) == len(indices) // 3
+    assert mesh.positions.max(axis=0) == pytest.approx([1.1, 2.1, 3.02], abs=1e-3)
+
+
 def test_bone_numbers_count_from_the_control_node(tmp_path: Path) -> None:
     gltf, _ = skinned(3, 1)
     (part,) = export(gltf.save(tmp_path / "in.gltf"), tmp_path).file.render_nodes
