@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "ObjectRegistry.h"
 #include "RootNode.h"

@@ -1,6 +1,7 @@
 #include "utils/TransformTree.h"
 
 #include <cmath>
+#include <utility>
 
 #include "ObjectRegistry.h"
 #include "RootNode.h"
@@ -159,8 +160,9 @@ ObjectPtr<Node> TransformTree::replacementOf(const Node& node) const
 std::size_t TransformTree::replaceEmptyNodes()
 {
     std::size_t count = 0;
-    for (Node* old : std::exchange(maybeEmpty, {}))
+    for (Node* noted : std::exchange(maybeEmpty, {}))
     {
+        const ObjectPtr<Node> old(noted); // as the top it is held by the root alone
         if (!isInTree(*old)) continue;
         const ObjectPtr<Node> replacement = replacementOf(*old);
         if (!replacement) continue;
@@ -168,7 +170,7 @@ std::size_t TransformTree::replaceEmptyNodes()
         replaceControlNode(*old, *replacement);
         hangAllChildren(*old, *replacement, nullptr);
         if (Node* parent = old->parent())
-            hang(*parent, *replacement, old);
+            hang(*parent, *replacement, old.get());
         else
             root.setRootTransform(replacement);
         removeNode(*old);
