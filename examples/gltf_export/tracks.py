@@ -133,14 +133,17 @@ def make_track(mode: str, seconds: Floats, values: Floats, rotation: bool, where
         raise GltfError(f"{where} has no keys")
     if not np.isfinite(seconds).all() or not np.isfinite(values).all():
         raise GltfError(f"{where} holds numbers that are not finite")
-    if count > 1 and not (np.diff(seconds) > 0.0).all():
+    if count > 1 and not (np.diff(seconds) >= 0.0).all():
         raise GltfError(f"{where}: the times do not rise")
     if mode not in ("LINEAR", "STEP", "CUBICSPLINE"):
         raise GltfError(f"{where}: unknown interpolation {mode!r}")
     wanted = count * (3 if mode == "CUBICSPLINE" else 1)
     if len(values) != wanted:
         raise GltfError(f"{where} has {len(values)} values where {wanted} belong to {count} times")
+    values = values.reshape(count, wanted // count, -1)
+    # Some writers give a time twice; glTF doesn't allow it, and the later key is what a player shows.
+    last = np.append(np.diff(seconds) > 0.0, True)
+    seconds, values = seconds[last], values[last]
     if mode != "CUBICSPLINE":
-        return Track(mode, seconds, values, rotation)
-    triples = values.reshape(count, 3, -1)
-    return Track(mode, seconds, triples[:, 1], rotation, triples[:, 0], triples[:, 2])
+        return Track(mode, seconds, values[:, 0], rotation)
+    return Track(mode, seconds, values[:, 1], rotation, values[:, 0], values[:, 2])

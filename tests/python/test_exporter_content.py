@@ -15,12 +15,14 @@ ALL_ON: tuple[str, ...] = ()
 
 
 def grid(count: int, size: float) -> tuple[Any, Any]:
-    """A bent square of count x count cells, wide as `size`."""
+    """A bent square of count x count cells, wide as `size`, and a detail of a ten-thousandth of that."""
     u, v = np.meshgrid(np.linspace(0, 1, count + 1), np.linspace(0, 1, count + 1), indexing="ij")
     positions = np.stack([u, v, 0.2 * np.sin(5 * u + v)], axis=-1).reshape(-1, 3) * size
     corner = (np.arange(count)[:, None] * (count + 1) + np.arange(count)).reshape(-1)
     quads = np.stack([corner, corner + count + 1, corner + count + 2, corner, corner + count + 2, corner + 1], axis=1)
-    return positions, quads.reshape(-1)
+    detail = (np.array([[0, 0, 0], [1, 0, 0], [0, 1, 1]]) * 1e-4 + 0.1) * size
+    indices = np.concatenate([quads.reshape(-1), np.arange(3) + len(positions)])
+    return np.vstack([positions, detail]), indices
 
 
 @pytest.mark.parametrize("off", [ALL_ON, SWITCHES], ids=["all on", "all off"])
