@@ -45,7 +45,7 @@ template <class V, std::size_t kCount>
 void join(V& v, const std::array<f64, kCount>& c)
 {
     for (std::size_t i = 0; i < kCount; ++i)
-        v[static_cast<int>(i)] = static_cast<f32>(c[i]);
+        v._v[i] = static_cast<f32>(c[i]);
 }
 void join(vec3d& v, const Components<3>& c)
 {

@@ -58,7 +58,7 @@ template <class V>
 bool isEqualValue(const V& a, const V& b)
 {
     for (int i = 0; i < V::num_components; ++i)
-        if (!isEqualValue(a[i], b[i])) return false;
+        if (!isEqualValue(a._v[i], b._v[i])) return false;
     return true;
 }
 
@@ -120,7 +120,7 @@ void printValue(zr::string& out, const V& value)
     for (int i = 0; i < V::num_components; ++i)
     {
         if (i > 0) out += ',';
-        printValue(out, static_cast<f64>(value[i]));
+        printValue(out, static_cast<f64>(value._v[i]));
     }
     out += ')';
 }
