@@ -1,0 +1,37 @@
+"""Finds the extension module and the reader, and gives each test its own folder and all switches on."""
+
+from __future__ import annotations
+
+import importlib.util
+import os
+import sys
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "Utils/ZRMTools/zrm_inspect"))
+if "ZRM_MODULE_DIR" in os.environ:
+    sys.path.insert(0, os.environ["ZRM_MODULE_DIR"])
+elif importlib.util.find_spec("pyzrm_313") is None:
+    sys.path.insert(0, str(ROOT / "build/release/python"))
+
+
+@pytest.fixture
+def folder(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
+    """An empty folder that is the current one: a model can't be saved under an absolute path."""
+    monkeypatch.chdir(tmp_path)
+    return tmp_path
+
+
+@pytest.fixture(autouse=True)
+def switches() -> Iterator[None]:
+    """Puts back the switches of the process."""
+    yield
+    module = sys.modules.get("pyzrm_313")
+    if module is not None:
+        from module_support import SWITCHES
+
+        for name in SWITCHES:
+            module.enable_model_optimization(name, True)
