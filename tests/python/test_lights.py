@@ -329,7 +329,7 @@ def test_wrong_shells(folder: Path, switches_on: bool) -> None:
     assert save_with(POSITIONS, INDICES[:5]) == ""
     for wrong in (-1, 2**32, 1.5, "1"):
         with pytest.raises(TypeError):
-            zrm.ShellNode("s").setIndices([wrong])  # type: ignore[list-item]
+            zrm.ShellNode("s").setIndices([wrong])
 
 
 def test_segments(folder: Path) -> None:

@@ -253,7 +253,7 @@ def test_names(folder: Path, name: str) -> None:
 
 def test_names_of_any_bytes(folder: Path) -> None:
     assert zrm.Node("a\0b").getName() == "a"
-    odd = zrm.Node(b"\xff\xfe")  # type: ignore[arg-type]
+    odd = zrm.Node(b"\xff\xfe")
     with pytest.raises(UnicodeDecodeError):
         odd.getName()
     with pytest.raises(UnicodeDecodeError):

@@ -87,4 +87,4 @@ def test_handles(folder: Path) -> None:
         assert saved(zrm.PropertyFloat(given, [])).argument == stored
     for wrong in (2**32, -(2**31) - 1, 10**100, 1.0, "1", None):
         with pytest.raises(TypeError):
-            zrm.PropertyFloat(wrong, [])  # type: ignore[call-overload]
+            zrm.PropertyFloat(wrong, [])

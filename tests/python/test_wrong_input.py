@@ -60,7 +60,7 @@ class Hostile:
         return self.answer()
 
 
-class Boastful(list):  # type: ignore[type-arg]
+class Boastful(list):
     """A sequence that claims to be far longer than memory."""
 
     def __len__(self) -> int:
@@ -188,20 +188,20 @@ def fail_with_type_error() -> None:
 
 def test_construction_is_once_and_of_the_very_class() -> None:
     node = zrm.Node("first")
-    node.__init__("second")  # type: ignore[misc]
+    node.__init__("second")
     assert node.getName() == "first"
     for kind, derived in itertools.product(CLASSES, CLASSES):
         if kind is not derived and issubclass(derived, kind):
             for target in (bare(derived), make(derived)):
                 for arguments in ((), ("x",), ("x", "y")):
                     with pytest.raises(TypeError):
-                        kind.__init__(target, *arguments)  # type: ignore[misc]
+                        kind.__init__(target, *arguments)
 
 
 def test_construction_from_within_a_conversion() -> None:
     class Again:
         def __float__(self) -> float:
-            value.__init__(2.0)  # type: ignore[misc]
+            value.__init__(2.0)
             return 1.0
 
     value = bare(zrm.PropertyFloat)
@@ -228,7 +228,7 @@ def test_changed_classes() -> None:
     except TypeError:
         return
     with pytest.raises(TypeError):
-        node.setMatrix([(1.0, 0.0, 0.0, 0.0)] * 4)  # type: ignore[attr-defined]
+        node.setMatrix([(1.0, 0.0, 0.0, 0.0)] * 4)
 
 
 def test_lists_that_change_while_they_are_read() -> None:

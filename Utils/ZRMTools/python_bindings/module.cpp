@@ -1,3 +1,4 @@
+#include "ObjectRegistry.h"
 #include "bind/Binder.h"
 #include "inc/DevMode.h"
 #include "inc/FakeLights.h"
@@ -10,7 +11,6 @@
 #include "inc/blocks/EmissiveBlocks.h"
 #include "inc/blocks/MapBlocks.h"
 #include "inc/blocks/NumberBlock.h"
-#include "ObjectRegistry.h"
 #include "utils/Finishing.h"
 
 namespace pyzrm

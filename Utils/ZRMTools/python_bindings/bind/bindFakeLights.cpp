@@ -10,8 +10,8 @@ void bindFakeLights()
     using FakeOmniLight = FakeOmniLights::FakeOmniLight;
     using FakeSpotLight = FakeSpotLights::FakeSpotLight;
 
-    Binder<IRenderNode>().constructor<>().method(
-        "hasBlock", [](Ref<IRenderNode> self, const zr::string& name) { return self->hasBlock(name.c_str()); });
+    Binder<IRenderNode>().constructor<>().method("hasBlock", [](Ref<IRenderNode> self, const zr::string& name)
+                                                 { return self->hasBlock(name.c_str()); });
 
     Binder<FakeOmniLight>()
         .constructor<>()

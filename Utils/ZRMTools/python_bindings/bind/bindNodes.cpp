@@ -19,10 +19,7 @@ void bindNodes()
         .method("setMatrix", &Transform::setMatrix)
         .repr("Transform", name);
     Binder<Lod>().constructor<Name, const std::vector<f32>&>().repr("Lod", name);
-    Binder<NumberRoot>()
-        .constructor<Name>()
-        .method("setControls", &NumberRoot::setControls)
-        .repr("NumberRoot", name);
+    Binder<NumberRoot>().constructor<Name>().method("setControls", &NumberRoot::setControls).repr("NumberRoot", name);
     Binder<VisibilityNode>()
         .constructor<Name>()
         .method("setArguments", &VisibilityNode::setArguments)

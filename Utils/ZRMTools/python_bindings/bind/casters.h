@@ -14,10 +14,12 @@
 namespace pybind11::detail
 {
 /// pybind11 by itself makes null of None, and fresh memory of an object whose `__init__` never ran.
-template <class T> struct type_caster<pyzrm::Ref<T>>
+template <class T>
+struct type_caster<pyzrm::Ref<T>>
 {
     static constexpr auto name = make_caster<T>::name;
-    template <class> using cast_op_type = pyzrm::Ref<T>;
+    template <class>
+    using cast_op_type = pyzrm::Ref<T>;
 
     bool load(handle source, bool)
     {
@@ -42,7 +44,8 @@ private:
     std::shared_ptr<T> facade;
 };
 
-template <> struct type_caster<pyzrm::WholeNumber>
+template <>
+struct type_caster<pyzrm::WholeNumber>
 {
     PYBIND11_TYPE_CASTER(pyzrm::WholeNumber, const_name("int"));
 
@@ -61,11 +64,13 @@ template <> struct type_caster<pyzrm::WholeNumber>
 };
 
 /// Takes an array of the very type, or what NumPy makes one of, with a single index from 0 up to its size.
-template <class T> struct type_caster<pyzrm::FlatArray<T>>
+template <class T>
+struct type_caster<pyzrm::FlatArray<T>>
 {
     using Array = array_t<T, array::forcecast>;
     static constexpr auto name = make_caster<Array>::name;
-    template <class> using cast_op_type = pyzrm::FlatArray<T>;
+    template <class>
+    using cast_op_type = pyzrm::FlatArray<T>;
 
     bool load(handle source, bool convert)
     {

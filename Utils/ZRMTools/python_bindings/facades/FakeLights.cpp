@@ -65,7 +65,8 @@ FakeOmniLights::FakeOmniLights(const zr::string& name)
 }
 
 FakeOmniLights::FakeOmniLights(const zr::string& name, const char* className, const char* materialName)
-    : material(makeMaterial(materialName)), node(model::create<model::FakeOmniLightsNode>(className))
+    : material(makeMaterial(materialName)),
+      node(model::create<model::FakeOmniLightsNode>(className))
 {
     node->setMaterial(material);
     node->setName(name.c_str());
@@ -126,7 +127,8 @@ FakeSpotLights::FakeSpotLights(const zr::string& name)
 }
 
 FakeSpotLights::FakeSpotLights(const zr::string& name, const char* className, const char* materialName)
-    : material(makeMaterial(materialName)), node(model::create<model::FakeSpotLightsNode>(className))
+    : material(makeMaterial(materialName)),
+      node(model::create<model::FakeSpotLightsNode>(className))
 {
     node->setMaterial(material);
     node->setName(name.c_str());

@@ -44,8 +44,7 @@ std::shared_ptr<Node> Node::addChild(Ref<Node> child)
     return child.shared();
 }
 
-Transform::Transform(const zr::string& name)
-    : Node(name, model::create<model::TransformNode>("model::TransformNode"))
+Transform::Transform(const zr::string& name) : Node(name, model::create<model::TransformNode>("model::TransformNode"))
 {
 }
 
@@ -74,8 +73,7 @@ Lod::Lod(const zr::string& name, const std::vector<f32>& distances)
     nodeAs<model::LodNode>().setLevels(std::move(levels));
 }
 
-NumberRoot::NumberRoot(const zr::string& name)
-    : Node(name, model::create<model::TmpNumberRoot>("model::TmpNumberRoot"))
+NumberRoot::NumberRoot(const zr::string& name) : Node(name, model::create<model::TmpNumberRoot>("model::TmpNumberRoot"))
 {
 }
 

@@ -12,7 +12,8 @@ namespace pyzrm
 {
 namespace
 {
-template <class List> bool contains(const List& list, u32 value)
+template <class List>
+bool contains(const List& list, u32 value)
 {
     return std::find(list.begin(), list.end(), value) != list.end();
 }
@@ -40,7 +41,8 @@ PBRNode::PBRNode(const zr::string&, const zr::string& materialName)
 }
 
 PBRNode::PBRNode(const zr::string& materialName, zr::vector<u32> supported)
-    : supportedBlocks(std::move(supported)), material(new model::PropertiesSet())
+    : supportedBlocks(std::move(supported)),
+      material(new model::PropertiesSet())
 {
     material->setName(materialName.c_str());
 }
@@ -113,8 +115,7 @@ zr::string PBRNode::fillNode()
     {
         node->setArgument(0, damage->getArgument());
         const auto mesh = model::cast<model::RenderNode>(node);
-        if (mesh && damage->hasPerVertexArguments())
-            splitNodes = model::splitRenderNodeByDamageArgument(mesh.get());
+        if (mesh && damage->hasPerVertexArguments()) splitNodes = model::splitRenderNodeByDamageArgument(mesh.get());
     }
     return {};
 }
@@ -196,8 +197,7 @@ void PBRNode::addTransparentPivot(const std::array<f32, 3>& point)
 }
 
 GlassNode::GlassNode(const zr::string&, const zr::string& materialName)
-    : PBRNode(materialName,
-              zr::vector<u32>{BT_Base, BT_Normal, BT_Flir, BT_Damage, BT_Aorms, BT_Bone, BT_Glass})
+    : PBRNode(materialName, zr::vector<u32>{BT_Base, BT_Normal, BT_Flir, BT_Damage, BT_Aorms, BT_Bone, BT_Glass})
 {
     material->setMaterialName("glass_instrumental_material");
     material->setBlending(1);

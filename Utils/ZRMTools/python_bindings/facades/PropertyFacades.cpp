@@ -7,7 +7,8 @@ namespace
 /// The name until the place that takes the property gives it another.
 constexpr const char* kName = "_DUMMY_NAME_";
 
-template <class V, class S, class Convert> model::Keys<V> convertKeys(const KeyList<S>& list, Convert convert)
+template <class V, class S, class Convert>
+model::Keys<V> convertKeys(const KeyList<S>& list, Convert convert)
 {
     model::Keys<V> keys;
     keys.reserve(list.size());

@@ -38,18 +38,22 @@ struct WholeNumber
 };
 
 /// (time, value) pairs, and lists of them for one argument each.
-template <class V> using KeyList = std::vector<std::tuple<f32, V>>;
-template <class V> using ArgumentKeys = std::vector<std::tuple<WholeNumber, KeyList<V>>>;
+template <class V>
+using KeyList = std::vector<std::tuple<f32, V>>;
+template <class V>
+using ArgumentKeys = std::vector<std::tuple<WholeNumber, KeyList<V>>>;
 
 /// The copy of an array of a script; one index from 0 up whatever its strides were.
-template <class T> struct FlatArray
+template <class T>
+struct FlatArray
 {
     zr::vector<T> values;
 };
 using Floats = FlatArray<f32>;
 using UInts = FlatArray<u32>;
 
-template <class T> zr::vector<T> copyOf(const std::vector<T>& list)
+template <class T>
+zr::vector<T> copyOf(const std::vector<T>& list)
 {
     return zr::vector<T>(list.begin(), list.end());
 }

@@ -17,7 +17,8 @@ public:
 };
 
 /// A facade that a script passes in: never null, and its constructor has run.
-template <class T> class Ref
+template <class T>
+class Ref
 {
 public:
     explicit Ref(std::shared_ptr<T> facade) : pointer(std::move(facade)) {}

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "RootNode.h"
 #include "inc/IRenderNode.h"
 #include "inc/Lights.h"
 #include "inc/Shells.h"
-#include "RootNode.h"
 
 namespace pyzrm
 {

@@ -27,7 +27,11 @@ protected:
     Node(const zr::string& name, model::ObjectPtr<model::Node> created);
 
     /// The model node as the class that it was created as.
-    template <class T> T& nodeAs() const { return static_cast<T&>(*node); }
+    template <class T>
+    T& nodeAs() const
+    {
+        return static_cast<T&>(*node);
+    }
 
 private:
     model::ObjectPtr<model::Node> node;

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "ObjectRegistry.h"
 #include "inc/Arguments.h"
 #include "inc/Facade.h"
-#include "ObjectRegistry.h"
 #include "properties/Properties.h"
 
 /// A constant or animated value, held as the property object that the model takes over. A setter makes a new object,
@@ -10,28 +10,34 @@
 namespace pyzrm
 {
 /// The names under which the registry knows the properties of a value.
-template <class V> struct PropertyClass;
-template <> struct PropertyClass<f32>
+template <class V>
+struct PropertyClass;
+template <>
+struct PropertyClass<f32>
 {
     static constexpr const char* kStatic = "model::Property<float>";
     static constexpr const char* kAnimated = "model::AnimatedProperty<float>";
 };
-template <> struct PropertyClass<model::vec2f>
+template <>
+struct PropertyClass<model::vec2f>
 {
     static constexpr const char* kStatic = "model::Property<osg::Vec2f>";
     static constexpr const char* kAnimated = "model::AnimatedProperty<osg::Vec2f>";
 };
-template <> struct PropertyClass<model::vec3f>
+template <>
+struct PropertyClass<model::vec3f>
 {
     static constexpr const char* kStatic = "model::Property<osg::Vec3f>";
     static constexpr const char* kAnimated = "model::AnimatedProperty<osg::Vec3f>";
 };
-template <> struct PropertyClass<zr::string>
+template <>
+struct PropertyClass<zr::string>
 {
     static constexpr const char* kStatic = "model::Property<const char*>";
 };
 
-template <class V> model::ObjectPtr<model::StaticProperty<V>> makeStatic(const char* name, V value)
+template <class V>
+model::ObjectPtr<model::StaticProperty<V>> makeStatic(const char* name, V value)
 {
     auto property = model::create<model::StaticProperty<V>>(PropertyClass<V>::kStatic);
     property->setName(name);

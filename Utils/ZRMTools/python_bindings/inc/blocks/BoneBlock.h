@@ -1,7 +1,7 @@
 #pragma once
 
-#include "inc/blocks/pyzrm_iblock.h"
 #include "inc/NodeFacades.h"
+#include "inc/blocks/pyzrm_iblock.h"
 
 namespace pyzrm
 {
