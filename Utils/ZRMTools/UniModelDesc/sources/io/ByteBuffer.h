@@ -20,6 +20,9 @@ public:
     u8* data() { return block + first; }
     std::size_t size() const { return last - first; }
 
+    /// Makes room for `count` more bytes behind the end at once; they cost memory only when they are filled.
+    void reserve(std::size_t count) { makeRoomBehind(count); }
+
     /// Room for `count` bytes before `position` (at most `size()`); what is shorter of the two sides moves away. The
     /// caller fills the room.
     u8* insert(std::size_t position, std::size_t count);

@@ -34,6 +34,14 @@ u8* MemBinaryFileW::append(std::size_t size)
     return room;
 }
 
+void MemBinaryFileW::reserve(std::size_t count)
+{
+    const bool wasAtEnd = isAtEnd();
+    settle();
+    bytes.reserve(count);
+    if (wasAtEnd) moveToEnd();
+}
+
 void MemBinaryFileW::seek(std::size_t position)
 {
     settle();

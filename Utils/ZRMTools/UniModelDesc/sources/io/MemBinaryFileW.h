@@ -24,6 +24,9 @@ public:
     void writeString(std::string_view text) override;
     u8* append(std::size_t size) override;
 
+    /// Makes room for `count` more bytes, so that they are never moved while the file grows.
+    void reserve(std::size_t count);
+
     /// The bytes so far.
     const ByteBuffer& getBytes();
     /// Hands the bytes over; the file is empty afterwards.

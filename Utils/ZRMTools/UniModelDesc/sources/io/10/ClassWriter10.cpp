@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "../../nodes/BaseMeshRenderNode.h"
 #include "../../nodes/Node.h"
 
 namespace model
@@ -10,6 +11,20 @@ namespace
 {
 constexpr std::size_t kStringTablePosition = 5;
 constexpr u32 kNoParent = 0xFFFFFFFFu;
+
+/// What the meshes take, with indices at their full width: nearly the whole of a large file.
+std::size_t geometrySize(const RootNode& root)
+{
+    std::size_t size = 0;
+    for (const ObjectPtr<BaseNode>& node : root.renderNodes)
+        if (const auto* mesh = dynamic_cast<const BaseMeshRenderNode*>(node.get()))
+        {
+            for (const auto& [semantic, attribute] : mesh->vertices.getAttributes())
+                size += attribute.data.size() * sizeof(f32);
+            size += mesh->indices.indices.size() * sizeof(u32);
+        }
+    return size;
+}
 } // namespace
 
 void ClassWriter10::write(RootNode* root, ByteBuffer& out)
@@ -17,6 +32,7 @@ void ClassWriter10::write(RootNode* root, ByteBuffer& out)
     root->collectMaterials();
     calcNumTransformNodes(*root);
     NodeWriter10 writer(file, indices, root);
+    file.reserve(geometrySize(*root));
 
     file.write("ZRM", 3);
     file.writeU16(fileVersion());
