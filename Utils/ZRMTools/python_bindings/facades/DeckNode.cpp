@@ -1,6 +1,6 @@
 #include "inc/FixedNodes.h"
-#include "inc/Shells.h"
 #include "inc/Tangents.h"
+#include "inc/VertexChecks.h"
 #include "utils/DamageSplit.h"
 
 namespace pyzrm

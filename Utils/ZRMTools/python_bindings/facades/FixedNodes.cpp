@@ -1,7 +1,9 @@
 #include "inc/FixedNodes.h"
 
+#include <algorithm>
+
 #include "inc/PropertyFacades.h"
-#include "inc/Shells.h"
+#include "inc/VertexChecks.h"
 
 namespace pyzrm
 {
@@ -22,12 +24,10 @@ FixedNode::FixedNode(const zr::string& name, const zr::string& materialName, con
 void FixedNode::addPositions(const zr::vector<f32>& points)
 {
     zr::vector<f32>& data = vertices[model::kPosition0].data;
-    data.reserve(data.size() + points.size() + points.size() / 3);
-    for (std::size_t i = 0; i < points.size(); ++i)
-    {
-        data.push_back(points[i]);
-        if (i % 3 == 2) data.push_back(0.0f);
-    }
+    std::size_t end = data.size();
+    data.resize(end + points.size() + points.size() / 3);
+    for (std::size_t i = 0; i < points.size(); i += 3, end += 4)
+        std::copy_n(&points[i], std::min<std::size_t>(3, points.size() - i), &data[end]);
 }
 
 ColorNode::ColorNode(const zr::string& name, const zr::string& materialName)

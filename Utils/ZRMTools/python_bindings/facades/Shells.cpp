@@ -1,22 +1,10 @@
 #include "inc/Shells.h"
 
-#include <algorithm>
-
 #include "inc/PropertyFacades.h"
+#include "inc/VertexChecks.h"
 
 namespace pyzrm
 {
-zr::string findEmptyAttribute(const model::Vertices& vertices, std::initializer_list<i32> builtLater)
-{
-    for (const auto& [semantic, attribute] : vertices.getAttributes())
-    {
-        const bool later = std::find(builtLater.begin(), builtLater.end(), semantic) != builtLater.end();
-        if (attribute.data.empty() && !later)
-            return zr::string("Vetex attribute ") + model::getSemanticName(semantic) + " isn't set.";
-    }
-    return {};
-}
-
 SegmentsNode::SegmentsNode(const zr::string& name) : node(model::create<model::SegmentsNode>("model::SegmentsNode"))
 {
     node->setName(name.c_str());

@@ -69,7 +69,4 @@ public:
 private:
     model::ObjectPtr<model::Connector> node;
 };
-
-/// "" when every attribute but those of `builtLater` has data, otherwise the text that names the first without.
-zr::string findEmptyAttribute(const model::Vertices& vertices, std::initializer_list<i32> builtLater = {});
 } // namespace pyzrm
