@@ -205,10 +205,10 @@ def vertices(file: zrm_inspect.ZrmFile) -> list[str]:
     shared = bool((used > 1).any())
     pulled = points if shared else points + (points.mean(axis=1, keepdims=True) - points) * 0.18
     shapes = [polygon(t, COLOURS[0], 0.5) for t in pulled]
-    for x, y in {(round(x, 1), round(y, 1)) for x, y in pulled.reshape(-1, 2)}:
+    for x, y in sorted({(round(x, 1), round(y, 1)) for x, y in pulled.reshape(-1, 2).tolist()}):
         shapes.append(f'<circle cx="{x}" cy="{y}" r="3" fill="{COLOURS[1]}"/>')
     text = f"{node.mesh.vertex_count} vertices, {node.mesh.triangle_count} triangles"
-    return [*text_lines([text]), *sorted(shapes)]
+    return [*text_lines([text]), *shapes]
 
 
 def order(file: zrm_inspect.ZrmFile) -> list[str]:
