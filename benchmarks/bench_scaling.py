@@ -5,11 +5,12 @@ from __future__ import annotations
 import os
 import tempfile
 from collections.abc import Callable
+from functools import partial
 
 import numpy as np
 import pyzrm_313 as zrm
 from support.scenes import add_mesh, enable_all, grid, save
-from support.timing import best_by_turns, growth_line, heading, nothing
+from support.timing import best_by_turns, growth_line, heading
 
 PATH = "scaling.zrm"
 
@@ -134,10 +135,7 @@ def main() -> None:
         heading(f"Build and save, ten times the work, all switches {'on' if enabled else 'off'}")
         enable_all(enabled)
         for name, build, count in CASES:
-            small, large = best_by_turns(
-                [(nothing, lambda _, b=build, n=count: b(n)), (nothing, lambda _, b=build, n=count: b(10 * n))],
-                rounds=5,
-            )
+            small, large = best_by_turns([(partial(int, count), build), (partial(int, 10 * count), build)], rounds=5)
             growth_line(name, small, large)
 
 

@@ -176,7 +176,7 @@ def placed(points: Triangles) -> Triangles:
     """World x and y on the panel, one scale for both axes."""
     low, high = points.reshape(-1, 2).min(axis=0), points.reshape(-1, 2).max(axis=0)
     scale = min((PANEL_WIDTH - 60) / max(high[0] - low[0], 1), (PANEL_HEIGHT - 100) / max(high[1] - low[1], 1))
-    moved = (points - low) * scale
+    moved: Triangles = (points - low) * scale
     moved[..., 1] = PANEL_HEIGHT - 30 - moved[..., 1]
     moved[..., 0] += 30
     return moved

@@ -35,7 +35,7 @@ def facade(rng: np.random.Generator) -> tuple[npt.NDArray[np.float32], ...]:
     columns, rows = np.meshgrid(np.arange(6, dtype=np.float32), np.arange(26, dtype=np.float32))
     depth = np.repeat(rng.random((26, 1)), 6, axis=1).astype(np.float32)
     points = np.stack([columns, rows, depth], axis=-1)
-    uvs = np.stack([columns / 5, rows / 25], axis=-1)
+    uvs = np.stack([columns / 5, rows / 25], axis=-1).astype(np.float32)
     corners = [(0, 0), (0, 1), (1, 0), (1, 0), (0, 1), (1, 1)]
 
     def soup(grid: npt.NDArray[np.float32]) -> npt.NDArray[np.float32]:
