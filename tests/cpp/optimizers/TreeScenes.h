@@ -37,7 +37,8 @@ public:
         const unsigned count = 1 + random.below(random.pick({3u, 8u, 16u}));
         isPlainTop = random.chance(85);
         isChain = random.chance(30);
-        for (unsigned i = 0; i < count; ++i)
+        hasPipes = random.chance(30);
+        for (unsigned i = 0; i < (hasPipes ? 2 * count : count); ++i)
             addNode();
         scene.root->setRootTransform(scene.nodes.front());
         const unsigned users = random.below(7);
@@ -73,7 +74,8 @@ private:
 
     ObjectPtr<Node> makeNode()
     {
-        switch (random.below(14))
+        // Above all transforms and visibility nodes: matrices that move for many rounds.
+        switch (hasPipes && random.chance(85) ? random.pick({3u, 3u, 13u}) : random.below(14))
         {
         case 0:
         case 1:
@@ -126,7 +128,8 @@ private:
         if (random.chance(20)) node->properties.push_back(create<IProperty>("model::Property<float>"));
         if (!isTop)
         {
-            const std::size_t parent = isChain ? scene.nodes.size() - 1 : random.below(scene.nodes.size());
+            const bool isBelowLast = isChain || (hasPipes && random.chance(85));
+            const std::size_t parent = isBelowLast ? scene.nodes.size() - 1 : random.below(scene.nodes.size());
             scene.nodes[parent]->insert(node, nullptr);
         }
         scene.nodes.push_back(node);
@@ -246,5 +249,6 @@ private:
     TreeScene scene;
     bool isPlainTop = true;
     bool isChain = false;
+    bool hasPipes = false;
 };
 } // namespace test

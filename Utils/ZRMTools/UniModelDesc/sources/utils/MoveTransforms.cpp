@@ -61,16 +61,24 @@ private:
     phmap::flat_hash_map<const Vertices*, u32> places;
 };
 
+zr::vector<Node*> TransformTree::takeCandidates()
+{
+    zr::vector<Node*> candidates = std::exchange(maybeMovable, {});
+    const auto isGone = [this](const Node* node) { return !isInTree(*node); };
+    candidates.erase(std::remove_if(candidates.begin(), candidates.end(), isGone), candidates.end());
+    // The addresses decide nothing: what order counts is made below.
+    std::sort(candidates.begin(), candidates.end());
+    candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
+    return candidates;
+}
+
 void TransformTree::sortByWalk(zr::vector<Node*>& nodes) const
 {
-    std::sort(nodes.begin(), nodes.end());
-    nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
     if (nodes.size() < 2) return;
-    phmap::flat_hash_set<const Node*> wanted(nodes.begin(), nodes.end());
+    const phmap::flat_hash_set<const Node*> wanted(nodes.begin(), nodes.end());
     nodes.clear();
-    const std::size_t count = wanted.size();
     // The walk goes along the links and keeps no path.
-    for (Node* node = root.rootTransform.get(); node && nodes.size() < count;)
+    for (Node* node = root.rootTransform.get(); node && nodes.size() < wanted.size();)
     {
         if (wanted.find(node) != wanted.end()) nodes.push_back(node);
         Node* next = node->firstChild();
@@ -80,34 +88,117 @@ void TransformTree::sortByWalk(zr::vector<Node*>& nodes) const
     }
 }
 
+/// Each node behind its parent, when both are there: the parent's matrix comes into it first, and what it gives to its
+/// parent doesn't move twice. Transforms that have another node between them don't meet.
+void TransformTree::sortByParents(zr::vector<Node*>& nodes) const
+{
+    if (nodes.size() < 2) return;
+    phmap::flat_hash_set<const Node*> waiting(nodes.begin(), nodes.end());
+    zr::vector<Node*> sorted;
+    zr::vector<Node*> path;
+    for (Node* node : nodes)
+    {
+        for (Node* at = node; at && waiting.erase(at) != 0; at = at->parent())
+            path.push_back(at);
+        for (; !path.empty(); path.pop_back())
+            sorted.push_back(path.back());
+    }
+    nodes = std::move(sorted);
+}
+
+bool TransformTree::canEnterPipe(const Node& node) const
+{
+    const Node* child = node.firstChild();
+    return child && child == node.lastChild() && child->getType() == kArgVisibilityNode &&
+           node.parent()->getType() == kArgVisibilityNode && carriers.find(&node) != carriers.end() &&
+           !users.isUsed(&node);
+}
+
+bool TransformTree::isPassable(const Node& node) const
+{
+    const Node* child = node.firstChild();
+    return child && child == node.lastChild() && child->getType() == kArgVisibilityNode && !users.isUsed(&node);
+}
+
+void TransformTree::fillPipes(zr::vector<Node*>& candidates)
+{
+    const auto first =
+        std::partition(candidates.begin(), candidates.end(), [this](const Node* node) { return !canEnterPipe(*node); });
+    zr::vector<CarrierPipes::Carrier> entering;
+    for (auto at = first; at != candidates.end(); ++at)
+    {
+        const ObjectPtr<Node> carrier(*at);
+        Node& parent = *carrier->parent();
+        entering.push_back({carrier, carrier->firstChild()});
+        parent.insert(carrier->firstChild(), carrier);
+        parent.remove(carrier);
+    }
+    candidates.erase(first, candidates.end());
+    // A pipe is laid only now, when no carrier stands in its way.
+    for (const CarrierPipes::Carrier& carrier : entering)
+        pipes.put(carrier.node, *carrier.place, round, [this](const Node& node) { return isPassable(node); });
+}
+
+void TransformTree::emptyPipes()
+{
+    for (const CarrierPipes::Carrier& carrier : pipes.takeAll(round))
+    {
+        carrier.place->parent()->insert(carrier.node, carrier.place);
+        carrier.node->insert(carrier.place, nullptr);
+        noteNew(*carrier.node);
+    }
+}
+
+/// Puts a carrier between a node and all that hangs on and below it.
+void TransformTree::hangBelow(Node& node, Node& carrier)
+{
+    replaceControlNode(node, carrier);
+    hangAllChildren(node, carrier, nullptr);
+    hang(node, carrier, nullptr);
+    noteNew(carrier);
+}
+
 std::size_t TransformTree::moveTransforms()
 {
-    zr::vector<Node*> candidates = std::exchange(maybeMovable, {});
-    const auto isGone = [this](const Node* node) { return !isInTree(*node); };
-    candidates.erase(std::remove_if(candidates.begin(), candidates.end(), isGone), candidates.end());
-    sortByWalk(candidates);
-
+    ++round;
+    zr::vector<Node*> candidates = takeCandidates();
+    const auto endsWalk = [](const Node* node) { return !node->parent() || node->parent()->isOptimizationBarrier(); };
+    const bool endsEarly = std::any_of(candidates.begin(), candidates.end(), endsWalk);
     std::size_t moved = 0;
+    if (isWalkOrdered || endsEarly)
+        sortByWalk(candidates);
+    else
+    {
+        fillPipes(candidates);
+        sortByParents(candidates);
+        hasEmptiedCarriers = !pipes.empty();
+        moved += hasEmptiedCarriers;
+        for (const CarrierPipes::Carrier& carrier : pipes.takeLeaving(round))
+            hangBelow(*carrier.place, *carrier.node);
+    }
+
     Bakes bakes;
     for (std::size_t i = 0; i < candidates.size(); ++i)
     {
-        auto& transform = static_cast<TransformNode&>(*candidates[i]);
-        const Node* parent = transform.parent();
-        if (!parent || parent->isOptimizationBarrier())
+        if (endsEarly && endsWalk(candidates[i]))
         {
             maybeMovable.insert(maybeMovable.end(), candidates.begin() + static_cast<std::ptrdiff_t>(i),
                                 candidates.end());
-            moved = 0;
-            break;
+            return 0;
         }
-        if (!moveUsers(transform, bakes, moved)) continue;
-        zr::vector<Node*> children;
-        for (Node* child = transform.firstChild(); child; child = child->nextSibling())
-            children.push_back(child);
-        for (Node* child : children)
-            moved += moveToChild(transform, *child);
+        moveTransform(static_cast<TransformNode&>(*candidates[i]), bakes, moved);
     }
     return moved;
+}
+
+void TransformTree::moveTransform(TransformNode& transform, Bakes& bakes, std::size_t& moved)
+{
+    if (!moveUsers(transform, bakes, moved)) return;
+    zr::vector<Node*> children;
+    for (Node* child = transform.firstChild(); child; child = child->nextSibling())
+        children.push_back(child);
+    for (Node* child : children)
+        moved += moveToChild(transform, *child);
 }
 
 bool TransformTree::moveUsers(TransformNode& transform, Bakes& bakes, std::size_t& moved)
@@ -152,10 +243,8 @@ bool TransformTree::moveToChild(TransformNode& transform, Node& child)
         const auto carrier = create<TransformNode>("model::TransformNode");
         carrier->name = transform.name;
         carrier->setMatrix(transform.getMatrix());
-        replaceControlNode(child, *carrier);
-        hangAllChildren(child, *carrier, nullptr);
-        hang(child, *carrier, nullptr);
-        noteNew(*carrier);
+        carriers.insert(carrier.get());
+        hangBelow(child, *carrier);
         break;
     }
     default:

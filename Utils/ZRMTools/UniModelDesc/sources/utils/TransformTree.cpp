@@ -7,7 +7,10 @@
 #include "RootNode.h"
 #include "nodes/ArgAnimationNode.h"
 #include "nodes/ArgVisibilityNode.h"
+#include "nodes/BaseMeshRenderNode.h"
 #include "nodes/Bone.h"
+#include "nodes/FakeSpotLights.h"
+#include "nodes/FakeSpotLights3Node.h"
 
 namespace model
 {
@@ -44,6 +47,22 @@ ObjectPtr<Node> makeBone(const ArgAnimatedBone& source)
     bone->setInvertedBaseBoneMatrix(source.getInvertedBaseBoneMatrix());
     return bone;
 }
+/// All vertices move with each of the control nodes.
+bool moveAtOnce(const Vertices& vertices)
+{
+    const Attribute* positions = vertices.findAttribute(kPosition0);
+    return positions && positions->stride == 3;
+}
+
+bool dependsOnOrder(const BaseNode& user)
+{
+    if (const auto* spots = dynamic_cast<const FakeSpotLightsNode*>(&user))
+        return !spots->directions.empty() && spots->directions.size() < spots->lights.size();
+    if (user.getNumControlNodes() < 2) return false;
+    if (const auto* mesh = dynamic_cast<const BaseMeshRenderNode*>(&user)) return moveAtOnce(mesh->vertices);
+    if (const auto* points = dynamic_cast<const FakeSpotLights3Node*>(&user)) return moveAtOnce(points->vertices);
+    return false;
+}
 } // namespace
 
 bool isIdentity(const matrixd& matrix)
@@ -56,6 +75,8 @@ bool isIdentity(const matrixd& matrix)
 
 TransformTree::TransformTree(RootNode& rootNode) : root(rootNode), users(rootNode)
 {
+    for (const ObjectPtr<BaseNode>& user : root.getAllNodes())
+        isWalkOrdered |= user && dependsOnOrder(*user);
     Node::visit(root.rootTransform,
                 [this](const ObjectPtr<Node>& node)
                 {
@@ -197,7 +218,7 @@ std::size_t TransformTree::removeDummyNodes()
 
 std::size_t TransformTree::removeDeadEnds()
 {
-    std::size_t count = 0;
+    std::size_t count = std::exchange(hasEmptiedCarriers, false) ? 1 : 0;
     for (Node* node : std::exchange(maybeDead, {}))
     {
         if (!canLoseChildren(node->parent()) || node->firstChild() || users.isUsed(node)) continue;
@@ -216,8 +237,10 @@ void TransformTree::compactTop()
     top->remove(child);
     removeNode(*top);
     root.setRootTransform(child);
-    // From now on a transform there ends the walk of `moveTransforms`.
+    if (child->getType() != kTransformNode) return;
+    // From now on it ends the walk of `moveTransforms`, and nothing moves any more.
     noteUse(*child);
+    emptyPipes();
 }
 
 void TransformTree::markDeleted()

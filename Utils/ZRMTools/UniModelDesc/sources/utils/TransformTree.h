@@ -1,6 +1,7 @@
 #pragma once
 
 #include "nodes/Node.h"
+#include "utils/CarrierPipes.h"
 #include "utils/NodeUsers.h"
 
 namespace model
@@ -18,7 +19,10 @@ class TransformNode;
 /// - a plain node that is no candidate stays none, as its parent is a barrier or missing and stays so;
 /// - a leaf can become unused only by losing its last child or its last user;
 /// - a transform that was dealt with has work again only when it gets a user or a child.
-/// The order of candidates shows only where matrices move; there the noted ones are put in walk order.
+/// The order of candidates shows only where matrices move. There a transform goes behind its parent; the rest of the
+/// walk order counts only for few models (`isWalkOrdered`), and putting it right costs a walk.
+///
+/// Matrices on their way through chains of visibility nodes are in `pipes`, see there.
 class TransformTree
 {
 public:
@@ -52,7 +56,15 @@ private:
     void noteLeaf(Node& node);
 
     ObjectPtr<Node> replacementOf(const Node& node) const;
+    zr::vector<Node*> takeCandidates();
     void sortByWalk(zr::vector<Node*>& nodes) const;
+    void sortByParents(zr::vector<Node*>& nodes) const;
+    void fillPipes(zr::vector<Node*>& candidates);
+    void emptyPipes();
+    bool canEnterPipe(const Node& node) const;
+    bool isPassable(const Node& node) const;
+    void hangBelow(Node& node, Node& carrier);
+    void moveTransform(TransformNode& transform, Bakes& bakes, std::size_t& moved);
     bool moveUsers(TransformNode& transform, Bakes& bakes, std::size_t& moved);
     bool moveToChild(TransformNode& transform, Node& child);
 
@@ -64,6 +76,16 @@ private:
     zr::vector<Node*> maybeDummy;
     zr::vector<Node*> maybeDead;
     zr::vector<Node*> maybeMovable;
+
+    /// Whether the order in which transforms of one walk are dealt with shows in the result: data that several control
+    /// nodes move all at once, or data that can't be moved and end the pass.
+    bool isWalkOrdered = false;
+    u64 round = 0;
+    CarrierPipes pipes;
+    /// The nodes that this made to carry a matrix: nobody else knows them.
+    phmap::flat_hash_set<const Node*> carriers;
+    /// Carriers in pipes leave empty nodes behind as others do; these are not in the tree, but they count.
+    bool hasEmptiedCarriers = false;
 };
 
 /// Whether all elements are those of the identity within 1e-5 (as `f32`).
