@@ -124,7 +124,9 @@ private:
     {
         const bool isTop = scene.nodes.empty();
         ObjectPtr<Node> node = isTop && isPlainTop ? create<Node>("model::Node") : makeNode();
-        node->name = ("n" + std::to_string(scene.nodes.size())).c_str();
+        std::string name = "n";
+        name += std::to_string(scene.nodes.size()); // g++ 12 warns falsely of "n" + std::to_string(...)
+        node->name = name.c_str();
         if (random.chance(20)) node->properties.push_back(create<IProperty>("model::Property<float>"));
         if (!isTop)
         {

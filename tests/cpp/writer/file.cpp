@@ -70,30 +70,29 @@ ObjectPtr<RootNode> emptyModel()
 }
 
 constexpr unsigned char kEmptyModel[303] = {
-    'Z',  'R',  'M',  0x0A, 0x00, 0x46, 0x00, 0x00, 0x00, // magic, version, 70 bytes
-    'm',  'o',  'd',  'e',  'l',  ':',  ':',  'R',  'o',  'o', 't', 'N',  'o',  'd',  'e',  0,    // string 0
-    'm',  'o',  'd',  'e',  'l',  ':',  ':',  'P',  'r',  'o', 'p', 'e',  'r',  't',  'y',  '<',  // string 1
-    'u',  'n',  's',  'i',  'g',  'n',  'e',  'd',  ' ',  'i', 'n', 't',  '>',  0,                //
-    '_',  '_',  'V',  'E',  'R',  'S',  'I',  'O',  'N',  '_', '_', 0,                            // string 2
-    'm',  'o',  'd',  'e',  'l',  ':',  ':',  'N',  'o',  'd', 'e', 0,                            // string 3
-    0,    0,    0,    0,    0,    0,    0,    0,                                                  // reserved
-    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,   0,   0,    1,    0,    0,    0,    // root, no name, 1
-                                                                                                  // property
-    1,    0,    0,    0,    2,    0,    0,    0,    3,    0,   0,   0,                            // version 3
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0x47, // bounding box
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0xC7, //
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0xC7, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0xC7, //
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0x47, // user box
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0xC7, //
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0xC7, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0xC7, //
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0x47, // light box
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0xC7, //
-    0,    0,    0,    0xE0, 0xFF, 0xFF, 0xEF, 0xC7, 0,    0,   0,   0xE0, 0xFF, 0xFF, 0xEF, 0xC7, //
-    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,   0,   0, // materials, reserved, handles
-    1,    0,    0,    0,    3,    0,    0,    0,    4,    0,   0,   0,    'r',  'o',  'o',  't',  0,
-    0,    0,    0,    0,    0,    0,    0, // 1 tree node
-    0xFF, 0xFF, 0xFF, 0xFF,                // it has no parent
-    0,    0,    0,    0,                   // no sections
+    'Z', 'R', 'M', 0x0A, 0x00, 0x46, 0x00, 0x00, 0x00,                              // magic, version, 70 bytes
+    'm', 'o', 'd', 'e', 'l', ':', ':', 'R', 'o', 'o', 't', 'N', 'o', 'd', 'e', 0,   // string 0
+    'm', 'o', 'd', 'e', 'l', ':', ':', 'P', 'r', 'o', 'p', 'e', 'r', 't', 'y', '<', // string 1
+    'u', 'n', 's', 'i', 'g', 'n', 'e', 'd', ' ', 'i', 'n', 't', '>', 0,             //
+    '_', '_', 'V', 'E', 'R', 'S', 'I', 'O', 'N', '_', '_', 0,                       // string 2
+    'm', 'o', 'd', 'e', 'l', ':', ':', 'N', 'o', 'd', 'e', 0,                       // string 3
+    0, 0, 0, 0, 0, 0, 0, 0,                                                         // reserved
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0,                                 // root, no name, 1
+                                                                                    // property
+    1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0,                                             // version 3
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47,   // bounding box
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7,   //
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7,   //
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47,   // user box
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7,   //
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7,   //
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47,   // light box
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0x47, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7,   //
+    0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7, 0, 0, 0, 0xE0, 0xFF, 0xFF, 0xEF, 0xC7,   //
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,                                             // materials, reserved, handles
+    1, 0, 0, 0, 3, 0, 0, 0, 4, 0, 0, 0, 'r', 'o', 'o', 't', 0, 0, 0, 0, 0, 0, 0, 0, // 1 tree node
+    0xFF, 0xFF, 0xFF, 0xFF,                                                         // it has no parent
+    0, 0, 0, 0,                                                                     // no sections
 };
 } // namespace
 

@@ -20,8 +20,8 @@ struct EmTreePtrStorage
 /// `remove` or `unlinkAll` cuts the links. The operations change both ends of a link together; a node of a tree that is
 /// freed therefore has no links left, and freeing a tree of any shape never recurses. No operation uses recursion.
 ///
-/// A copy of a node starts with the links of its source, which none of its neighbours return; assigning leaves the links
-/// as they are. A tree is used by one thread at a time.
+/// A copy of a node starts with the links of its source, which none of its neighbours return; assigning leaves the
+/// links as they are. A tree is used by one thread at a time.
 template <class T, class Storage>
 class EmTree
 {
