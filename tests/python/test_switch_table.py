@@ -75,7 +75,7 @@ def test_all_switches_are_on_afterwards(folder: Path) -> None:
 def test_the_printed_table(folder: Path, capsys: pytest.CaptureFixture[str]) -> None:
     assert switch_table.main(["tables"]) == 0
     _, headings, *lines = capsys.readouterr().out.splitlines()
-    assert [line.split("  ")[1] for line in lines] == ["all off", *exporter_support.SWITCHES, "all on"]
+    assert [line.split("  ")[1] for line in lines] == ["all off", *switch_table.SWITCHES, "all on"]
     assert len({len(line) for line in (headings, *lines)}) == 1, "columns stand under their headings"
     row = switch_table.measure(zrm_inspect.read_file("tables/all_on.zrm"))
     assert lines[-1].split()[2:] == row.cells() and float(row.cells()[5]) == pytest.approx(row.misses / row.triangles, abs=5e-4)
