@@ -224,7 +224,7 @@ private:
     {
         ObjectPtr<BaseNode> user;
         RootNode::List* list = &scene.root->renderNodes;
-        switch (random.below(8))
+        switch (hasPipes && random.chance(30) ? 0 : random.below(8))
         {
         case 0:
             user = create<LightNode>("model::LightNode");

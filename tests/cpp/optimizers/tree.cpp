@@ -152,6 +152,7 @@ const TreeCase kTreeCases[] = {
     {"a transform as top ends all moves", "T2*0(T3*0)", "T2*0(T3*0)"},
     {"an identity as top", "T0*0(T3*0)", "N*0*3"},
     {"a held transform becomes the top and ends all moves", "N(T2!(V(T3(V(V*0)))))", "T2!(V(V(T3(V*0))))"},
+    {"it stops what is on its way", "N(T1(T2!(V(T3(V(V(V(V*0))))))))", "T3!(V(V(V(T3(V(V*0))))))"},
     {"a new top that turned into an identity", "N(T-2(a2!)B)", "N!"},
     {"a used top stays", "N*0(A1*0)", "N*0(A1*0)"},
     {"differences below the tolerance are dropped", "N*0(T0.000001*0)", "N*0*0"},
