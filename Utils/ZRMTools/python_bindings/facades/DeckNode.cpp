@@ -14,9 +14,9 @@ DeckNode::DeckNode(const zr::string& name, const zr::string& materialName)
                  {model::kTexCoord0, 2},
                  {kRegularTexCoord, 2}})
 {
-    for (const std::size_t map : {0, 1, 2})
+    for (const std::size_t map : {0u, 1u, 2u})
         material->setChannel(map, 0);
-    for (const std::size_t map : {3, 4, 7})
+    for (const std::size_t map : {3u, 4u, 7u})
         material->setChannel(map, 1);
 }
 

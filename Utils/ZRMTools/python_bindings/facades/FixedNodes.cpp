@@ -16,7 +16,7 @@ FixedNode::FixedNode(const zr::string& name, const zr::string& materialName, con
     material->setName(materialName.c_str());
     material->setMaterialName(materialType);
     for (const auto& [semantic, width] : format)
-        material->setFormat(semantic, width);
+        material->setFormat(static_cast<std::size_t>(semantic), width);
     node->setMaterial(material);
     vertices.setFormat(material->getVertexFormat());
 }
