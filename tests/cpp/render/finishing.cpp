@@ -115,6 +115,25 @@ TEST(Boxes, DeepChainIsMultipliedFromTheControlNodeUp)
     }
 }
 
+TEST(Boxes, MeshesOnEveryNodeOfADeepChain)
+{
+    // Whole numbers round in no order, so the box is the same by whichever road its matrices come.
+    const auto root = rootNode();
+    ObjectPtr<Node> at = root->rootTransform;
+    constexpr int kDepth = 4000;
+    for (int i = 0; i < kDepth; ++i)
+    {
+        const ObjectPtr<Node> node = transformNode(i % 7, 1);
+        at->insert(node, nullptr);
+        at = node;
+        const auto mesh = renderNode(kTriangle, triangles({0, 1, 2}));
+        mesh->setControlNode(0, at);
+        root->addRenderNode(mesh);
+    }
+    const f32 x = kDepth / 7 * 21.0f + (0 + 1 + 2);
+    EXPECT_TRUE(sameBox(computeBoundingBox(*root), boxOf({0, 1, 0}, {x + 1, kDepth + 1, 0})));
+}
+
 TEST(Boxes, LightsReach)
 {
     const auto root = rootNode();

@@ -38,9 +38,9 @@ void Node::setVersion(u32 version)
     setProperty(properties, property);
 }
 
-void Node::accumulateMatrix(const IModelArguments& arguments, f64* m) const
+void Node::accumulateMatrix(const IModelArguments& arguments, f64* m, const Node* end) const
 {
-    for (const Node* node = this; node; node = node->parent())
+    for (const Node* node = this; node && node != end; node = node->parent())
         node->accumulateOwn(arguments, m);
 }
 

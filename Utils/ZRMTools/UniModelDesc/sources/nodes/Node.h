@@ -52,8 +52,8 @@ public:
 
     /// The type id under which files name this node.
     virtual u32 getKind() const { return getType(); }
-    /// m := m x own matrix x the matrices of all ancestors, from the parent up.
-    void accumulateMatrix(const IModelArguments& arguments, f64* m) const;
+    /// m := m x own matrix x the matrices of all ancestors, from the parent up to, but not including, `end`.
+    void accumulateMatrix(const IModelArguments& arguments, f64* m, const Node* end = nullptr) const;
     /// `*visible` := false when this node or an ancestor is hidden; otherwise it stays. Does nothing when it is false.
     void evalVisibility(const IModelArguments& arguments, bool* visible) const;
     /// Takes in a matrix that comes down from the parent and gives in `out` the one that its children take in turn.

@@ -2,6 +2,7 @@
 
 #include <unordered_map>
 
+#include "Matrix.h"
 #include "RootNode.h"
 #include "nodes/BaseRenderNode.h"
 #include "nodes/LightNode.h"
@@ -13,22 +14,58 @@ namespace
 {
 /// The matrices from control nodes to the root, at rest.
 ///
-/// Each is the product in the order in which `accumulateMatrix` forms it, from the control node up; products formed
-/// from the top down would share more but round differently, and the box would differ in its last bits. So the cost is
-/// the depth for each distinct control node, however many things hang on it.
+/// Each is the product in the order in which `accumulateMatrix` forms it, from the control node up: products that share
+/// the ancestors' part round differently, and a box could differ in its last bits. That costs the depth for each
+/// control node, so it has a budget, which only thousands of control nodes on chains of thousands of nodes use up.
+/// Behind it the parents' products are shared, and no tree costs more than its size.
 class WorldMatrices
 {
 public:
-    /// The identity for null: whether something may go without a control node is the writer's business.
+    /// The identity for null: whether something may go without a control node is the writer's business. Valid until the
+    /// next call.
     const f64* get(const Node* node)
     {
-        const auto [found, isNew] = matrices.try_emplace(node);
-        if (isNew && node) node->accumulateMatrix(DummyArguments(), found->second.m);
-        return found->second.m;
+        const auto known = matrices.find(node);
+        if (known != matrices.end()) return known->second.m;
+        return isWithinBudget(node) ? fromBelow(node) : fromAbove(node);
     }
 
 private:
+    static constexpr std::size_t kBudget = std::size_t{1} << 21;
+
+    bool isWithinBudget(const Node* node)
+    {
+        for (; node && steps < kBudget; node = node->parent())
+            ++steps;
+        return steps < kBudget;
+    }
+
+    const f64* fromBelow(const Node* node)
+    {
+        matrixd& matrix = matrices[node];
+        if (node) node->accumulateMatrix(DummyArguments(), matrix.m);
+        return matrix.m;
+    }
+
+    const f64* fromAbove(const Node* node)
+    {
+        zr::vector<const Node*> path;
+        const Node* known = node;
+        for (; known && !matrices.contains(known); known = known->parent())
+            path.push_back(known);
+        matrixd world = known ? matrices[known] : matrixd();
+        for (std::size_t i = path.size(); i-- > 0;)
+        {
+            matrixd own;
+            path[i]->accumulateMatrix(DummyArguments(), own.m, path[i]->parent());
+            world = multiply(own, world);
+            matrices[path[i]] = world;
+        }
+        return matrices[node].m;
+    }
+
     std::unordered_map<const Node*, matrixd> matrices;
+    std::size_t steps = 0;
 };
 
 void widen(Box& box, const Box& part)
