@@ -1,11 +1,14 @@
 #include <algorithm>
+#include <map>
+#include <tuple>
+
+#include <parallel_hashmap/phmap.h>
 
 #include "RootNode.h"
 #include "nodes/BaseRenderNode.h"
 #include "utils/MaterialKeys.h"
 #include "utils/Optimizers.h"
 #include <zr/exceptions.h>
-#include <zr/unordered.h>
 
 // The rule is a loop over all pairs: each material is compared with every distinct one before it, and in the end all
 // with all. Here only those pairs are compared that the keys leave possible, in the same order, so that the first match
@@ -88,22 +91,28 @@ private:
     zr::vector<Bucket> buckets;
 };
 
+/// Bucket, irregular, repeating, number of distinct properties and of numbers, and the hash: all that shapes rely on is
+/// there beside the hash.
+using ShapeKey = std::tuple<u32, bool, bool, std::size_t, std::size_t, u64>;
+
 MaterialTable::MaterialTable(const zr::vector<MaterialPtr>& materials) : entries(materials.size())
 {
-    zr::unordered_map<zr::string, u32> bucketNumbers;
-    zr::unordered_map<zr::string, u32> shapeNumbers;
+    phmap::flat_hash_map<u64, u32> bucketNumbers;
+    std::map<ShapeKey, u32> shapeNumbers;
     for (std::size_t i = 0; i < materials.size(); ++i)
     {
         Entry& entry = entries[i];
         entry.material = materials[i].get();
         entry.key = makeMaterialKey(*entry.material);
-        const auto [bucket, isNewBucket] = bucketNumbers.try_emplace(entry.key.exact, static_cast<u32>(buckets.size()));
+        const MaterialKey& key = entry.key;
+        const auto [bucket, isNewBucket] = bucketNumbers.try_emplace(key.exact, static_cast<u32>(buckets.size()));
         if (isNewBucket) buckets.emplace_back();
         entry.bucket = bucket->second;
         // All irregular lists of a bucket share one shape: nothing can be told about them.
-        zr::string name(reinterpret_cast<const char*>(&entry.bucket), sizeof(entry.bucket));
-        name += entry.key.isIrregular ? zr::string("?") : "!" + entry.key.shape;
-        const auto [shape, isNewShape] = shapeNumbers.try_emplace(std::move(name), static_cast<u32>(shapes.size()));
+        const ShapeKey shapeKey = key.isIrregular ? ShapeKey(entry.bucket, true, false, 0, 0, 0)
+                                                  : ShapeKey(entry.bucket, false, key.isRepeating, key.distinct,
+                                                             key.numbers.size(), key.shape);
+        const auto [shape, isNewShape] = shapeNumbers.try_emplace(shapeKey, static_cast<u32>(shapes.size()));
         entry.shape = shape->second;
         if (!isNewShape) continue;
         shapes.emplace_back();

@@ -1,7 +1,9 @@
 #include "utils/MaterialKeys.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <numeric>
 
@@ -14,35 +16,57 @@ namespace
 /// Beyond this, the keys of an animation hardly tell materials apart any more.
 constexpr std::size_t kMaxNumbers = 64;
 
-template <class T>
-void appendBytes(zr::string& out, const T& value)
+/// A hash of whatever is added, in its order. It is the same everywhere, and never shows.
+class Hasher
 {
-    out.append(reinterpret_cast<const char*>(&value), sizeof(value));
-}
+public:
+    template <class T>
+    void add(const T& value)
+    {
+        addBytes(&value, sizeof(value));
+    }
+    void addText(const zr::string& text)
+    {
+        add(text.size());
+        addBytes(text.data(), text.size());
+    }
+    u64 value() const { return state; }
 
-void appendText(zr::string& out, const zr::string& text)
-{
-    appendBytes(out, text.size());
-    out += text;
-}
+private:
+    void addBytes(const void* data, std::size_t size)
+    {
+        for (const char* bytes = static_cast<const char*>(data); size != 0;)
+        {
+            const std::size_t part = std::min(size, sizeof(u64));
+            u64 word = 0;
+            std::memcpy(&word, bytes, part);
+            state = (std::rotl(state, 23) ^ word) * 0x9E3779B97F4A7C15u;
+            state ^= state >> 29;
+            bytes += part;
+            size -= part;
+        }
+    }
 
-/// The exact part of a property's value as bytes, the rest as numbers.
+    u64 state = 0x165667B19E3779F9u;
+};
+
+/// The exact part of a property's value into a hash, the rest as numbers.
 class ValueCollector final : public IPropertyVisitor
 {
 public:
-    ValueCollector(zr::string& exactBytes, zr::vector<f64>& valueNumbers) : exact(exactBytes), numbers(valueNumbers) {}
+    ValueCollector(Hasher& hasher, zr::vector<f64>& valueNumbers) : exact(hasher), numbers(valueNumbers) {}
 
     void visit(AnimatedVec4fProperty& property) override { addKeys(property); }
     void visit(AnimatedVec3fProperty& property) override { addKeys(property); }
     void visit(AnimatedVec2fProperty& property) override { addKeys(property); }
     void visit(AnimatedFloatProperty& property) override { addKeys(property); }
-    void visit(ArgumentProperty& property) override { appendBytes(exact, property.argument); }
-    void visit(StringProperty& property) override { appendText(exact, property.value); }
+    void visit(ArgumentProperty& property) override { exact.add(property.argument); }
+    void visit(StringProperty& property) override { exact.addText(property.value); }
     void visit(Vec4fProperty& property) override { add(property.value); }
     void visit(Vec3fProperty& property) override { add(property.value); }
     void visit(Vec2fProperty& property) override { add(property.value); }
     void visit(FloatProperty& property) override { add(property.value); }
-    void visit(UIntProperty& property) override { appendBytes(exact, property.value); }
+    void visit(UIntProperty& property) override { exact.add(property.value); }
 
 private:
     void add(f64 number)
@@ -53,14 +77,14 @@ private:
     template <class Vector>
     void add(const Vector& vector)
     {
-        for (unsigned i = 0; i < Vector::num_components; ++i)
-            add(vector[i]);
+        for (std::size_t i = 0; i < Vector::num_components; ++i)
+            add(vector.ptr()[i]);
     }
     template <class Property>
     void addKeys(const Property& property)
     {
-        appendBytes(exact, property.argument);
-        appendBytes(exact, property.keys.size());
+        exact.add(property.argument);
+        exact.add(property.keys.size());
         for (const auto& key : property.keys)
         {
             if (numbers.size() >= kMaxNumbers) return;
@@ -69,30 +93,32 @@ private:
         }
     }
 
-    zr::string& exact;
+    Hasher& exact;
     zr::vector<f64>& numbers;
 };
 
-void appendExactFields(zr::string& out, const PropertiesSet& material)
+u64 hashExactFields(const PropertiesSet& material)
 {
-    appendText(out, material.name);
-    appendBytes(out, material.blending);
-    appendBytes(out, material.vertexFormat.values);
-    appendBytes(out, material.channels.values);
-    appendText(out, material.materialName);
+    Hasher hasher;
+    hasher.addText(material.name);
+    hasher.add(material.blending);
+    hasher.add(material.vertexFormat.values);
+    hasher.add(material.channels.values);
+    hasher.addText(material.materialName);
     for (const u8 flag :
          {material.depthBias, material.castsShadow, material.shadowFlag2, material.decalId, material.billboard})
-        appendBytes(out, flag);
-    appendBytes(out, material.billboardMode1);
-    appendBytes(out, material.billboardMode2);
+        hasher.add(flag);
+    hasher.add(material.billboardMode1);
+    hasher.add(material.billboardMode2);
     for (const TextureSlot& slot : material.textures)
     {
-        appendText(out, slot.name);
+        hasher.addText(slot.name);
         if (!slot.isUsed()) continue;
-        appendBytes(out, slot.sampler.values);
-        appendBytes(out, slot.textureIndex);
+        hasher.add(slot.sampler.values);
+        hasher.add(slot.textureIndex);
     }
-    appendBytes(out, material.properties.size());
+    hasher.add(material.properties.size());
+    return hasher.value();
 }
 
 int compareNames(const IProperty& a, const IProperty& b)
@@ -105,14 +131,15 @@ int compareNames(const IProperty& a, const IProperty& b)
 MaterialKey makeMaterialKey(const PropertiesSet& material)
 {
     MaterialKey key;
-    appendExactFields(key.exact, material);
+    key.exact = hashExactFields(material);
 
     zr::vector<IProperty*> list;
     for (const PropertyPtr& property : material.properties)
         list.push_back(property.get());
     std::stable_sort(list.begin(), list.end(),
                      [](const IProperty* a, const IProperty* b) { return compareNames(*a, *b) < 0; });
-    ValueCollector collector(key.shape, key.numbers);
+    Hasher shape;
+    ValueCollector collector(shape, key.numbers);
     for (std::size_t i = 0; i < list.size(); ++i)
     {
         const bool isKnownName = i > 0 && compareNames(*list[i - 1], *list[i]) == 0;
@@ -120,10 +147,11 @@ MaterialKey makeMaterialKey(const PropertiesSet& material)
         if (isKnownName && list[i - 1] != list[i]) key.isIrregular = true;
         if (isKnownName) continue;
         ++key.distinct;
-        appendText(key.shape, list[i]->getName());
-        key.shape.append(list[i]->tag, 4);
+        shape.addText(list[i]->getName());
+        shape.add(list[i]->tag);
         list[i]->accept(collector);
     }
+    key.shape = shape.value();
     key.isRepeating = key.distinct < list.size();
     return key;
 }
@@ -141,6 +169,8 @@ zr::vector<u32> partByTolerance(const zr::vector<const zr::vector<f64>*>& rows, 
             const f64 x = (*rows[row])[column];
             return std::isnan(x) ? std::numeric_limits<f64>::infinity() : x;
         };
+        const auto isFirst = [&](u32 row) { return value(row) == value(0); };
+        if (std::all_of(order.begin(), order.end(), isFirst)) continue;
         // Within each class so far, a gap between neighbours that is wider than the tolerance parts it.
         std::sort(order.begin(), order.end(),
                   [&](u32 a, u32 b)

@@ -11,10 +11,10 @@ namespace model
 /// are necessary conditions only, and cover both.
 struct MaterialKey
 {
-    /// The bytes of everything that is compared exactly, but for the names in the property list.
-    zr::string exact;
-    /// The names, classes and exact values of the distinct properties, in a fixed order.
-    zr::string shape;
+    /// A hash of everything that is compared exactly, but for the property list.
+    u64 exact = 0;
+    /// A hash of the names, classes and exact values of the distinct properties, in a fixed order.
+    u64 shape = 0;
     /// Numbers of the properties in that order, as far as they go into the key.
     zr::vector<f64> numbers;
     /// How many different objects the property list holds, and whether it holds one more than once.
