@@ -23,12 +23,12 @@ check_format() {
     cxx_sources | xargs -0 "$venv/bin/clang-format" --dry-run -Werror
 }
 
-# Builds the wheel as pip would, installs it into an empty folder and imports it from there. The build folder is kept, and
-# warnings are errors as in the presets, so that ccache serves the objects of the release build again.
+# Builds the wheel as pip would, installs it into an empty folder and imports it from there. Warnings are errors and the
+# compiler goes by the same name as in the presets, so that ccache serves the objects of the release build again.
 check_wheel() {
     local dir=build/wheel pip=("$venv/bin/python" -m pip -q --disable-pip-version-check)
     rm -rf $dir/dist $dir/site
-    "${pip[@]}" wheel . --no-deps --no-build-isolation -w $dir/dist -C build-dir=$dir/cmake \
+    CXX=${CXX:-c++} "${pip[@]}" wheel . --no-deps --no-build-isolation -w $dir/dist -C build-dir=$dir/cmake \
         -C cmake.define.CMAKE_COMPILE_WARNING_AS_ERROR=ON \
         -C cmake.define.CMAKE_CXX_COMPILER_LAUNCHER="$(command -v ccache)" || return
     "${pip[@]}" install --no-deps --target $dir/site $dir/dist/*.whl || return
