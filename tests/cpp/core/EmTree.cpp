@@ -120,12 +120,16 @@ TEST(EmTree, RemoveCutsBothSidesAndIgnoresStrangers)
     EXPECT_EQ(alive, 0);
 }
 
-TEST(EmTree, ACopyHasNoLinks)
+TEST(EmTree, ACopyStartsWithItsSourcesLinksAndNobodyLeadsToIt)
 {
     Family family;
-    NodePtr copy(new Node(*family.nodes[2]));
+    const Node* source = family.nodes[2].get();
+    NodePtr copy(new Node(*source));
     ++alive; // the copy constructor does not count
-    EXPECT_TRUE(!copy->parent() && !copy->nextSibling() && !copy->prevSibling());
+    EXPECT_EQ(copy->parent(), source->parent());
+    EXPECT_EQ(copy->prevSibling(), source->prevSibling());
+    EXPECT_EQ(copy->nextSibling(), source->nextSibling());
+    EXPECT_EQ(children(family.nodes[0].get()), (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(copy->getReferenceCount(), 1u);
 }
 
