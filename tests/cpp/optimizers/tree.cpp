@@ -202,14 +202,18 @@ TEST(OptimizeTransformations, IsDoneWithDeepChains)
         const auto root = create<RootNode>("model::RootNode");
         const auto top = create<Node>("model::Node");
         root->setRootTransform(top);
-        ObjectPtr<Node> last = top;
-        for (int i = 0; i < kDepth; ++i)
+        // From below: the order of creation, and of addresses, must not matter.
+        ObjectPtr<Node> above;
+        ObjectPtr<Node> last;
+        for (int i = kDepth; i-- > 0;)
         {
             const char kind[] = {pattern[static_cast<std::size_t>(i) % pattern.size()], '1', 0};
             const ObjectPtr<Node> node = TreeText(kind).root->rootTransform;
-            last->insert(node, nullptr);
-            last = node;
+            if (!last) last = node;
+            node->insert(above, nullptr);
+            above = node;
         }
+        top->insert(above, nullptr);
         const auto mesh = create<RenderNode>("model::RenderNode");
         mesh->vertices[0].stride = 3;
         mesh->vertices[0].data = {0, 0, 0};

@@ -29,8 +29,8 @@ public:
 
     bool empty() const { return leaving.empty(); }
 
-    /// Takes a carrier that was directly above `place` at the start of `round`. `isPassable` tells of a visibility node
-    /// whether nothing but another one hangs below it; it has to stay so while carriers are in the pipe.
+    /// Takes a carrier that was directly above `place` at the start of `round`. `isPassable` tells whether a node is a
+    /// visibility node with nothing but another one below it; it has to stay so while carriers are in the pipe.
     template <class IsPassable>
     void put(const ObjectPtr<Node>& carrier, Node& place, u64 round, IsPassable isPassable)
     {
@@ -58,13 +58,17 @@ private:
         u64 round = 0;
     };
 
-    /// A new pipe from `first` down to the first node that isn't passable, or that ends above another pipe.
+    /// A new pipe through `inside`: all passable nodes above it, and down to the first node that isn't passable. Other
+    /// pipes end it too.
     template <class IsPassable>
-    void lay(Node& first, IsPassable isPassable)
+    void lay(Node& inside, IsPassable isPassable)
     {
+        Node* first = &inside;
+        for (Node* up = first->parent(); up && isPassable(*up) && places.find(up) == places.end(); up = up->parent())
+            first = up;
         const u32 pipe = static_cast<u32>(pipes.size());
         zr::vector<Node*>& nodes = pipes.emplace_back();
-        for (Node* node = &first; node && places.try_emplace(node, Place{pipe, static_cast<u32>(nodes.size())}).second;
+        for (Node* node = first; node && places.try_emplace(node, Place{pipe, static_cast<u32>(nodes.size())}).second;
              node = isPassable(*node) ? node->firstChild() : nullptr)
             nodes.push_back(node);
     }

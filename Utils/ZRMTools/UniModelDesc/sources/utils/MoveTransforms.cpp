@@ -18,6 +18,12 @@ Vertices* verticesOf(BaseNode& node)
     if (auto* lights = dynamic_cast<FakeSpotLights3Node*>(&node)) return &lights->vertices;
     return nullptr;
 }
+
+bool hasOneVisibilityChild(const Node& node)
+{
+    const Node* child = node.firstChild();
+    return child && child == node.lastChild() && child->getType() == kArgVisibilityNode;
+}
 } // namespace
 
 /// Bakes matrices into what hangs on the tree. A mesh on many nodes would be gone through once for each of them, so its
@@ -108,16 +114,13 @@ void TransformTree::sortByParents(zr::vector<Node*>& nodes) const
 
 bool TransformTree::canEnterPipe(const Node& node) const
 {
-    const Node* child = node.firstChild();
-    return child && child == node.lastChild() && child->getType() == kArgVisibilityNode &&
-           node.parent()->getType() == kArgVisibilityNode && carriers.find(&node) != carriers.end() &&
-           !users.isUsed(&node);
+    return hasOneVisibilityChild(node) && node.parent()->getType() == kArgVisibilityNode &&
+           carriers.find(&node) != carriers.end() && !users.isUsed(&node);
 }
 
 bool TransformTree::isPassable(const Node& node) const
 {
-    const Node* child = node.firstChild();
-    return child && child == node.lastChild() && child->getType() == kArgVisibilityNode && !users.isUsed(&node);
+    return node.getType() == kArgVisibilityNode && hasOneVisibilityChild(node) && !users.isUsed(&node);
 }
 
 void TransformTree::fillPipes(zr::vector<Node*>& candidates)
