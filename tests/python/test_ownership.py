@@ -75,6 +75,17 @@ def test_models_die_in_every_order() -> None:
             model.getRootTransform().addChild(node)
 
 
+def test_a_child_leaves_a_parent_that_only_it_holds() -> None:
+    model, child = zrm.Model(), zrm.Node("child")
+    zrm.Node("forgotten").addChild(child)
+    model.getRootTransform().addChild(child)
+
+    place, stranded = zrm.Model().getRootTransform(), zrm.Node("stranded")
+    place.addChild(zrm.Node("between")).addChild(stranded)
+    model.getRootTransform().addChild(place)
+    child.addChild(stranded)
+
+
 def test_a_saved_model_with_a_dead_subtree(folder: Path) -> None:
     outer, inner = zrm.Model(), zrm.Model()
     outer.getRootTransform().addChild(inner.getRootTransform())

@@ -64,9 +64,10 @@ public:
     void remove(Link child)
     {
         if (!child || child->parent() != self()) return;
+        // The child's link may be all that holds this node: it has to outlive what follows.
+        const Link thisNode = std::move(child->parentLink);
         Link next = std::move(child->nextSiblingLink);
         Link prev = std::move(child->prevSiblingLink);
-        child->parentLink.release();
         (prev ? prev->nextSiblingLink : firstChildLink) = next;
         (next ? next->prevSiblingLink : lastChildLink) = prev;
     }
