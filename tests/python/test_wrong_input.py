@@ -227,8 +227,10 @@ def test_changed_classes() -> None:
         node.__class__ = zrm.Transform
     except TypeError:
         return
-    with pytest.raises(TypeError):
+    with pytest.raises(TypeError, match="not made as a Transform"):
         node.setMatrix([(1.0, 0.0, 0.0, 0.0)] * 4)
+    with pytest.raises(TypeError):
+        repr(node)
 
 
 def test_lists_that_change_while_they_are_read() -> None:

@@ -30,10 +30,12 @@ struct type_caster<pyzrm::Ref<T>>
         }
         catch (const cast_error&)
         {
-            throw type_error(std::string(str(type::handle_of(source).attr("__name__"))) + ".__init__() was not called");
+            throw type_error(className(source) + ".__init__() was not called");
         }
-        // Python lets a script assign `__class__`; what counts is the object behind it.
-        if (!dynamic_cast<T*>(static_cast<pyzrm::Facade*>(loaded.value))) return false;
+        // Python lets a script assign `__class__`; what counts is the object behind it. Just to refuse it would make
+        // pybind11 show the object in its message, by a `__repr__` that refuses it again, without end.
+        if (!dynamic_cast<T*>(static_cast<pyzrm::Facade*>(loaded.value)))
+            throw type_error("The object was not made as a " + className(source));
         facade = static_cast<std::shared_ptr<T>&>(loaded);
         return true;
     }
@@ -41,6 +43,8 @@ struct type_caster<pyzrm::Ref<T>>
     operator pyzrm::Ref<T>() { return pyzrm::Ref<T>(facade); }
 
 private:
+    static std::string className(handle object) { return str(type::handle_of(object).attr("__name__")); }
+
     std::shared_ptr<T> facade;
 };
 
