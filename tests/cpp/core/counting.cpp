@@ -30,10 +30,10 @@ TEST(Ptr, CountsItsOwners)
     zr::Ptr<Thing> c = std::move(b);
     EXPECT_EQ(b, nullptr); // NOLINT: moved-from is null
     EXPECT_EQ(a->getReferenceCount(), 2u);
-    const zr::Ptr<Thing>& same = a;
+    zr::Ptr<Thing>& same = a; // by another name, since compilers warn of a plain assignment to itself
     a = same;
     EXPECT_EQ(a->getReferenceCount(), 2u);
-    a = std::move(*&a);
+    a = std::move(same);
     EXPECT_EQ(c->getReferenceCount(), 2u);
     c = zr::Ptr<Special>(new Special);
     EXPECT_EQ(alive, 2);

@@ -1,7 +1,6 @@
 #include <cmath>
 #include <limits>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "ObjectRegistry.h"
@@ -12,7 +11,6 @@
 #include "nodes/TmpNumberRoot.h"
 
 using namespace model;
-using testing::ElementsAre;
 
 namespace
 {
@@ -159,7 +157,7 @@ TEST(ArgAnimationNode, ReportsArguments)
     setProperty(node->properties, property);
     zr::vector<u32> seen;
     node->forEachArgument([&seen](u32 argument) { seen.push_back(argument); });
-    EXPECT_THAT(seen, ElementsAre(8, 5, 5, 1, 9));
+    EXPECT_EQ(seen, (zr::vector<u32>{8, 5, 5, 1, 9}));
 }
 
 TEST(ArgVisibilityNode, SetArguments)
