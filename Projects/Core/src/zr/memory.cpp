@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include <platform/files.h>
+#include <platform/memory.h>
 
 namespace
 {
@@ -16,6 +17,7 @@ void* zr_malloc(std::size_t size)
     // The heap may answer a request for nothing with null, which must not look like exhaustion.
     void* result = std::malloc(std::max<std::size_t>(size, 1));
     if (!result) zr::outOfMemoryHandler("zr_malloc", static_cast<zr::i64>(size));
+    platform::preferLargePages(result, size);
     return result;
 }
 
@@ -23,6 +25,7 @@ void* zr_realloc(void* pointer, std::size_t size)
 {
     void* result = std::realloc(pointer, std::max<std::size_t>(size, 1));
     if (!result) zr::outOfMemoryHandler("zr_realloc", static_cast<zr::i64>(size));
+    platform::preferLargePages(result, size);
     return result;
 }
 

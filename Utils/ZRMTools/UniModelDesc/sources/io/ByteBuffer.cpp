@@ -5,7 +5,6 @@
 #include <cstring>
 #include <utility>
 
-#include <platform/memory.h>
 #include <zr/memory.h>
 
 namespace model
@@ -65,6 +64,5 @@ void ByteBuffer::makeRoomBehind(std::size_t count)
     const std::size_t used = capacity - first;
     capacity = first + std::max(used + used / 2, last - first + count);
     block = static_cast<u8*>(zr_realloc(block, capacity));
-    platform::preferLargePages(block, capacity);
 }
 } // namespace model

@@ -12,6 +12,9 @@ namespace
 constexpr std::size_t kStringTablePosition = 5;
 constexpr u32 kNoParent = 0xFFFFFFFFu;
 
+/// Something for all that is no geometry. A file that is larger by more grows as it is written.
+constexpr std::size_t kRoomBesides = std::size_t{1} << 20;
+
 /// What the meshes take, with indices at their full width: nearly the whole of a large file.
 std::size_t geometrySize(const RootNode& root)
 {
@@ -32,7 +35,7 @@ void ClassWriter10::write(RootNode* root, ByteBuffer& out)
     root->collectMaterials();
     calcNumTransformNodes(*root);
     NodeWriter10 writer(file, indices, root);
-    file.reserve(geometrySize(*root));
+    file.reserve(geometrySize(*root) + kRoomBesides);
 
     file.write("ZRM", 3);
     file.writeU16(fileVersion());
