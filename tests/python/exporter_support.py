@@ -5,6 +5,7 @@ from __future__ import annotations
 import json
 import os
 import sys
+import zlib
 from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
@@ -80,34 +81,29 @@ def size_of(positions: list[Array]) -> float:
     return float(np.linalg.norm(np.ptp(points, axis=0)))
 
 
-def fingerprint(positions: list[Array], values: list[Array | None], triangles: list[Array], size: float) -> Array:
-    """Sums over all triangles that do not depend on their order, on which corner comes first or on how vertices are
-    shared, but on everything that shows: position, winding, size, and `values` (normals, UVs) at the corners.
+def corners_of(saved: Scene, size: float) -> Array:
+    """(t, 3, values) for all triangles with an area: what shows at each corner, the same for equal looks in any file."""
+    parts = []
+    for mesh in saved.meshes:
+        points = mesh.positions[mesh.triangles]
+        area = np.linalg.norm(np.cross(points[:, 1] - points[:, 0], points[:, 2] - points[:, 0]), axis=1) / 2
+        count = len(mesh.positions)
+        uvs = [mesh.uv_of(kind) for kind in ("albedo", "emissive")]
+        columns = [mesh.positions / size, np.zeros((count, 3)) if mesh.normals is None else mesh.normals]
+        columns += [np.zeros((count, 2)) if uv is None else uv for uv in uvs]
+        columns.append(np.full((count, 1), zlib.crc32(mesh.material.name.encode()) / 2**32))
+        parts.append(np.hstack(columns)[mesh.triangles][area > 1e-10 * size**2])
+    return np.concatenate(parts)
 
-    The sums weigh each triangle's area vector by waves through space, so a triangle without area adds nothing.
+
+def multiset(corners: Array) -> Array:
+    """Two lists of triangles are equal as multisets, within some tolerance, when these are, within about the same.
+
+    Each row is a smooth number for each triangle, in ascending order. It is a sum over the three rotations of the
+    corners, so it doesn't depend on which comes first, but on the winding.
     """
     rng = np.random.default_rng(7)
-    waves = rng.normal(size=(24, 3)) * 4.0 / size
-    phases = rng.uniform(0.0, 2.0 * np.pi, 24)
-    sums, area = np.zeros((24, 6)), 0.0
-    for points, extra, faces in zip(positions, values, triangles):
-        corners = points[faces]
-        normal = np.cross(corners[:, 1] - corners[:, 0], corners[:, 2] - corners[:, 0]) * 0.5
-        weight = np.linalg.norm(normal, axis=1, keepdims=True)
-        height = np.cos(corners.mean(axis=1) @ waves.T + phases)
-        sums[:, :3] += height.T @ normal
-        if extra is not None:
-            sums[:, 3 : 3 + extra.shape[1]] += height.T @ (weight * extra[faces].mean(axis=1))
-        area += float(weight.sum())
-    return np.vstack([sums / max(area, 1e-30), np.full(6, area / size**2)])
-
-
-def looks_of(saved: Scene, size: float) -> dict[str, Array]:
-    """Fingerprints of a saved file's shape, normals and texture coordinates."""
-    meshes = saved.meshes
-    shapes, faces = [mesh.positions for mesh in meshes], [mesh.triangles for mesh in meshes]
-    return {
-        "normals": fingerprint(shapes, [mesh.normals for mesh in meshes], faces, size),
-        "albedo UVs": fingerprint(shapes, [mesh.uv_of(0) for mesh in meshes], faces, size),
-        "emissive UVs": fingerprint(shapes, [mesh.uv_of(8) for mesh in meshes], faces, size),
-    }
+    waves, phases = rng.normal(size=(6, *corners.shape[1:])), rng.uniform(0.0, 2.0 * np.pi, (6, 1))
+    turned = [np.roll(corners, turn, axis=1) for turn in range(3)]
+    sums = [np.cos(np.einsum("tcv,kcv->kt", turn, waves) + phases) for turn in turned]
+    return np.sort(sum(sums), axis=1)
