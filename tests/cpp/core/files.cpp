@@ -115,6 +115,9 @@ std::atomic<int> signals{0};
 // A signal cuts a write into a pipe short when some of it went in, and ends it as a failure when nothing did.
 TEST(PlatformFiles, AnInterruptedWriteGoesOn)
 {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the thread sanitizer holds signals back until the write returns, and this waits for them before";
+#endif
     constexpr std::size_t kSize = 1 << 20;
     struct sigaction quiet = {};
     struct sigaction old = {};
