@@ -12,13 +12,13 @@
 #include <benchmark/benchmark.h>
 #include <meshoptimizer.h>
 
-#include "ObjectRegistry.h"
 #include "RootNode.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/ArgAnimationNode.h"
 #include "nodes/ArgVisibilityNode.h"
 #include "nodes/RenderNode.h"
 #include "utils/Optimizers.h"
-#include "utils/Weld.h"
+#include "utils/mesh/Weld.h"
 
 namespace
 {

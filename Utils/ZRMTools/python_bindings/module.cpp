@@ -1,5 +1,6 @@
-#include "ObjectRegistry.h"
+#include "base/ObjectRegistry.h"
 #include "bind/Binder.h"
+#include "finishing/Finishing.h"
 #include "inc/DevMode.h"
 #include "inc/FakeLights.h"
 #include "inc/FixedNodes.h"
@@ -11,7 +12,6 @@
 #include "inc/blocks/EmissiveBlocks.h"
 #include "inc/blocks/MapBlocks.h"
 #include "inc/blocks/NumberBlock.h"
-#include "utils/Finishing.h"
 
 namespace pyzrm
 {

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Keys.h"
+#include "base/Keys.h"
 
 using namespace model;
 

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "ObjectRegistry.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/ArgVisibilityNode.h"
 #include "nodes/BillboardNode.h"
 #include "nodes/Bone.h"

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "ObjectRegistry.h"
-#include "PropertiesSet.h"
+#include "base/ObjectRegistry.h"
+#include "materials/PropertiesSet.h"
 
 using namespace model;
 

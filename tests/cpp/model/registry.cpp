@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "INode.h"
-#include "ObjectRegistry.h"
+#include "base/INode.h"
+#include "base/ObjectRegistry.h"
+#include "materials/Properties.h"
 #include "nodes/BillboardNode.h"
 #include "nodes/LightNode.h"
-#include "properties/Properties.h"
 
 using namespace model;
 

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "ObjectRegistry.h"
 #include "RootNode.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/Connector.h"
 #include "nodes/LightNode.h"
 #include "nodes/RenderNode.h"

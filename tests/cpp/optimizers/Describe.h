@@ -8,6 +8,7 @@
 
 #include "RootNode.h"
 #include "io/10/ClassWriter10.h"
+#include "materials/Properties.h"
 #include "nodes/ArgAnimationNode.h"
 #include "nodes/FakeOmniLights.h"
 #include "nodes/FakeSpotLights.h"
@@ -16,7 +17,6 @@
 #include "nodes/SegmentsNode.h"
 #include "nodes/ShellNode.h"
 #include "nodes/SkinNode.h"
-#include "properties/Properties.h"
 
 /// Everything of a model that a pass can change, as text: two models are the same exactly if their texts are.
 namespace test

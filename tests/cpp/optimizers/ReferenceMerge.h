@@ -2,15 +2,15 @@
 
 #include <cmath>
 
-#include "ObjectRegistry.h"
 #include "ReferenceMaterials.h"
+#include "base/ObjectRegistry.h"
+#include "mesh/MeshUtils.h"
 #include "nodes/ArgVisibilityNode.h"
 #include "nodes/FakeSpotLights.h"
 #include "nodes/NumberNode.h"
 #include "nodes/ShellNode.h"
-#include "utils/Merge.h"
-#include "utils/MeshUtils.h"
-#include "utils/ParentNodes.h"
+#include "utils/merge/Merge.h"
+#include "utils/merge/ParentNodes.h"
 
 /// The rules of merging: each node against the key of every group, each entry by a search.
 namespace test::reference

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "ObjectRegistry.h"
 #include "RootNode.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/ArgAnimationNode.h"
 #include "nodes/ArgVisibilityNode.h"
 #include "nodes/Bone.h"

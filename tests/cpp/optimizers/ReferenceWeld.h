@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "utils/MeshUtils.h"
+#include "mesh/MeshUtils.h"
 
 /// The rule of the weld as a comparison of all pairs.
 namespace test::reference

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Describe.h"
-#include "ObjectRegistry.h"
 #include "Random.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/ArgVisibilityNode.h"
 #include "nodes/Bone.h"
 #include "nodes/Connector.h"

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "Describe.h"
-#include "ObjectRegistry.h"
 #include "Random.h"
 #include "ReferenceMaterials.h"
+#include "base/ObjectRegistry.h"
 #include "utils/Optimizers.h"
 
 namespace test

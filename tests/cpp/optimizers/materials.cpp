@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "Describe.h"
-#include "ObjectRegistry.h"
 #include "Random.h"
 #include "ReferenceMaterials.h"
-#include "utils/MaterialKeys.h"
+#include "base/ObjectRegistry.h"
 #include "utils/Optimizers.h"
+#include "utils/materials/MaterialKeys.h"
 
 namespace test
 {

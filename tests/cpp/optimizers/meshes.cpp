@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include "Describe.h"
-#include "ObjectRegistry.h"
 #include "Random.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/ShellSkinNode.h"
-#include "utils/MeshOptimizers.h"
 #include "utils/Optimizers.h"
+#include "utils/mesh/MeshOptimizers.h"
 
 namespace test
 {

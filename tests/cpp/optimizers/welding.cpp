@@ -5,7 +5,7 @@
 #include "Describe.h"
 #include "Random.h"
 #include "ReferenceWeld.h"
-#include "utils/Weld.h"
+#include "utils/mesh/Weld.h"
 
 namespace test
 {

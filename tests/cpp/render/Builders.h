@@ -7,11 +7,11 @@
 
 #include <gtest/gtest.h>
 
-#include "ObjectRegistry.h"
 #include "RootNode.h"
+#include "base/ObjectRegistry.h"
+#include "mesh/MeshUtils.h"
 #include "nodes/RenderNode.h"
 #include "nodes/TransformNode.h"
-#include "utils/MeshUtils.h"
 #include <zr/exceptions.h>
 
 /// Short ways to make the meshes and nodes of the tests.

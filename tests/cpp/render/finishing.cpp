@@ -2,12 +2,12 @@
 #include <limits>
 
 #include "Builders.h"
+#include "ModelArguments.h"
+#include "finishing/BoundingBox.h"
+#include "finishing/Finishing.h"
 #include "nodes/LightNode.h"
 #include "nodes/SegmentsNode.h"
 #include "nodes/SkinNode.h"
-#include "utils/BoundingBox.h"
-#include "utils/Finishing.h"
-#include "utils/ModelArguments.h"
 
 namespace model
 {

@@ -2,8 +2,8 @@
 #include "nodes/ArgVisibilityNode.h"
 #include "nodes/BillboardNode.h"
 #include "nodes/LodNode.h"
-#include "utils/Merge.h"
-#include "utils/ParentNodes.h"
+#include "utils/merge/Merge.h"
+#include "utils/merge/ParentNodes.h"
 
 namespace model
 {

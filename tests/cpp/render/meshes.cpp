@@ -3,7 +3,7 @@
 #include <set>
 
 #include "Builders.h"
-#include "utils/TwoSided.h"
+#include "utils/mesh/TwoSided.h"
 
 namespace model
 {

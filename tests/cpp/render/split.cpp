@@ -2,7 +2,7 @@
 #include <map>
 
 #include "Builders.h"
-#include "utils/DamageSplit.h"
+#include "utils/mesh/DamageSplit.h"
 
 namespace model
 {

@@ -5,10 +5,10 @@
 #include <type_traits>
 #include <utility>
 
-#include "Indices.h"
-#include "ObjectRegistry.h"
-#include "PropertiesSet.h"
 #include "Vertices.h"
+#include "base/ObjectRegistry.h"
+#include "materials/PropertiesSet.h"
+#include "mesh/Indices.h"
 
 /// Short ways to make what a whole model consists of.
 namespace model

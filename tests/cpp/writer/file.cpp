@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "ObjectRegistry.h"
 #include "RootNode.h"
+#include "base/ObjectRegistry.h"
 #include "io/IClassWriter.h"
 #include "nodes/Connector.h"
 #include "nodes/LightNode.h"

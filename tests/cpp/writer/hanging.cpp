@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Expected.h"
-#include "ObjectRegistry.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/Bone.h"
 #include "nodes/Connector.h"
 #include "nodes/FakeSpotLights.h"

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Expected.h"
-#include "ObjectRegistry.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/RenderNode.h"
 
 using namespace model;

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Expected.h"
-#include "ObjectRegistry.h"
+#include "base/ObjectRegistry.h"
 #include "nodes/ArgVisibilityNode.h"
 #include "nodes/BillboardNode.h"
 #include "nodes/Bone.h"

@@ -4,10 +4,10 @@
 
 #include <fmt/format.h>
 
-#include "INodeVisitor.h"
+#include "ModelArguments.h"
+#include "base/INodeVisitor.h"
 #include "io/IClassWriter.h"
 #include "nodes/BaseRenderNode.h"
-#include "utils/ModelArguments.h"
 #include <zr/exceptions.h>
 #include <zrvfs/WholeFile.h>
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "PropertiesSet.h"
+#include "materials/PropertiesSet.h"
 #include "nodes/BaseNode.h"
 #include "nodes/Node.h"
 #include <parallel_hashmap/phmap.h>

@@ -2,9 +2,9 @@
 
 #include <map>
 
-#include "PropertiesSet.h"
-#include "Semantics.h"
-#include "types.h"
+#include "base/types.h"
+#include "materials/PropertiesSet.h"
+#include "mesh/Semantics.h"
 #include <zr/containers.h>
 
 namespace io

@@ -1,7 +1,7 @@
 #include "inc/FixedNodes.h"
 #include "inc/Tangents.h"
 #include "inc/VertexChecks.h"
-#include "utils/DamageSplit.h"
+#include "utils/mesh/DamageSplit.h"
 
 namespace pyzrm
 {

@@ -1,6 +1,6 @@
 #include "inc/FakeLights.h"
 
-#include "utils/DamageSplit.h"
+#include "utils/mesh/DamageSplit.h"
 
 namespace pyzrm
 {

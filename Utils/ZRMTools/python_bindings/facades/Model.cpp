@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "utils/Finishing.h"
+#include "finishing/Finishing.h"
 #include <zr/exceptions.h>
 
 namespace pyzrm

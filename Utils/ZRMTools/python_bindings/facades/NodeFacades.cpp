@@ -2,9 +2,9 @@
 
 #include <stdexcept>
 
-#include "Keys.h"
-#include "ObjectRegistry.h"
-#include "utils/DamageSplit.h"
+#include "base/Keys.h"
+#include "base/ObjectRegistry.h"
+#include "utils/mesh/DamageSplit.h"
 
 namespace pyzrm
 {

@@ -6,7 +6,7 @@
 #include "inc/blocks/DamageBlock.h"
 #include "nodes/NumberNode.h"
 #include "nodes/SkinNode.h"
-#include "utils/DamageSplit.h"
+#include "utils/mesh/DamageSplit.h"
 
 namespace pyzrm
 {

@@ -4,7 +4,7 @@
 #include <tuple>
 #include <vector>
 
-#include "types.h"
+#include "base/types.h"
 #include <zr/containers.h>
 
 /// The values of scripts as the facades take them. Floats arrive in 32 bits and are widened where a field is wider.

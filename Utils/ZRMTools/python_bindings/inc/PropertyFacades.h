@@ -1,9 +1,9 @@
 #pragma once
 
-#include "ObjectRegistry.h"
+#include "base/ObjectRegistry.h"
 #include "inc/Arguments.h"
 #include "inc/Facade.h"
-#include "properties/Properties.h"
+#include "materials/Properties.h"
 
 /// A constant or animated value, held as the property object that the model takes over. A setter makes a new object,
 /// so what was handed out before stays as it was.

@@ -1,4 +1,4 @@
-#include "ByteBuffer.h"
+#include "io/ByteBuffer.h"
 
 #include <algorithm>
 #include <cstdlib>

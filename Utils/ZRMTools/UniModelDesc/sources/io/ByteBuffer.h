@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "../types.h"
+#include "base/types.h"
 
 namespace model
 {

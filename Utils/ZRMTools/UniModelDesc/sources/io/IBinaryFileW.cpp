@@ -1,4 +1,4 @@
-#include "IBinaryFileW.h"
+#include "io/IBinaryFileW.h"
 
 namespace io
 {

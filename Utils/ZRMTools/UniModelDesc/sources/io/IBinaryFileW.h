@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "../types.h"
+#include "base/types.h"
 
 namespace io
 {

@@ -1,6 +1,6 @@
-#include "IClassWriter.h"
+#include "io/IClassWriter.h"
 
-#include "10/ClassWriter10.h"
+#include "io/10/ClassWriter10.h"
 
 namespace model
 {

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "ByteBuffer.h"
+#include "io/ByteBuffer.h"
 
 namespace model
 {

@@ -1,4 +1,4 @@
-#include "LowerCase.h"
+#include "io/LowerCase.h"
 
 #include <algorithm>
 #include <iterator>
@@ -17,7 +17,7 @@ struct Mapping
 };
 
 constexpr Mapping kMappings[] = {
-#include "LowerCaseTable.inc"
+#include "io/LowerCaseTable.inc"
 };
 
 constexpr u32 kInvalid = 0xFFFFFFFFu;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../types.h"
+#include "base/types.h"
 #include <zr/containers.h>
 
 namespace model

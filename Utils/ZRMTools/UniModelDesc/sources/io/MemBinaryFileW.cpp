@@ -1,4 +1,4 @@
-#include "MemBinaryFileW.h"
+#include "io/MemBinaryFileW.h"
 
 #include <algorithm>
 #include <cstring>

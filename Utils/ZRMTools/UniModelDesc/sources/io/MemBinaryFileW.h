@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ByteBuffer.h"
-#include "IBinaryFileW.h"
-#include "StringPool.h"
+#include "io/ByteBuffer.h"
+#include "io/IBinaryFileW.h"
+#include "io/StringPool.h"
 
 namespace model
 {

@@ -1,4 +1,4 @@
-#include "StringPool.h"
+#include "io/StringPool.h"
 
 #include <algorithm>
 

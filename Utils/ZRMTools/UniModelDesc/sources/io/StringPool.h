@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "../types.h"
+#include "base/types.h"
 #include <parallel_hashmap/phmap.h>
 #include <zr/containers.h>
 

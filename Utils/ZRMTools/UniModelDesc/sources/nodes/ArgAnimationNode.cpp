@@ -1,8 +1,8 @@
-#include "ArgAnimationNode.h"
+#include "nodes/ArgAnimationNode.h"
 
 #include <algorithm>
 
-#include "../INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "../Keys.h"
-#include "TransformNode.h"
+#include "base/Keys.h"
+#include "nodes/TransformNode.h"
 
 namespace model
 {

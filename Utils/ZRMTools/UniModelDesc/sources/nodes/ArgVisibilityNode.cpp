@@ -1,9 +1,9 @@
-#include "ArgVisibilityNode.h"
+#include "nodes/ArgVisibilityNode.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "../INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

@@ -1,6 +1,6 @@
 #include "nodes/BaseMeshRenderNode.h"
 
-#include "utils/MeshUtils.h"
+#include "mesh/MeshUtils.h"
 
 namespace model
 {

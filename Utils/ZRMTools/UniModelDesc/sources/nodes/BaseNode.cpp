@@ -1,4 +1,4 @@
-#include "BaseNode.h"
+#include "nodes/BaseNode.h"
 
 namespace model
 {

@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "../INode.h"
-#include "../properties/PropertyList.h"
+#include "base/INode.h"
+#include "materials/PropertyList.h"
 
 namespace model
 {

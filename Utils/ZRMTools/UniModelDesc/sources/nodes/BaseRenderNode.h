@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PropertiesSet.h"
+#include "materials/PropertiesSet.h"
 #include "nodes/BaseNode.h"
 #include "nodes/Node.h"
 

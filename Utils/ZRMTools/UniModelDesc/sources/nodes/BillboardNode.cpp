@@ -1,6 +1,6 @@
-#include "BillboardNode.h"
+#include "nodes/BillboardNode.h"
 
-#include "../INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

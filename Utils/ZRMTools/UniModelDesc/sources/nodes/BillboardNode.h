@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TransformNode.h"
+#include "nodes/TransformNode.h"
 
 namespace model
 {

@@ -1,8 +1,8 @@
-#include "Bone.h"
+#include "nodes/Bone.h"
 
 #include <algorithm>
 
-#include "../INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ArgAnimationNode.h"
+#include "nodes/ArgAnimationNode.h"
 
 namespace model
 {

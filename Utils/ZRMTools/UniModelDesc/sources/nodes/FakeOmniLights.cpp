@@ -1,6 +1,6 @@
 #include "nodes/FakeOmniLights.h"
 
-#include "INodeVisitor.h"
+#include "base/INodeVisitor.h"
 #include "nodes/FakeLights.h"
 
 namespace model

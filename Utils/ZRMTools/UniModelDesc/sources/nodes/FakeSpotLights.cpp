@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "INodeVisitor.h"
+#include "base/INodeVisitor.h"
 #include "nodes/FakeLights.h"
 
 namespace model

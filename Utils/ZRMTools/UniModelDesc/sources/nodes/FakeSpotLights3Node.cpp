@@ -1,6 +1,6 @@
 #include "nodes/FakeSpotLights3Node.h"
 
-#include "INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

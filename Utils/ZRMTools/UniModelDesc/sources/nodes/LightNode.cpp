@@ -1,7 +1,7 @@
 #include "nodes/LightNode.h"
 
-#include "INodeVisitor.h"
-#include "ObjectRegistry.h"
+#include "base/INodeVisitor.h"
+#include "base/ObjectRegistry.h"
 
 namespace model
 {

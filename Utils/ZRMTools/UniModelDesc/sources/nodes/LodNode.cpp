@@ -1,6 +1,6 @@
-#include "LodNode.h"
+#include "nodes/LodNode.h"
 
-#include "../INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Node.h"
+#include "nodes/Node.h"
 
 namespace model
 {

@@ -1,9 +1,9 @@
-#include "Node.h"
+#include "nodes/Node.h"
 
 #include <algorithm>
 
-#include "../INodeVisitor.h"
-#include "../ObjectRegistry.h"
+#include "base/INodeVisitor.h"
+#include "base/ObjectRegistry.h"
 
 namespace model
 {

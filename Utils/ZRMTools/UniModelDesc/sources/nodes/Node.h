@@ -2,9 +2,9 @@
 
 #include <functional>
 
-#include "../IModelArguments.h"
-#include "../INode.h"
-#include "../properties/PropertyList.h"
+#include "base/IModelArguments.h"
+#include "base/INode.h"
+#include "materials/PropertyList.h"
 #include <zr/EmTree.h>
 
 namespace model

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "types.h"
+#include "base/types.h"
 
 namespace model
 {

@@ -1,6 +1,6 @@
 #include "nodes/NumberNode.h"
 
-#include "INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

@@ -1,6 +1,6 @@
 #include "nodes/RenderNode.h"
 
-#include "INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

@@ -1,7 +1,7 @@
 #include "nodes/ShellNode.h"
 
-#include "INodeVisitor.h"
-#include "utils/MeshUtils.h"
+#include "base/INodeVisitor.h"
+#include "mesh/MeshUtils.h"
 
 namespace model
 {

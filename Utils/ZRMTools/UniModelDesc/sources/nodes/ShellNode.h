@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Indices.h"
 #include "Vertices.h"
+#include "mesh/Indices.h"
 #include "nodes/BaseNode.h"
 #include "nodes/Node.h"
 

@@ -1,6 +1,6 @@
 #include "nodes/SkinNode.h"
 
-#include "INodeVisitor.h"
+#include "base/INodeVisitor.h"
 #include "nodes/Bone.h"
 
 namespace model

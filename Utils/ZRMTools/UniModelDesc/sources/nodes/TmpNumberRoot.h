@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Node.h"
-#include "NumberControl.h"
+#include "nodes/Node.h"
+#include "nodes/NumberControl.h"
 
 namespace model
 {

@@ -1,8 +1,8 @@
-#include "TransformNode.h"
+#include "nodes/TransformNode.h"
 
 #include <algorithm>
 
-#include "../INodeVisitor.h"
+#include "base/INodeVisitor.h"
 
 namespace model
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "../Matrix.h"
-#include "Node.h"
+#include "base/Matrix.h"
+#include "nodes/Node.h"
 
 namespace model
 {

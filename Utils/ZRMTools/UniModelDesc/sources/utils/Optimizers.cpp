@@ -4,8 +4,8 @@
 
 #include "RootNode.h"
 #include "nodes/BaseMeshRenderNode.h"
-#include "utils/TransformTree.h"
 #include "utils/VertexUtils.h"
+#include "utils/tree/TransformTree.h"
 #include <zr/exceptions.h>
 
 namespace model

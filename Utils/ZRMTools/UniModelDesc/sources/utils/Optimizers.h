@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "types.h"
+#include "base/types.h"
 
 /// The passes that change a finished model in place before it is written. `Model.save` runs them in the order in which
 /// they are declared here, on its own thread; each leaves a model that is valid by itself.

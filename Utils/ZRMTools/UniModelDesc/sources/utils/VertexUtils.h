@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "PropertiesSet.h"
 #include "Vertices.h"
+#include "materials/PropertiesSet.h"
 
 /// Operations on the texture coordinates of one mesh: the attributes, the vertex format of its material, and the table
 /// of channels, which holds coordinate set numbers (set n is the semantic `kTexCoord0 + n`) or -1.

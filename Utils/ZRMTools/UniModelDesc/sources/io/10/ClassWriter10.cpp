@@ -1,9 +1,9 @@
-#include "ClassWriter10.h"
+#include "io/10/ClassWriter10.h"
 
 #include <algorithm>
 
-#include "../../nodes/BaseMeshRenderNode.h"
-#include "../../nodes/Node.h"
+#include "nodes/BaseMeshRenderNode.h"
+#include "nodes/Node.h"
 
 namespace model
 {

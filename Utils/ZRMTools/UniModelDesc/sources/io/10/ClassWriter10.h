@@ -1,7 +1,7 @@
 #pragma once
 
-#include "../IClassWriter.h"
-#include "NodeWriter10.h"
+#include "io/10/NodeWriter10.h"
+#include "io/IClassWriter.h"
 
 namespace model
 {

@@ -1,11 +1,11 @@
-#include "NodeWriter10.h"
+#include "io/10/NodeWriter10.h"
 
 #include <stdexcept>
 
-#include "../../nodes/ArgVisibilityNode.h"
-#include "../../nodes/BillboardNode.h"
-#include "../../nodes/Bone.h"
-#include "../../nodes/LodNode.h"
+#include "nodes/ArgVisibilityNode.h"
+#include "nodes/BillboardNode.h"
+#include "nodes/Bone.h"
+#include "nodes/LodNode.h"
 #include <zr/exceptions.h>
 
 namespace model

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "../../INodeVisitor.h"
-#include "../../RootNode.h"
-#include "../MemBinaryFileW.h"
+#include "RootNode.h"
+#include "base/INodeVisitor.h"
+#include "io/MemBinaryFileW.h"
 #include <parallel_hashmap/phmap.h>
 
 namespace model

@@ -1,7 +1,7 @@
-#include "../../nodes/FakeSpotLights.h"
-#include "../../nodes/FakeSpotLights3Node.h"
-#include "../../nodes/LightNode.h"
-#include "NodeWriter10.h"
+#include "io/10/NodeWriter10.h"
+#include "nodes/FakeSpotLights.h"
+#include "nodes/FakeSpotLights3Node.h"
+#include "nodes/LightNode.h"
 #include <zr/exceptions.h>
 
 namespace model

@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "../LowerCase.h"
-#include "NodeWriter10.h"
+#include "io/10/NodeWriter10.h"
+#include "io/LowerCase.h"
 
 namespace model
 {

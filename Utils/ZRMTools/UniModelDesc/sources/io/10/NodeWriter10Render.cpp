@@ -1,6 +1,6 @@
-#include "../../nodes/NumberNode.h"
-#include "../../nodes/SkinNode.h"
-#include "NodeWriter10.h"
+#include "io/10/NodeWriter10.h"
+#include "nodes/NumberNode.h"
+#include "nodes/SkinNode.h"
 #include <zr/exceptions.h>
 
 namespace model

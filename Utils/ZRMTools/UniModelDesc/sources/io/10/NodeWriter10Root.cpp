@@ -1,4 +1,4 @@
-#include "NodeWriter10.h"
+#include "io/10/NodeWriter10.h"
 
 namespace model
 {

@@ -1,7 +1,7 @@
-#include "../../nodes/Connector.h"
-#include "../../nodes/SegmentsNode.h"
-#include "../../nodes/ShellSkinNode.h"
-#include "NodeWriter10.h"
+#include "io/10/NodeWriter10.h"
+#include "nodes/Connector.h"
+#include "nodes/SegmentsNode.h"
+#include "nodes/ShellSkinNode.h"
 #include <zr/exceptions.h>
 
 namespace model

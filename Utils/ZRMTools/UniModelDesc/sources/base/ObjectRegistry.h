@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "base/IObject.h"
+#include <zr/unordered.h>
+
+namespace model
+{
+/// Makes the objects of one class.
+class IregClass
+{
+public:
+    virtual ~IregClass() = default;
+    /// A new object in its default state.
+    virtual IObject* create() const = 0;
+    /// A copy of `source`; null when that is of another class.
+    virtual IObject* clone(const IObject& source) const = 0;
+};
+
+template <class T>
+class regClass final : public IregClass
+{
+public:
+    IObject* create() const override { return new T(); }
+    IObject* clone(const IObject& source) const override
+    {
+        const T* same = dynamic_cast<const T*>(&source);
+        return same ? new T(*same) : nullptr;
+    }
+};
+
+/// The process-wide factory of model objects by class name. It knows every living object that it made; it owns none.
+/// Safe on any thread, and re-entrant: a constructor may create further objects.
+class ObjectRegistry
+{
+public:
+    ObjectRegistry();
+    ObjectRegistry(const ObjectRegistry&) = delete;
+    ObjectRegistry& operator=(const ObjectRegistry&) = delete;
+
+    /// A new object of the class; null when the name (or a null pointer) is not registered.
+    ObjectPtr<IObject> create(const char* className);
+    /// A copy of `source`, which must be of that class; null when it is not or the name is not registered.
+    ObjectPtr<IObject> clone(const char* className, const IObject& source);
+    /// How many objects that this registry made are alive.
+    u64 getCount();
+
+    /// Forgets a dying object. Does nothing once the tables are freed.
+    void remove(IObject& object);
+    /// Frees the tables and leaves the living objects alone; from then on nothing is created.
+    void shutDown();
+
+private:
+    template <class T>
+    void reg(const char* className);
+    const IregClass* find(const char* className) const;
+    ObjectPtr<IObject> take(IObject* object);
+
+    zr::unordered_map<zr::string, std::unique_ptr<IregClass>> factories;
+    std::recursive_mutex lock;
+    zr::vector<IObject*> objects;
+    bool isShutDown = false;
+};
+
+/// The one registry, constructed at the first call. It can be called, and its objects can die, at any time up to the
+/// end of the process.
+ObjectRegistry& getObjectRegistry();
+
+/// Creates an object by its class name, as a `T`; null when the name is not registered or names another class.
+template <class T>
+ObjectPtr<T> create(const char* className)
+{
+    return cast<T>(getObjectRegistry().create(className));
+}
+} // namespace model

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <functional>
+
+#include "materials/PropertyList.h"
+
+namespace model
+{
+class PropertiesSet;
+
+/// How materials are owned; they are no registered objects, so plain `new PropertiesSet` makes one.
+using MaterialPtr = zr::Ptr<PropertiesSet>;
+
+/// A texture and how it is sampled.
+struct TextureSlot
+{
+    TextureSlot() = default;
+    /// A slot with this file name and defaults for the rest.
+    explicit TextureSlot(const char* textureName) : name(textureName ? textureName : "") {}
+    /// A copy is whole; an assignment leaves the matrix as it is.
+    TextureSlot(const TextureSlot&) = default;
+    TextureSlot& operator=(const TextureSlot& other);
+
+    bool isUsed() const { return !name.empty(); }
+    /// Name, sampler and index are equal, the matrices within 1e-5.
+    bool isEqual(const TextureSlot& other) const;
+
+    /// The file name; a slot without one is unused.
+    zr::string name;
+    matrixf matrix;
+    zr::array<u32, 4> sampler{{2, 2, 10, 6}};
+    u32 textureIndex = 0xFFFFFFFFu;
+};
+
+constexpr std::size_t kNumTextures = 19;
+constexpr std::size_t kNumChannels = 13;
+constexpr std::size_t kNumSemantics = 27;
+
+/// The number of floats of each vertex attribute.
+using VertexFormat = zr::array<u8, kNumSemantics>;
+
+class BaseMaterial : public zr::Shared
+{
+public:
+    zr::string name;
+    u32 blending = 0;
+    /// The uniforms, animated and static in one list.
+    PropertyList properties;
+    u8 depthBias = 0;
+    u8 castsShadow = 1;
+    u8 shadowFlag2 = 0;
+};
+
+/// The material of a render node. Several nodes may share one. Subscripts of the arrays are checked:
+/// `std::out_of_range`, "zr::array: index out of range".
+class PropertiesSet final : public BaseMaterial
+{
+public:
+    PropertiesSet() { channels.fill(-1); }
+
+    PropertyList& getProperties() { return properties; }
+    const PropertyList& getProperties() const { return properties; }
+    TextureSlot& getTexture(std::size_t index) { return textures[index]; }
+    const TextureSlot& getTexture(std::size_t index) const { return textures[index]; }
+    const VertexFormat& getVertexFormat() const { return vertexFormat; }
+    const zr::array<i32, kNumChannels>& getChannels() const { return channels; }
+
+    /// Null stores the empty string, here and for the material name.
+    void setName(const char* text);
+    void setMaterialName(const char* text);
+    void setBlending(u32 value) { blending = value; }
+    void setCastsShadow(bool value) { castsShadow = value; }
+    void setShadowFlag2(bool value) { shadowFlag2 = value; }
+    void setDecalId(u8 value) { decalId = value; }
+    void setSingleSided(bool value) { singleSided = value; }
+
+    /// The slot gets the name, and of a new slot all else but the matrix.
+    void setTexture(std::size_t index, const char* textureName) { textures[index] = TextureSlot(textureName); }
+    void setFormat(std::size_t semantic, u8 numFloats) { vertexFormat[semantic] = numFloats; }
+    void setChannel(std::size_t map, i32 coordinateSet) { channels[map] = coordinateSet; }
+
+    /// Whether two sets draw alike. `singleSided` plays no part, nor do unused slots and the order of properties.
+    bool isEqual(const PropertiesSet& other) const;
+    /// A copy whose property objects are those of this set.
+    MaterialPtr clone() const;
+    void forEachArgument(const std::function<void(u32)>& function) const;
+
+    /// 0 asks for back faces to be built at save.
+    u8 singleSided = 1;
+    zr::array<TextureSlot, kNumTextures> textures;
+    VertexFormat vertexFormat;
+    /// The texture coordinate set of each map kind; -1 none.
+    zr::array<i32, kNumChannels> channels;
+    zr::string materialName;
+    u8 decalId = 0;
+    u8 billboard = 0;
+    u32 billboardMode1 = 0;
+    u32 billboardMode2 = 6;
+};
+} // namespace model

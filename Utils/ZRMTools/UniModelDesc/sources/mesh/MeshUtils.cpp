@@ -1,0 +1,256 @@
+#include "mesh/MeshUtils.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include <zr/exceptions.h>
+
+namespace model
+{
+namespace
+{
+/// The positions of a mesh; none when there is no POSITION0 of at least three floats.
+struct Positions
+{
+    explicit Positions(const Vertices& vertices)
+    {
+        const Attribute* attribute = vertices.findAttribute(kPosition0);
+        if (!attribute || attribute->stride < 3) return;
+        data = attribute->data.data();
+        stride = attribute->stride;
+        count = attribute->count();
+    }
+
+    void check(u32 index) const
+    {
+        if (index >= count) zr::raiseBadIndex();
+    }
+    const f32* operator[](u32 index) const { return data + index * stride; }
+
+    const f32* data = nullptr;
+    std::size_t stride = 0;
+    std::size_t count = 0;
+};
+
+/// Equal infinities agree, though their difference is NaN.
+bool isWithin(f32 a, f32 b, f32 epsilon)
+{
+    return a == b || std::abs(a - b) <= epsilon;
+}
+
+bool hasEqualIndices(u32 a, u32 b, u32 c)
+{
+    return a == b || b == c || a == c;
+}
+
+/// For three different indices below the number of positions.
+bool isFlat(const f32* a, const f32* b, const f32* c, f32 epsilon)
+{
+    int flatAxes = 0;
+    for (int axis = 0; axis < 3; ++axis)
+        flatAxes += isWithin(a[axis], b[axis], epsilon) && isWithin(a[axis], c[axis], epsilon);
+    return flatAxes >= 2;
+}
+
+/// A set of numbers below a limit that knows how many members lie below any number.
+class RankedSet
+{
+public:
+    explicit RankedSet(std::size_t limit) : words((limit + 63) / 64), ranks(words.size()) {}
+
+    void insert(u32 number) { words[number / 64] |= u64{1} << (number % 64); }
+    bool contains(u32 number) const { return words[number / 64] >> (number % 64) & 1; }
+
+    /// To be called once, behind the last `insert`. Gives the number of members.
+    u32 count()
+    {
+        u32 sum = 0;
+        for (std::size_t i = 0; i < words.size(); ++i)
+        {
+            ranks[i] = sum;
+            sum += static_cast<u32>(std::popcount(words[i]));
+        }
+        return sum;
+    }
+    /// Members below `number`.
+    u32 rank(u32 number) const
+    {
+        const u64 below = words[number / 64] & ((u64{1} << (number % 64)) - 1);
+        return ranks[number / 64] + static_cast<u32>(std::popcount(below));
+    }
+    template <class Function>
+    void forEach(Function function) const
+    {
+        for (std::size_t i = 0; i < words.size(); ++i)
+            for (u64 word = words[i]; word; word &= word - 1)
+                function(static_cast<u32>(64 * i) + static_cast<u32>(std::countr_zero(word)));
+    }
+
+private:
+    zr::vector<u64> words;
+    zr::vector<u32> ranks;
+};
+
+/// Whether a bit for each number up to the largest index costs no more than the indices themselves. A few indices into
+/// a big mesh, as a split makes them by the thousand, are sorted instead.
+bool isDense(const zr::vector<u32>& indices)
+{
+    return !indices.empty() && *std::max_element(indices.begin(), indices.end()) / 32 <= indices.size();
+}
+
+RankedSet rankIndices(const zr::vector<u32>& indices)
+{
+    RankedSet used(std::size_t{*std::max_element(indices.begin(), indices.end())} + 1);
+    for (const u32 index : indices)
+        used.insert(index);
+    return used;
+}
+} // namespace
+
+bool isDegenerateTriangle(u32 a, u32 b, u32 c, const Vertices& vertices, f32 epsilon)
+{
+    if (hasEqualIndices(a, b, c)) return true;
+    const Positions positions(vertices);
+    if (!positions.stride) return false;
+    for (const u32 index : {a, b, c})
+        positions.check(index);
+    return isFlat(positions[a], positions[b], positions[c], epsilon);
+}
+
+u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 epsilon)
+{
+    if (indices.primitiveType != kTriangles) return 0;
+    zr::vector<u32>& list = indices.indices;
+    const std::size_t whole = list.size() / 3 * 3;
+    const Positions positions(vertices);
+    if (positions.stride)
+        for (std::size_t i = 0; i < whole; i += 3)
+            if (!hasEqualIndices(list[i], list[i + 1], list[i + 2]))
+                for (std::size_t corner = i; corner < i + 3; ++corner)
+                    positions.check(list[corner]);
+
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < whole; i += 3)
+    {
+        const u32 a = list[i];
+        const u32 b = list[i + 1];
+        const u32 c = list[i + 2];
+        if (hasEqualIndices(a, b, c)) continue;
+        if (positions.stride && isFlat(positions[a], positions[b], positions[c], epsilon)) continue;
+        list[kept++] = a;
+        list[kept++] = b;
+        list[kept++] = c;
+    }
+    list.erase(list.begin() + static_cast<std::ptrdiff_t>(kept), list.begin() + static_cast<std::ptrdiff_t>(whole));
+    return static_cast<u32>((whole - kept) / 3);
+}
+
+void checkIndices(const Indices& indices, std::size_t vertexCount)
+{
+    for (const u32 index : indices.indices)
+        if (index >= vertexCount) zr::raiseBadIndex();
+}
+
+void renumberVertices(Vertices& vertices, u32 from, u32 to)
+{
+    renumberVertices(vertices, from, to, 0);
+}
+
+void renumberVertices(Vertices& vertices, u32 from, u32 to, std::size_t first)
+{
+    Attribute& positions = vertices[kPosition0];
+    if (positions.stride != 4) return;
+    const std::size_t count = positions.count();
+    for (std::size_t i = first; i < count; ++i)
+    {
+        f32& fourth = positions.data[4 * i + 3];
+        if (entryIndexOf(fourth) == from && from != kNoEntry) fourth = static_cast<f32>(to);
+    }
+}
+
+zr::vector<u32> uniqueSorted(const Indices& indices)
+{
+    zr::vector<u32> unique;
+    if (isDense(indices.indices))
+    {
+        RankedSet used = rankIndices(indices.indices);
+        unique.reserve(used.count());
+        used.forEach([&unique](u32 index) { unique.push_back(index); });
+        return unique;
+    }
+    unique = indices.indices;
+    std::sort(unique.begin(), unique.end());
+    unique.erase(std::unique(unique.begin(), unique.end()), unique.end());
+    return unique;
+}
+
+Vertices extractVertices(const Indices& indices, const Vertices& vertices)
+{
+    vertices.checkConsistent();
+    const zr::vector<u32> unique = uniqueSorted(indices);
+    if (!unique.empty() && unique.back() >= vertices.getVertexCount()) zr::raiseBadIndex();
+
+    Vertices extracted;
+    for (const auto& [semantic, attribute] : vertices.getAttributes())
+    {
+        Attribute& target = extracted[semantic];
+        const std::size_t stride = attribute.stride;
+        target.stride = attribute.stride;
+        target.data.resize(unique.size() * stride);
+        f32* out = target.data.data();
+        for (const u32 index : unique)
+            out = std::copy_n(attribute.data.data() + index * stride, stride, out);
+    }
+    return extracted;
+}
+
+void compactIndices(Indices& indices)
+{
+    zr::vector<u32>& list = indices.indices;
+    if (isDense(list))
+    {
+        RankedSet used = rankIndices(list);
+        used.count();
+        for (u32& index : list)
+            index = used.rank(index);
+        return;
+    }
+    const zr::vector<u32> unique = uniqueSorted(indices);
+    for (u32& index : list)
+        index = static_cast<u32>(std::lower_bound(unique.begin(), unique.end(), index) - unique.begin());
+}
+
+u32 removeUnusedVertices(Vertices& vertices, Indices& indices)
+{
+    const u32 count = vertices.getVertexCount();
+    if (count == 0) return 0;
+    RankedSet used(count);
+    for (const u32 index : indices.indices)
+    {
+        if (index >= count) zr::raiseBadIndex();
+        used.insert(index);
+    }
+    const u32 kept = used.count();
+    if (kept == count) return 0;
+
+    vertices.checkConsistent();
+    for (auto& [semantic, attribute] : vertices.getAttributes())
+    {
+        const std::size_t stride = attribute.stride;
+        f32* out = attribute.data.data();
+        used.forEach(
+            [&, data = attribute.data.data()](u32 vertex)
+            {
+                // Never overlaps: the target lies below by at least one vertex, or is the source itself.
+                if (out != data + vertex * stride) std::memcpy(out, data + vertex * stride, stride * sizeof(f32));
+                out += stride;
+            });
+        attribute.data.resize(kept * stride);
+    }
+    for (u32& index : indices.indices)
+        index = used.rank(index);
+    return count - kept;
+}
+} // namespace model

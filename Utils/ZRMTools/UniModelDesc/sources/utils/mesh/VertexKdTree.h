@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cmath>
+#include <cstring>
+
+#include "base/types.h"
+#include <zr/containers.h>
+
+namespace model
+{
+/// The packed vertices of one mesh, `count` times `dimension` floats; not owned.
+struct PackedPoints
+{
+    const f32* data = nullptr;
+    std::size_t count = 0;
+    std::size_t dimension = 0;
+
+    const f32* operator[](std::size_t i) const { return data + i * dimension; }
+};
+
+constexpr u32 kNoVertex = 0xFFFFFFFFu;
+
+/// The float of a packed vertex that is an index or four bytes, not a number, and so is compared by its bits.
+constexpr std::size_t kBitsFloat = 3;
+
+/// Whether all floats agree: the fourth by its bits, any other unless the difference is above `tolerance`. So a NaN,
+/// and the difference of two equal infinities, which is one, agree.
+inline bool isSamePoint(const f32* a, const f32* b, std::size_t dimension, f32 tolerance)
+{
+    for (std::size_t i = 0; i < dimension; ++i)
+        if (i == kBitsFloat)
+        {
+            if (std::memcmp(a + i, b + i, sizeof(f32)) != 0) return false;
+        }
+        else if (std::abs(a[i] - b[i]) > tolerance)
+            return false;
+    return true;
+}
+
+/// Sets of vertices that lie so close together that only their other floats tell them apart: trees that split on any
+/// float, each node in the middle of its region, so that the order of insertion has no influence on the depth.
+///
+/// A node has three children: below the split, from the split on, and NaN, which agrees with everything and is
+/// therefore always looked at. Leaves are chains of vertices.
+class VertexKdTree
+{
+public:
+    /// packed  looked at as long as the tree lives
+    /// links   one for each vertex, shared with the owner: a vertex is in one chain at a time
+    VertexKdTree(const PackedPoints& packed, zr::vector<u32>& links, f32 weldTolerance);
+
+    /// A new tree; the result names it. It takes over the chain that starts at `head`.
+    u32 create(u32 head);
+    void insert(u32 tree, u32 vertex);
+    /// The highest vertex of the tree that agrees with `vertex`, `kNoVertex` when there is none.
+    u32 findHighest(u32 tree, u32 vertex) const;
+
+private:
+    static constexpr u32 kLeaf = 0xFFFFFFFFu;
+    enum Side
+    {
+        kBelow,
+        kFrom,
+        kNaN
+    };
+
+    struct TreeNode
+    {
+        u32 axis = kLeaf;
+        /// Of an inner node: by `Side`.
+        u32 children[3] = {};
+        f64 split = 0.0;
+        /// Of a leaf.
+        u32 head = kNoVertex;
+        u32 size = 0;
+        u32 limit = 32;
+    };
+    struct Range
+    {
+        f64 low = 0.0;
+        f64 high = 0.0;
+        f64 width() const { return high - low; }
+    };
+    struct Step
+    {
+        u32 node;
+        Side side;
+    };
+
+    f64 coordinate(u32 vertex, u32 axis) const { return static_cast<f64>(points[vertex][axis]); }
+    Side sideOf(const TreeNode& node, u32 vertex) const;
+    void measure();
+    /// The finite values of an axis among the vertices of a leaf.
+    Range spread(const TreeNode& leaf, u32 axis) const;
+    u32 widestAxis(const TreeNode& leaf) const;
+    Range region(u32 axis, const zr::vector<Step>& path) const;
+    void prepend(u32 leaf, u32 vertex);
+    void splitLeaf(u32 leaf, zr::vector<Step>& path);
+
+    PackedPoints points;
+    zr::vector<u32>& next;
+    f32 tolerance;
+    /// `tolerance` widened by what rounding can hide in a difference.
+    f64 reach;
+    /// The finite values of each axis over the whole mesh.
+    zr::vector<Range> bounds;
+    zr::vector<TreeNode> nodes;
+    mutable zr::vector<u32> pending;
+    zr::vector<Step> path;
+};
+} // namespace model
