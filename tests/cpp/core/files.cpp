@@ -129,7 +129,8 @@ TEST(PlatformFiles, AnInterruptedWriteGoesOn)
     for (std::size_t i = 0; i < kSize; ++i)
         sent[i] = static_cast<char>(i * 7 >> 3);
     std::size_t written = 0;
-    std::thread writer([&] { written = platform::writeAll({ends[1]}, sent.data(), kSize); });
+    platform::Error failed;
+    std::thread writer([&] { failed = platform::writeAll({ends[1]}, sent.data(), kSize, written); });
     int full = 0;
     while (full < 65536)
         ioctl(ends[0], FIONREAD, &full);
@@ -149,6 +150,7 @@ TEST(PlatformFiles, AnInterruptedWriteGoesOn)
         received.append(part, static_cast<std::size_t>(count));
     }
     writer.join();
+    EXPECT_STREQ(failed.text(), "Success");
     EXPECT_EQ(written, kSize);
     EXPECT_TRUE(received == sent);
     close(ends[0]);

@@ -8,9 +8,10 @@ bool writeWholeFile(const char* path, const void* data, zr::u64 size, bool /*qui
 {
     constexpr zr::u64 kMaxSize = 0xFFFFFFFF;
     if (!path || path[0] == '/' || size > kMaxSize) return false;
-    const platform::FileHandle file = platform::openForRewrite(path);
-    if (!file) return false;
-    const bool complete = platform::writeAll(file, data, static_cast<std::size_t>(size)) == size;
-    return platform::closeFile(file) && complete;
+    platform::FileHandle file;
+    if (platform::openForRewrite(path, file)) return false;
+    std::size_t written;
+    const bool complete = !platform::writeAll(file, data, static_cast<std::size_t>(size), written);
+    return !platform::closeFile(file) && complete;
 }
 } // namespace zrvfs

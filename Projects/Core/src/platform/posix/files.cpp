@@ -1,63 +1,64 @@
 #include <platform/files.h>
 
-#include <cerrno>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <platform/posix/calls.h>
+
 namespace platform
 {
+using posix::errorOf;
+using posix::lastError;
+using posix::uninterrupted;
+
 namespace
 {
-/// Repeats a call that a signal interrupted.
-template <class Call>
-auto uninterrupted(Call call) noexcept
-{
-    auto result = call();
-    while (result == -1 && errno == EINTR)
-        result = call();
-    return result;
-}
-
-bool isRegular(int descriptor) noexcept
+Error checkRegular(int descriptor) noexcept
 {
     struct stat status;
-    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    if (fstat(descriptor, &status) == -1) return lastError();
+    return S_ISREG(status.st_mode) ? Error{} : Error{S_ISDIR(status.st_mode) ? EISDIR : EINVAL};
 }
 } // namespace
 
-FileHandle openForRewrite(const char* path) noexcept
+Error openForRewrite(const char* path, FileHandle& file) noexcept
 {
     // Without O_NONBLOCK the open of a pipe waits for a reader, perhaps for ever. Without O_TRUNC nothing is lost
     // before the file is known to be a regular one.
     constexpr int kFlags = O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
     const int descriptor = uninterrupted([&] { return open(path, kFlags, 0666); });
-    if (descriptor == -1) return {};
-    if (isRegular(descriptor) && uninterrupted([&] { return ftruncate(descriptor, 0); }) == 0) return {descriptor};
-    close(descriptor);
-    return {};
+    if (descriptor == -1) return lastError();
+    Error error = checkRegular(descriptor);
+    if (!error) error = errorOf(uninterrupted([&] { return ftruncate(descriptor, 0); }));
+    if (error)
+        close(descriptor);
+    else
+        file = {descriptor};
+    return error;
 }
 
-std::size_t writeAll(FileHandle file, const void* data, std::size_t size) noexcept
+Error writeAll(FileHandle file, const void* data, std::size_t size, std::size_t& written) noexcept
 {
     const char* bytes = static_cast<const char*>(data);
-    std::size_t written = 0;
+    written = 0;
     while (written < size)
     {
         // One call takes at most 2 GiB less a page, and less when the disk is nearly full.
         const ssize_t count =
             uninterrupted([&] { return write(static_cast<int>(file.value), bytes + written, size - written); });
-        if (count <= 0) break;
+        if (count == -1) return lastError();
+        if (count == 0) return {EIO};
         written += static_cast<std::size_t>(count);
     }
-    return written;
+    return {};
 }
 
-bool closeFile(FileHandle file) noexcept
+Error closeFile(FileHandle file) noexcept
 {
     // Never repeated: after an interruption the descriptor is gone and may already be another thread's.
-    return close(static_cast<int>(file.value)) == 0 || errno == EINTR;
+    const Error error = errorOf(close(static_cast<int>(file.value)));
+    return error == Error{EINTR} ? Error{} : error;
 }
 
 bool pathExists(const char* path) noexcept
@@ -68,6 +69,7 @@ bool pathExists(const char* path) noexcept
 
 void writeStandardError(const char* text, std::size_t size) noexcept
 {
-    writeAll({STDERR_FILENO}, text, size);
+    std::size_t written;
+    static_cast<void>(writeAll({STDERR_FILENO}, text, size, written));
 }
 } // namespace platform
