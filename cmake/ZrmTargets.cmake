@@ -30,10 +30,11 @@ function(zrm_glob variable)
     set(${variable} "${sources}" PARENT_SCOPE)
 endfunction()
 
-# zrm_add_library(<name> ROOT <include folder> SOURCES <pattern>... LINK <target>...)
-# A static library; a folder that has headers only yet becomes one with a single empty source.
+# zrm_add_library(<name> ROOT <include folder> SOURCES <pattern>... [LINK <target>...] [USE <target>...])
+# A static library. LINK names what its headers include and so its users need too, USE what its sources alone do. A
+# folder that has headers only yet becomes a library with a single empty source.
 function(zrm_add_library name)
-    cmake_parse_arguments(arg "" "ROOT" "SOURCES;LINK" ${ARGN})
+    cmake_parse_arguments(arg "" "ROOT" "SOURCES;LINK;USE" ${ARGN})
     zrm_glob(sources ${arg_SOURCES})
     if(NOT sources)
         set(sources "${PROJECT_BINARY_DIR}/empty.cpp")
@@ -41,5 +42,5 @@ function(zrm_add_library name)
     endif()
     add_library(${name} STATIC ${sources})
     target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}/${arg_ROOT}")
-    target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE zrm_flags)
+    target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE ${arg_USE} zrm_flags)
 endfunction()
