@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes the table of Unicode simple lower-case mappings that texture names go through.
+"""Writes the table of Unicode simple lower-case mappings that zr::toLowerCase goes through.
 
-    python3.13 scripts/make_lower_case_table.py > Utils/ZRMTools/UniModelDesc/sources/io/LowerCaseTable.inc
+    python3.13 scripts/make_lower_case_table.py > Projects/Core/src/zr/text/LowerCaseTable.inc
 
 The standard library offers the full mappings only. For a single character they differ from the simple ones just where
 they give more than one character; the simple mapping is then the first of these (U+0130 gives "i").

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "io/10/NodeWriter10.h"
-#include "io/LowerCase.h"
+#include <zr/text/LowerCase.h>
 
 namespace model
 {
@@ -77,7 +77,7 @@ void NodeWriter10::writeTextures(PropertiesSet& material)
 void NodeWriter10::writeTexture(const TextureSlot& slot)
 {
     file.writeU32(slot.textureIndex);
-    file.writeString(toLowerCase(slot.name));
+    file.writeString(zr::toLowerCase(slot.name));
     for (const u32 setting : slot.sampler)
         file.writeU32(setting);
     file.writeMatrixf(slot.matrix);

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
+#include <zr/text/LowerCase.h>
 
-#include "io/LowerCase.h"
+#include <gtest/gtest.h>
 
 TEST(LowerCase, Texts)
 {
@@ -36,8 +36,8 @@ TEST(LowerCase, Texts)
         {"\xE2\x84", "\xE2\x84"},
     };
     for (const Case& entry : cases)
-        EXPECT_EQ(model::toLowerCase(zr::string(entry.given)), entry.lowered) << entry.given;
-    EXPECT_EQ(model::toLowerCase(zr::string("A\0B", 3)), zr::string("a\0b", 3));
+        EXPECT_EQ(zr::toLowerCase(zr::string(entry.given)), entry.lowered) << entry.given;
+    EXPECT_EQ(zr::toLowerCase(zr::string("A\0B", 3)), zr::string("a\0b", 3));
 }
 
 TEST(LowerCase, CharactersWithoutAMappingStay)
@@ -45,9 +45,9 @@ TEST(LowerCase, CharactersWithoutAMappingStay)
     zr::u32 mapped = 0;
     for (zr::u32 character = 0; character < 0x110000; ++character)
     {
-        const zr::u32 lowered = model::toLowerCase(character);
+        const zr::u32 lowered = zr::toLowerCase(character);
         mapped += lowered != character;
-        ASSERT_EQ(model::toLowerCase(lowered), lowered) << "what is lower case stays so: " << character;
+        ASSERT_EQ(zr::toLowerCase(lowered), lowered) << "what is lower case stays so: " << character;
     }
     EXPECT_EQ(mapped, 1433u);
 }
