@@ -1,4 +1,6 @@
 #include <zr/InlineString.h>
+#include <zr/array.h>
+#include <zr/checked.h>
 #include <zr/containers.h>
 #include <zr/exceptions.h>
 

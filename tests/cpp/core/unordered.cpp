@@ -1,4 +1,5 @@
-#include <zr/unordered.h>
+#include <zr/unordered_map.h>
+#include <zr/unordered_set.h>
 
 #include <algorithm>
 #include <memory>

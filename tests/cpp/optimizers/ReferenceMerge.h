@@ -11,6 +11,7 @@
 #include "nodes/ShellNode.h"
 #include "utils/merge/Merge.h"
 #include "utils/merge/ParentNodes.h"
+#include <zr/checked.h>
 
 /// The rules of merging: each node against the key of every group, each entry by a search.
 namespace test::reference

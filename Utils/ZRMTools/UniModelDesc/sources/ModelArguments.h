@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/types.h"
-#include <zr/unordered.h>
+#include <zr/unordered_set.h>
 
 namespace model
 {

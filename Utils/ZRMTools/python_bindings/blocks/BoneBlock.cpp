@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "nodes/SkinNode.h"
+#include <zr/checked.h>
 
 namespace pyzrm
 {

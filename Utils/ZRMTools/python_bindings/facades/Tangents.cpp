@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include <zr/checked.h>
 #include <zr/containers.h>
 
 namespace pyzrm

@@ -4,7 +4,7 @@
 #include <mutex>
 
 #include "base/IObject.h"
-#include <zr/unordered.h>
+#include <zr/unordered_map.h>
 
 namespace model
 {

@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "materials/PropertyList.h"
+#include <zr/array.h>
 
 namespace model
 {

@@ -1,4 +1,5 @@
 #include "materials/PropertyList.h"
+#include <zr/checked.h>
 
 #include <algorithm>
 #include <atomic>

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "materials/Properties.h"
+#include <zr/checked.h>
 
 namespace model
 {

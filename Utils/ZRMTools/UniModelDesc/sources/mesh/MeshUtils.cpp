@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include <zr/checked.h>
 #include <zr/exceptions.h>
 
 namespace model

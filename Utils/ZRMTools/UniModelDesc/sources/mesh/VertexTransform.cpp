@@ -2,7 +2,7 @@
 #include <cmath>
 
 #include "Vertices.h"
-#include <zr/unordered.h>
+#include <zr/unordered_set.h>
 
 namespace model
 {

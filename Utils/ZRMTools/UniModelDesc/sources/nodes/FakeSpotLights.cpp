@@ -4,6 +4,7 @@
 
 #include "base/INodeVisitor.h"
 #include "nodes/FakeLights.h"
+#include <zr/checked.h>
 
 namespace model
 {

@@ -2,6 +2,7 @@
 
 #include "Vertices.h"
 #include "nodes/BaseRenderNode.h"
+#include <zr/checked.h>
 
 namespace model
 {

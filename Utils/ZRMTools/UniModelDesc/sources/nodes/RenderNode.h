@@ -1,6 +1,7 @@
 #pragma once
 
 #include "nodes/BaseMeshRenderNode.h"
+#include <zr/checked.h>
 
 namespace model
 {

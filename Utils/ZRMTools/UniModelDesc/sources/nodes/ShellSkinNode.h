@@ -2,6 +2,7 @@
 
 #include "nodes/ShellNode.h"
 #include "nodes/SkinNode.h"
+#include <zr/checked.h>
 
 namespace model
 {

@@ -2,6 +2,7 @@
 
 #include "base/INodeVisitor.h"
 #include "nodes/Bone.h"
+#include <zr/checked.h>
 
 namespace model
 {

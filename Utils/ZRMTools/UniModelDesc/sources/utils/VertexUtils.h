@@ -4,6 +4,7 @@
 
 #include "Vertices.h"
 #include "materials/PropertiesSet.h"
+#include <zr/array.h>
 
 /// Operations on the texture coordinates of one mesh: the attributes, the vertex format of its material, and the table
 /// of channels, which holds coordinate set numbers (set n is the semantic `kTexCoord0 + n`) or -1.

@@ -7,6 +7,7 @@
 #include "mesh/MeshUtils.h"
 #include "nodes/ArgVisibilityNode.h"
 #include "utils/merge/ParentNodes.h"
+#include <zr/checked.h>
 #include <zr/exceptions.h>
 
 namespace model

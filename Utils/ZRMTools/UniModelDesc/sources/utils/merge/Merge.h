@@ -1,6 +1,7 @@
 #pragma once
 
 #include "nodes/RenderNode.h"
+#include <zr/array.h>
 
 namespace model
 {

@@ -6,6 +6,7 @@
 #include <parallel_hashmap/phmap.h>
 
 #include "base/ObjectRegistry.h"
+#include <zr/checked.h>
 
 namespace model
 {

@@ -3,6 +3,7 @@
 #include "base/ObjectRegistry.h"
 #include "mesh/MeshUtils.h"
 #include "utils/merge/MergeLights.h"
+#include <zr/checked.h>
 #include <zr/exceptions.h>
 
 namespace model

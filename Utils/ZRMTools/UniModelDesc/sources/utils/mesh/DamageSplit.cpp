@@ -5,7 +5,8 @@
 
 #include "base/ObjectRegistry.h"
 #include "mesh/MeshUtils.h"
-#include <zr/unordered.h>
+#include <zr/checked.h>
+#include <zr/unordered_map.h>
 
 namespace model
 {

@@ -1,12 +1,11 @@
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
-#include <functional>
+#include <cstdint>
 #include <iterator>
 #include <new>
-#include <stdexcept>
-#include <string_view>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -26,59 +25,17 @@
 /// element. At most one element for each bucket: an insertion that would pass this first grows the table (see `grow`).
 ///
 /// References and iterators stay valid until their element is erased. Insertion, lookup and erasure cost a constant.
-namespace zr
+namespace zr::detail
 {
-/// 64-bit FNV-1a over `size` bytes.
-inline u64 hashBytes(const unsigned char* bytes, std::size_t size) noexcept
-{
-    u64 hash = 0xCBF29CE484222325;
-    for (std::size_t i = 0; i < size; ++i)
-        hash = (hash ^ bytes[i]) * 0x100000001B3;
-    return hash;
-}
-
-/// The hash of a key: `hashBytes` over its bytes. Integers, enumerations and pointers count least significant byte
-/// first. The order of a container with pointer keys depends on the addresses: never let it show.
-template <class Key>
-struct hash
-{
-    static_assert(std::is_integral_v<Key> || std::is_enum_v<Key> || std::is_pointer_v<Key>,
-                  "This key needs a hash of its own.");
-
-    u64 operator()(Key key) const noexcept
-    {
-        u64 value;
-        if constexpr (std::is_pointer_v<Key>)
-            value = reinterpret_cast<std::uintptr_t>(key);
-        else
-            value = static_cast<u64>(key);
-        unsigned char bytes[sizeof(Key)];
-        for (unsigned char& byte : bytes)
-        {
-            byte = static_cast<unsigned char>(value);
-            value >>= 8;
-        }
-        return hashBytes(bytes, sizeof(Key));
-    }
-};
-
-/// Strings are looked up by anything that converts to a string view.
-template <class Allocator>
-struct hash<std::basic_string<char, std::char_traits<char>, Allocator>>
-{
-    u64 operator()(std::string_view text) const noexcept
-    {
-        return hashBytes(reinterpret_cast<const unsigned char*>(text.data()), text.size());
-    }
-};
-
-namespace detail
-{
+/// `std::length_error`, "unordered_map/set too long".
 [[noreturn]] void raiseHashTableTooLong();
+/// `std::out_of_range`, "invalid hash bucket count".
 [[noreturn]] void raiseBadBucketCount();
-[[noreturn]] void raiseUnknownKey();
 
-/// The list and the bucket table behind both containers. `KeyOf` gives the key of an element.
+/// The list and the bucket table behind both containers. `KeyOf` gives the key of an element; `Hash` has no state and
+/// throws nothing.
+///
+/// An element that throws while it is made or copied leaves the container as it was.
 template <class Key, class Value, class KeyOf, class Hash, class Equal>
 class HashList
 {
@@ -162,7 +119,27 @@ public:
     using iterator = std::conditional_t<std::is_same_v<Key, Value>, const_iterator, Iterator<Value>>;
 
     HashList() noexcept = default;
+    /// A copy iterates in the order of its source and grows as the source would.
+    HashList(const HashList& other) requires(std::is_copy_constructible_v<Value>) : HashList()
+    {
+        buckets.assign(other.buckets.size(), Bucket{});
+        for (const Value& value : other)
+        {
+            Element* element = make(value);
+            linkBefore(&end_, element);
+            ++count;
+            Bucket& bucket = bucketOf(hashOf(KeyOf{}(element->value)));
+            if (!bucket.first) bucket.first = element;
+            bucket.last = element;
+        }
+    }
     HashList(HashList&& other) noexcept { swap(other); }
+    HashList& operator=(const HashList& other) requires(std::is_copy_constructible_v<Value>)
+    {
+        HashList copy(other);
+        swap(copy);
+        return *this;
+    }
     HashList& operator=(HashList&& other) noexcept
     {
         HashList taken(std::move(other));
@@ -178,6 +155,14 @@ public:
 
     std::size_t size() const noexcept { return count; }
     bool empty() const noexcept { return count == 0; }
+
+    /// Makes a table in which `wanted` elements have room, so that the next insertions need not grow it. Iterators stay
+    /// valid; the order changes as it does when the table grows. `std::out_of_range`, "invalid hash bucket count", when
+    /// no table is so large.
+    void reserve(std::size_t wanted)
+    {
+        if (wanted > buckets.size()) rehash(wanted);
+    }
 
     template <class Query>
     iterator find(const Query& key)
@@ -252,7 +237,7 @@ protected:
         if (Links* found = lookup(key, hashed)) return {iterator(found), false};
         if (count == kMaxCount) raiseHashTableTooLong();
         Element* element = make(std::forward<Args>(args)...);
-        if (count == buckets.size()) grow();
+        if (count == buckets.size()) grow(); // last, as an element that throws must not change the order
         Bucket& bucket = bucketOf(hashed);
         if (!bucket.first)
         {
@@ -270,7 +255,9 @@ protected:
 
 private:
     static constexpr std::size_t kFirstBuckets = 8;
-    static constexpr std::size_t kMaxCount = PTRDIFF_MAX / sizeof(Element);
+    static constexpr std::size_t kMaxBuckets = std::bit_floor(PTRDIFF_MAX / sizeof(Bucket));
+    /// As one bucket holds one element on average, an insertion never asks for too many buckets.
+    static constexpr std::size_t kMaxCount = std::min(PTRDIFF_MAX / sizeof(Element), kMaxBuckets);
 
     template <class Query>
     static u64 hashOf(const Query& key)
@@ -291,16 +278,17 @@ private:
         return nullptr;
     }
 
-    /// 8 times the buckets while there are fewer than 512, then twice: enough for one element more.
+    /// 8 times the buckets while there are fewer than 512, then twice.
+    void grow() { rehash(buckets.size() < 512 ? buckets.size() * 8 : buckets.size() * 2); }
+
+    /// Makes a table of at least `wanted` buckets, which are more than there are.
     ///
     /// Walks the list in order. An element whose new bucket is still empty stays where it is; any other moves directly
     /// before that bucket's first element.
-    void grow()
+    void rehash(std::size_t wanted)
     {
-        const std::size_t old = buckets.size();
-        const std::size_t wanted = old == 0 ? kFirstBuckets : old < 512 ? old * 8 : old * 2;
-        if (wanted > buckets.max_size()) raiseBadBucketCount();
-        buckets.assign(wanted, Bucket{});
+        if (wanted > kMaxBuckets) raiseBadBucketCount();
+        buckets.assign(std::bit_ceil(wanted < kFirstBuckets ? kFirstBuckets : wanted), Bucket{});
         for (Links* at = end_.next; at != &end_;)
         {
             Links* following = at->next;
@@ -372,75 +360,4 @@ private:
     std::size_t count = 0;
     vector<Bucket> buckets; // made at the first insertion
 };
-
-struct FirstOfPair
-{
-    template <class Pair>
-    const auto& operator()(const Pair& pair) const
-    {
-        return pair.first;
-    }
-};
-struct WholeValue
-{
-    template <class Value>
-    const Value& operator()(const Value& value) const
-    {
-        return value;
-    }
-};
-} // namespace detail
-
-/// Maps keys to values. Movable, not copyable. `Hash` and `Equal` have no state.
-template <class Key, class Value, class Hash = hash<Key>, class Equal = std::equal_to<>>
-class unordered_map : public detail::HashList<Key, std::pair<const Key, Value>, detail::FirstOfPair, Hash, Equal>
-{
-    using Base = detail::HashList<Key, std::pair<const Key, Value>, detail::FirstOfPair, Hash, Equal>;
-
-public:
-    using mapped_type = Value;
-    using typename Base::const_iterator;
-    using typename Base::iterator;
-    using typename Base::value_type;
-
-    /// The value of a key that is there; `std::out_of_range`, "invalid unordered_map<K, T> key" otherwise.
-    template <class Query>
-    Value& at(const Query& key)
-    {
-        iterator found = this->find(key);
-        if (found == this->end()) detail::raiseUnknownKey();
-        return found->second;
-    }
-    template <class Query>
-    const Value& at(const Query& key) const
-    {
-        const_iterator found = this->find(key);
-        if (found == this->end()) detail::raiseUnknownKey();
-        return found->second;
-    }
-
-    /// Makes a value of `args` for a new key. Gives the key's place and whether it is new.
-    template <class... Args>
-    std::pair<iterator, bool> try_emplace(Key key, Args&&... args)
-    {
-        return this->findOrMake(key, std::piecewise_construct, std::forward_as_tuple(std::move(key)),
-                                std::forward_as_tuple(std::forward<Args>(args)...));
-    }
-    std::pair<iterator, bool> insert(value_type value) { return this->findOrMake(value.first, std::move(value)); }
-
-    Value& operator[](Key key) { return try_emplace(std::move(key)).first->second; }
-};
-
-/// A set of keys. Movable, not copyable. `Hash` and `Equal` have no state.
-template <class Key, class Hash = hash<Key>, class Equal = std::equal_to<>>
-class unordered_set : public detail::HashList<Key, Key, detail::WholeValue, Hash, Equal>
-{
-    using Base = detail::HashList<Key, Key, detail::WholeValue, Hash, Equal>;
-
-public:
-    using typename Base::iterator;
-
-    /// Gives the key's place and whether it is new.
-    std::pair<iterator, bool> insert(Key key) { return this->findOrMake(key, std::move(key)); }
-};
-} // namespace zr
+} // namespace zr::detail
