@@ -16,11 +16,25 @@ struct FileHandle
     explicit operator bool() const noexcept { return value != -1; }
 };
 
-/// Opens `path` for writing from empty; creates the file when there is none. Only a regular file is opened: what
-/// blocks or has no size (a directory, a pipe, a device) is refused at once and stays as it is.
+/// Opens `path` for writing at its start and leaves what it holds; makes an empty file when there is none. Only a
+/// regular file is opened: what blocks or has no size (a directory, a pipe, a device) is refused at once and stays as
+/// it is.
 ///
 /// file    written only on success
-Error openForRewrite(const char* path, FileHandle& file) noexcept;
+/// created whether this call made the file; false for one that it made at the end of a symbolic link
+Error openForWriting(const char* path, FileHandle& file, bool& created) noexcept;
+
+/// Whether this process may make a file of `size` bytes. To write on past that limit would end the process.
+Error checkFileSize(std::uint64_t size) noexcept;
+
+/// Gives a file that is open for writing the room that its first `size` bytes need on the disk, so that writing these
+/// cannot fail for want of it. Content and size stay as they are, after a failure the room too.
+///
+/// reserved false, without an error, on a file system that promises no room
+Error reserveSpace(FileHandle file, std::uint64_t size, bool& reserved) noexcept;
+
+/// Cuts the file, or lengthens it with zeros; the position stays.
+Error setFileSize(FileHandle file, std::uint64_t size) noexcept;
 
 /// Writes at the file's position, which moves on by what was written. A write that the system cuts short or
 /// interrupts is continued.
@@ -30,6 +44,9 @@ Error writeAll(FileHandle file, const void* data, std::size_t size, std::size_t&
 
 /// Closes an open file. A failure tells that something written before was lost; the handle is gone either way.
 Error closeFile(FileHandle file) noexcept;
+
+/// Removes the file, or the symbolic link, at `path`.
+Error removeFile(const char* path) noexcept;
 
 /// Whether anything, a directory too, stands at `path`.
 bool pathExists(const char* path) noexcept;

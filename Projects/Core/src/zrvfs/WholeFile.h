@@ -4,12 +4,17 @@
 
 namespace zrvfs
 {
-/// Writes a whole real file: creates it, or empties the one that is there, and writes `size` bytes from `data`.
+/// Writes a whole real file: creates it, or replaces the content of the one that is there, and writes `size` bytes from
+/// `data`. An old file stays the same file, with its rights, whatever names and links lead to it.
 ///
 /// path      UTF-8; one that begins with "/" is virtual and gives false, as the virtual tree is read-only
 /// size      at most 0xFFFFFFFF, the 32-bit count of a file write; more gives false before anything is touched
 /// quiet     asks for no log line about a file that cannot be opened (nothing is logged so far)
-/// returns   whether every byte was written and the system took them; the file may be incomplete otherwise
+/// returns   whether every byte was written and the system took them
+///
+/// When there is no room for the new bytes, on the disk, in a quota or below the process's limit of a file's size, the
+/// old file stays as it was. It is lost only if the disk itself fails, or the file system can't reserve room and then
+/// has none. A new file that could not be written whole is removed.
 ///
 /// Only regular files are written: a directory, a pipe or a device gives false. Never throws, never blocks on a pipe.
 bool writeWholeFile(const char* path, const void* data, zr::u64 size, bool quiet);

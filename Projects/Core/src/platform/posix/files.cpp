@@ -1,6 +1,7 @@
 #include <platform/files.h>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,22 +21,44 @@ Error checkRegular(int descriptor) noexcept
     if (fstat(descriptor, &status) == -1) return lastError();
     return S_ISREG(status.st_mode) ? Error{} : Error{S_ISDIR(status.st_mode) ? EISDIR : EINVAL};
 }
+
+int openWith(const char* path, int flags) noexcept
+{
+    // Without O_NONBLOCK the open of a pipe waits for a reader, perhaps for ever.
+    return uninterrupted([=] { return open(path, flags | O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, 0666); });
+}
 } // namespace
 
-Error openForRewrite(const char* path, FileHandle& file) noexcept
+Error openForWriting(const char* path, FileHandle& file, bool& created) noexcept
 {
-    // Without O_NONBLOCK the open of a pipe waits for a reader, perhaps for ever. Without O_TRUNC nothing is lost
-    // before the file is known to be a regular one.
-    constexpr int kFlags = O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-    const int descriptor = uninterrupted([&] { return open(path, kFlags, 0666); });
+    created = false;
+    int descriptor = openWith(path, 0);
+    if (descriptor == -1 && errno == ENOENT)
+    {
+        descriptor = openWith(path, O_CREAT | O_EXCL);
+        created = descriptor != -1;
+        // Something stands there after all: a link to nothing, or a file that another process has just made.
+        if (descriptor == -1 && errno == EEXIST) descriptor = openWith(path, O_CREAT);
+    }
     if (descriptor == -1) return lastError();
-    Error error = checkRegular(descriptor);
-    if (!error) error = errorOf(uninterrupted([&] { return ftruncate(descriptor, 0); }));
+    const Error error = checkRegular(descriptor);
     if (error)
         close(descriptor);
     else
         file = {descriptor};
     return error;
+}
+
+Error checkFileSize(std::uint64_t size) noexcept
+{
+    rlimit limit;
+    if (getrlimit(RLIMIT_FSIZE, &limit) == -1) return lastError();
+    return limit.rlim_cur != RLIM_INFINITY && size > limit.rlim_cur ? Error{EFBIG} : Error{};
+}
+
+Error setFileSize(FileHandle file, std::uint64_t size) noexcept
+{
+    return errorOf(uninterrupted([=] { return ftruncate(static_cast<int>(file.value), static_cast<off_t>(size)); }));
 }
 
 Error writeAll(FileHandle file, const void* data, std::size_t size, std::size_t& written) noexcept
@@ -59,6 +82,11 @@ Error closeFile(FileHandle file) noexcept
     // Never repeated: after an interruption the descriptor is gone and may already be another thread's.
     const Error error = errorOf(close(static_cast<int>(file.value)));
     return error == Error{EINTR} ? Error{} : error;
+}
+
+Error removeFile(const char* path) noexcept
+{
+    return errorOf(unlink(path));
 }
 
 bool pathExists(const char* path) noexcept
