@@ -1,19 +1,14 @@
-#include <platform/files.h>
-#include <platform/module.h>
 #include <zrvfs/WholeFile.h>
 
-#include <atomic>
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/ioctl.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,7 +16,6 @@
 namespace
 {
 namespace fs = std::filesystem;
-using zrvfs::writeWholeFile;
 
 std::string contentOf(const fs::path& path)
 {
@@ -29,9 +23,9 @@ std::string contentOf(const fs::path& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-bool writeText(const char* path, const std::string& text)
+bool writeText(const std::string& path, const std::string& text)
 {
-    return writeWholeFile(path, text.data(), text.size(), true);
+    return zrvfs::writeWholeFile(path.c_str(), text.data(), text.size(), true);
 }
 
 /// Each test runs in an empty folder of its own, as real paths to write are relative.
@@ -40,134 +34,96 @@ class WholeFile : public testing::Test
 protected:
     WholeFile()
     {
-        fs::create_directories(folder);
+        fs::create_directories(folder / "disk");
         fs::current_path(folder);
     }
     ~WholeFile() override
     {
+        if (mounted) umount2("disk", MNT_DETACH);
         fs::current_path(before);
         fs::remove_all(folder);
     }
 
+    bool mounted = false;
     fs::path before = fs::current_path();
     fs::path folder = fs::temp_directory_path() / ("zr_whole_file_" + std::to_string(getpid()));
 };
 
-TEST_F(WholeFile, RewritesFromEmpty)
+TEST_F(WholeFile, TheOldFileGetsTheNewContent)
 {
-    for (const std::string& text : {std::string("a longer text"), std::string("\0\xFF\n", 3), std::string()})
+    mounted = mount("none", "disk", "ramfs", 0, "") == 0; // a file system that promises no room
+    for (const std::string name : {"f", "disk/f"})
     {
-        ASSERT_TRUE(writeText("f", text));
-        EXPECT_EQ(contentOf("f"), text);
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(writeText(name, "first"));
+        struct stat old;
+        ASSERT_TRUE(chmod(name.c_str(), 0640) == 0 && stat(name.c_str(), &old) == 0);
+        for (const std::string& text : {std::string("a longer text"), std::string("\0\xFF\n", 3), std::string()})
+        {
+            ASSERT_TRUE(writeText(name, text));
+            EXPECT_EQ(contentOf(name), text);
+        }
+        const std::string link = name + "_link"; // to nothing yet
+        fs::create_symlink("f_target", link);
+        for (const char* text : {"through", "again"})
+        {
+            EXPECT_TRUE(writeText(link, text));
+            EXPECT_EQ(contentOf(name + "_target"), text);
+        }
+        struct stat now;
+        stat(name.c_str(), &now);
+        EXPECT_TRUE(now.st_ino == old.st_ino && now.st_mode == old.st_mode);
     }
-    EXPECT_TRUE(fs::exists("f"));
-    EXPECT_TRUE(writeWholeFile("nothing", nullptr, 0, false));
-    EXPECT_TRUE(fs::exists("nothing"));
-    fs::create_symlink("f", "link");
-    EXPECT_TRUE(writeText("link", "through"));
-    EXPECT_EQ(contentOf("f"), "through");
 }
 
 TEST_F(WholeFile, ARefusalTouchesNothing)
 {
     writeText("f", "old");
-    fs::create_directory("folder");
-    const std::string absolute = fs::absolute("f");
-    EXPECT_FALSE(writeText(absolute.c_str(), "new"));
-    EXPECT_FALSE(writeText("/x", "new"));
-    EXPECT_FALSE(fs::exists("/x"));
-    EXPECT_FALSE(writeWholeFile("f", "new", 0x1'0000'0000, false));
-    EXPECT_FALSE(writeWholeFile(nullptr, "new", 3, false));
-    for (const char* path : {"", "folder", "missing/f", "f/below"})
-        EXPECT_FALSE(writeText(path, "new")) << path;
-    EXPECT_EQ(contentOf("f"), "old");
-    EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), 2);
-}
-
-TEST_F(WholeFile, APipeIsRefusedAtOnce)
-{
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
-    EXPECT_FALSE(writeText("pipe", "x")) << "without a reader";
     const int reader = open("pipe", O_RDONLY | O_NONBLOCK);
-    EXPECT_FALSE(writeText("pipe", "x")) << "with a reader";
+    const std::string absolute = fs::absolute("f");
+    for (const char* path : {absolute.c_str(), "/x", "", "disk", "missing/f", "f/below", "pipe"})
+        EXPECT_FALSE(writeText(path, "new")) << path;
+    EXPECT_FALSE(zrvfs::writeWholeFile("f", "new", 0x1'0000'0000, false) ||
+                 zrvfs::writeWholeFile(nullptr, "new", 3, false));
     char byte;
     EXPECT_EQ(read(reader, &byte, 1), 0) << "nothing may arrive";
     close(reader);
+    EXPECT_FALSE(writeText("pipe", "new")) << "without a reader, at once";
+    EXPECT_EQ(contentOf("f"), "old");
+    EXPECT_FALSE(fs::exists("/x"));
+    EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), 3);
 }
 
-TEST_F(WholeFile, AWriteThatTheSystemCutsShortIsAFailure)
+TEST_F(WholeFile, AFullDiskCostsNothing)
 {
-    rlimit old;
-    getrlimit(RLIMIT_FSIZE, &old);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{4096, old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    const bool fits = writeText("fits", std::string(4096, 'a'));
-    const bool tooLong = writeText("long", std::string(4097, 'a'));
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
-    EXPECT_TRUE(fits);
-    EXPECT_FALSE(tooLong);
-}
-
-std::atomic<int> signals{0};
-
-// A signal cuts a write into a pipe short when some of it went in, and ends it as a failure when nothing did.
-TEST(PlatformFiles, AnInterruptedWriteGoesOn)
-{
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "the thread sanitizer holds signals back until the write returns, and this waits for them before";
-#endif
-    constexpr std::size_t kSize = 1 << 20;
-    struct sigaction quiet = {};
-    struct sigaction old = {};
-    quiet.sa_handler = [](int) { ++signals; };
-    sigaction(SIGUSR1, &quiet, &old); // without SA_RESTART
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    std::string sent(kSize, '\0');
-    for (std::size_t i = 0; i < kSize; ++i)
-        sent[i] = static_cast<char>(i * 7 >> 3);
-    std::size_t written = 0;
-    platform::Error failed;
-    std::thread writer([&] { failed = platform::writeAll({ends[1]}, sent.data(), kSize, written); });
-    int full = 0;
-    while (full < 65536)
-        ioctl(ends[0], FIONREAD, &full);
-    for (int sentSignals = 1; sentSignals <= 50; ++sentSignals)
+    mounted = mount("none", "disk", "tmpfs", 0, "size=64k") == 0;
+    if (!mounted) GTEST_SKIP() << "this process may not mount a small disk to fill up";
+    const std::string old(20000, 'o');
+    ASSERT_TRUE(writeText("disk/f", old));
+    std::ofstream("disk/filler") << std::string(100000, 'x');
+    EXPECT_FALSE(writeText("disk/f", std::string(60000, 'n')));
+    EXPECT_EQ(contentOf("disk/f"), old);
+    EXPECT_FALSE(writeText("disk/new", std::string(60000, 'n')));
+    EXPECT_FALSE(fs::exists("disk/new"));
+    for (const std::string& fits : {std::string(20000, 'n'), std::string("short")})
     {
-        pthread_kill(writer.native_handle(), SIGUSR1);
-        while (signals < sentSignals)
-            std::this_thread::yield();
+        EXPECT_TRUE(writeText("disk/f", fits)) << "the room of the old file serves the new";
+        EXPECT_EQ(contentOf("disk/f"), fits);
     }
-
-    std::string received;
-    char part[5000];
-    while (received.size() < kSize)
-    {
-        const ssize_t count = read(ends[0], part, sizeof(part));
-        ASSERT_GT(count, 0);
-        received.append(part, static_cast<std::size_t>(count));
-    }
-    writer.join();
-    EXPECT_STREQ(failed.text(), "Success");
-    EXPECT_EQ(written, kSize);
-    EXPECT_TRUE(received == sent);
-    close(ends[0]);
-    close(ends[1]);
-    sigaction(SIGUSR1, &old, nullptr);
 }
 
-TEST(PlatformModule, FindsTheFileOfAnAddress)
+TEST_F(WholeFile, TheLimitOfAFilesSizeNeitherKillsNorCostsTheOldFile)
 {
-    static const int here = 0;
-    char path[4096];
-    const std::size_t length = platform::getModulePath(&here, path, sizeof(path));
-    ASSERT_EQ(length, std::strlen(path));
-    EXPECT_TRUE(platform::pathExists(path));
-    EXPECT_EQ(fs::path(path).filename(), fs::read_symlink("/proc/self/exe").filename());
-    EXPECT_EQ(platform::getModulePath(&here, path, length), 0u) << "no room for the terminator";
-    EXPECT_EQ(platform::getModulePath(&here, path, length + 1), length);
-    EXPECT_EQ(platform::getModulePath(path, path, sizeof(path)), 0u) << "the stack is in no file";
+    const auto underLimit = []
+    {
+        const rlimit small{4096, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &small);
+        writeText("f", "old");
+        const bool refused = !writeText("f", std::string(4097, 'n')) && !writeText("new", std::string(4097, 'n'));
+        const bool kept = contentOf("f") == "old" && !fs::exists("new");
+        _exit(refused && kept && writeText("f", std::string(4096, 'n')) ? 0 : 1);
+    };
+    EXPECT_EXIT(underLimit(), testing::ExitedWithCode(0), "");
 }
 } // namespace

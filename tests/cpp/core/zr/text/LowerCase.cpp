@@ -4,28 +4,10 @@
 
 TEST(LowerCase, Texts)
 {
-    struct Case
-    {
-        const char* given;
-        const char* lowered;
-    };
-    constexpr Case cases[] = {
-        {"", ""},
+    constexpr std::pair<const char*, const char*> cases[] = {
         {"Textures\\WOOD_01.PNG", "textures\\wood_01.png"},
-        {"@[`{", "@[`{"},
-        {"ÀÖ×ØÞß", "àö×øþß"},
-        {"ĀāŸ", "āāÿ"},
-        {"İI", "ii"},
-        {"ΟΔΟΣ", "οδοσ"},
-        {"ẞ", "ß"},
-        {"Ω", "ω"},
-        {"K", "k"},
-        {"ДОМ ЁЖ", "дом ёж"},
-        {"ǅǄ", "ǆǆ"},
-        {"Ა", "ა"},
-        {"Ꭰ", "ꭰ"},
-        {"𐐀", "𐐨"},
-        {"日本", "日本"},
+        {"@[`{ ÀÖ×ØÞß ĀāŸ İI ΟΔΟΣ ẞ \u2126 \u212A", "@[`{ àö×øþß āāÿ ii οδοσ ß ω k"},
+        {"ДОМ ЁЖ ǅǄ Ა Ꭰ 𐐀 日本", "дом ёж ǆǆ ა ꭰ 𐐨 日本"},
         // No UTF-8: a lone lead, a lone tail, an overlong "A", a surrogate, a number that is too large, a cut end.
         {"A\xC3", "a\xC3"},
         {"\x80Z", "\x80z"},
@@ -35,13 +17,10 @@ TEST(LowerCase, Texts)
         {"\xC3Q\xC3\x80", "\xC3q\xC3\xA0"},
         {"\xE2\x84", "\xE2\x84"},
     };
-    for (const Case& entry : cases)
-        EXPECT_EQ(zr::toLowerCase(zr::string(entry.given)), entry.lowered) << entry.given;
-    EXPECT_EQ(zr::toLowerCase(zr::string("A\0B", 3)), zr::string("a\0b", 3));
-}
+    for (const auto& [given, lowered] : cases)
+        EXPECT_EQ(zr::toLowerCase(given), lowered) << given;
+    EXPECT_EQ(zr::toLowerCase(std::string_view("A\0B", 3)), zr::string("a\0b", 3));
 
-TEST(LowerCase, CharactersWithoutAMappingStay)
-{
     zr::u32 mapped = 0;
     for (zr::u32 character = 0; character < 0x110000; ++character)
     {
