@@ -10,7 +10,10 @@ endif()
 pybind11_add_module(pyzrm_313 MODULE NO_EXTRAS ${module_sources})
 target_include_directories(pyzrm_313 PRIVATE ${bindings})
 target_link_libraries(pyzrm_313 PRIVATE unimodel zrm_flags)
-target_link_options(pyzrm_313 PRIVATE -Wl,--exclude-libs,ALL)
+# Hidden visibility does not reach what the standard library's headers instantiate here; the linker script does.
+set(exports "${CMAKE_CURRENT_LIST_DIR}/exports.map")
+target_link_options(pyzrm_313 PRIVATE "-Wl,--version-script=${exports}")
+set_target_properties(pyzrm_313 PROPERTIES LINK_DEPENDS "${exports}")
 set_target_properties(pyzrm_313 PROPERTIES LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/python")
 
 set(stubs "${PROJECT_SOURCE_DIR}/${bindings}/stubs/pyzrm_313-stubs")
