@@ -7,7 +7,6 @@ The standard library offers the full mappings only. For a single character they 
 they give more than one character; the simple mapping is then the first of these (U+0130 gives "i").
 """
 
-import sys
 import unicodedata
 
 
@@ -39,4 +38,4 @@ def main() -> None:
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    main()
