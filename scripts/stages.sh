@@ -23,25 +23,47 @@ check_format() {
     cxx_sources | xargs -0 "$venv/bin/clang-format" --dry-run -Werror
 }
 
+# Whatever else the module exported would meet other modules' names in the process that loads it.
+check_exports() {
+    local names
+    names=$(nm -D --defined-only build/release/python/pyzrm_313.*.so | awk '{ print $3 }')
+    [ "$names" = PyInit_pyzrm_313 ] || { printf 'exported:\n%s\n' "$names"; return 1; }
+}
+
 # Builds the wheel as pip would, installs it into an empty folder and imports it from there. Warnings are errors and the
 # compiler goes by the same name as in the presets, so that ccache serves the objects of the release build again.
 check_wheel() {
     local dir=build/wheel pip=("$venv/bin/python" -m pip -q --disable-pip-version-check)
+    drop_moved $dir/cmake
     rm -rf $dir/dist $dir/site
     CXX=${CXX:-c++} "${pip[@]}" wheel . --no-deps --no-build-isolation -w $dir/dist -C build-dir=$dir/cmake \
         -C cmake.define.CMAKE_COMPILE_WARNING_AS_ERROR=ON \
         -C cmake.define.CMAKE_CXX_COMPILER_LAUNCHER="$(command -v ccache)" || return
     "${pip[@]}" install --no-deps --target $dir/site $dir/dist/*.whl || return
     [ -e $dir/site/pyzrm_313-stubs/__init__.pyi ] || { echo "the wheel has no stubs"; return 1; }
+    [ -e $dir/site/pyzrm_313-*.dist-info/licenses/LICENSE ] || { echo "the wheel has no license"; return 1; }
     (cd $dir && PYTHONPATH=site "../../$venv/bin/python" -c 'import pyzrm_313; print("wheel:", pyzrm_313.__file__)')
 }
 
-# Python itself is not sanitized, so the runtime comes first by LD_PRELOAD (libstdc++ with it: its throw is intercepted).
-# PYTHONMALLOC=malloc gives each Python object a heap block of its own, so that over-reads of them show. Leaks are not looked
-# for: the interpreter leaves thousands of blocks to the end of the process.
+# run_preloaded PRESET LIBRARY... -- ARGUMENT...: runs Python, which is not sanitized itself, with the sanitizer's runtime
+# first in the process, and libstdc++ with it: its throw is intercepted.
+run_preloaded() {
+    local preset=$1 preload=
+    shift
+    while [ "$1" != -- ]; do
+        preload+=$(realpath "$(c++ -print-file-name="$1")"):
+        shift
+    done
+    shift
+    LD_PRELOAD=$preload run_python "$preset" "$@"
+}
+
+# PYTHONMALLOC=malloc gives each Python object a heap block of its own, so that over-reads of them show. Leaks are looked for
+# by the C++ tests alone: the interpreter leaves thousands of blocks to the end of the process.
 run_python_asan() {
-    local lib preload=
-    for lib in libasan.so libubsan.so libstdc++.so; do preload+=$(realpath "$(c++ -print-file-name=$lib)"):; done
-    export PYTHONMALLOC=malloc ASAN_OPTIONS=detect_leaks=0
-    LD_PRELOAD=$preload run_python asan "$@"
+    PYTHONMALLOC=malloc ASAN_OPTIONS=detect_leaks=0 run_preloaded asan libasan.so libubsan.so libstdc++.so -- "$@"
+}
+
+run_python_tsan() {
+    run_preloaded tsan libtsan.so libstdc++.so -- "$@"
 }
