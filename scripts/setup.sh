@@ -105,8 +105,9 @@ setup_phmap() {
     apt-get "${options[@]}" update > /dev/null
     (cd "$apt" && apt-get "${options[@]}" download "$phmap_package" > /dev/null)
     mkdir -p build
-    rm -rf "$deps.new" "$deps"
+    rm -rf "$deps.new"
     dpkg-deb -x "$apt/$phmap_package"_*.deb "$deps.new"
+    rm -rf "$deps"
     mv "$deps.new" "$deps"
 }
 
