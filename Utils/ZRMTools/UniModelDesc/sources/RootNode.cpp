@@ -2,14 +2,8 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
-
 #include "ModelArguments.h"
-#include "base/INodeVisitor.h"
-#include "io/IClassWriter.h"
 #include "nodes/BaseRenderNode.h"
-#include <zr/exceptions.h>
-#include <zrvfs/WholeFile.h>
 
 namespace model
 {
@@ -27,11 +21,6 @@ RootNode::~RootNode()
     renderNodes.clear();
     connectors.clear();
     rootTransform.release();
-}
-
-void RootNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
 }
 
 void RootNode::addRenderNode(ObjectPtr<BaseNode> node)
@@ -157,15 +146,5 @@ int RootNode::getMaterialIndex(const PropertiesSet* material) const
 u32 RootNode::calcNumHandles() const
 {
     return model::calcNumHandles(*this);
-}
-
-void RootNode::writeToFile(const char* path, u16 fileVersion)
-{
-    const auto writer = createClassWriter(fileVersion);
-    if (!writer) ZR_RAISE(zr::string("Unsupported version ") + fmt::format_int(fileVersion).c_str());
-    ByteBuffer bytes;
-    writer->write(this, bytes);
-    if (!zrvfs::writeWholeFile(path, bytes.data(), bytes.size(), false))
-        ZR_RAISE(zr::string("Can't write to file ") + path);
 }
 } // namespace model

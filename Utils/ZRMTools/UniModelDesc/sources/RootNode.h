@@ -13,7 +13,7 @@ namespace model
 ///
 /// The tree's links are strong references in both directions; the root's destructor cuts them, so that the tree ends
 /// with its root except for the nodes that somebody else still holds.
-class RootNode final : public BaseNode
+class RootNode final : public NodeClass<RootNode, BaseNode>
 {
 public:
     using List = zr::vector<ObjectPtr<BaseNode>>;
@@ -22,9 +22,6 @@ public:
 
     RootNode();
     ~RootNode() override;
-
-    u32 getType() const override { return kRootNode; }
-    void accept(INodeVisitor& visitor) const override;
 
     u64 getNumControlNodes() const override { return 0; }
     ObjectPtr<Node> getControlNode(u64) const override { return nullptr; }
@@ -59,7 +56,8 @@ public:
     /// The largest argument handle in use plus one; 0 when none is used.
     u32 calcNumHandles() const;
 
-    /// Writes the model as it stands. The file is touched only when all its bytes are ready.
+    /// Settles what a file needs settled (`prepareForWriting`) and writes the model. The file is touched only when all
+    /// its bytes are ready. Defined with the finishing of a model, which knows the writers.
     /// @throws zr::ExtException "Unsupported version %d", "Can't write to file " and the path, or what a record raises.
     void writeToFile(const char* path, u16 fileVersion);
 

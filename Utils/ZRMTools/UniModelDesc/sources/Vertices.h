@@ -3,7 +3,7 @@
 #include <map>
 
 #include "base/types.h"
-#include "materials/PropertiesSet.h"
+#include "materials/VertexFormat.h"
 #include "mesh/Semantics.h"
 #include <zr/containers.h>
 

@@ -61,13 +61,13 @@ void Transform::setMatrix(const Columns& matrix)
 Lod::Lod(const zr::string& name, const std::vector<f32>& distances)
     : Node(name, model::create<model::LodNode>("model::LodNode"))
 {
-    zr::vector<std::pair<f64, f64>> levels;
+    zr::vector<model::LodLevel> levels;
     levels.reserve(distances.size());
     f64 near = 0.0;
     for (const f64 distance : distances)
     {
         const f64 far = distance * distance;
-        levels.emplace_back(near, far);
+        levels.push_back({near, far});
         near = far;
     }
     nodeAs<model::LodNode>().setLevels(std::move(levels));
@@ -98,14 +98,14 @@ void VisibilityNode::setArguments(const ArgumentKeys<f32>& arguments)
     nodeAs<model::ArgVisibilityNode>().setArguments(std::move(list));
 }
 
-zr::vector<std::pair<f64, f64>> keysToRanges(const KeyList<f32>& keys)
+zr::vector<model::VisibilityRange> keysToRanges(const KeyList<f32>& keys)
 {
     // A value of 1 has to lie inside of a range that is open at its end.
     constexpr f64 kEnd = 1.0001;
-    zr::vector<std::pair<f64, f64>> ranges;
+    zr::vector<model::VisibilityRange> ranges;
     if (keys.size() == 1)
     {
-        if (std::get<1>(keys[0]) >= 0.5f) ranges.emplace_back(-1.0, 1.0);
+        if (std::get<1>(keys[0]) >= 0.5f) ranges.push_back({-1.0, 1.0});
         return ranges;
     }
     bool visible = false;
@@ -119,11 +119,11 @@ zr::vector<std::pair<f64, f64>> keysToRanges(const KeyList<f32>& keys)
         }
         else if (visible && state < 0.5f)
         {
-            ranges.emplace_back(start, value);
+            ranges.push_back({start, value});
             visible = false;
         }
     }
-    if (visible && start < kEnd) ranges.emplace_back(start, kEnd);
+    if (visible && start < kEnd) ranges.push_back({start, kEnd});
     return ranges;
 }
 

@@ -16,7 +16,7 @@ void SegmentsNode::set(const std::vector<std::tuple<Float3, Float3>>& segments)
     list.clear();
     list.reserve(segments.size());
     for (const auto& [start, end] : segments)
-        list.emplace_back(toVec3f(start), toVec3f(end));
+        list.push_back({toVec3f(start), toVec3f(end)});
 }
 
 ShellNode::ShellNode(const zr::string& name) : node(model::create<model::ShellNode>("model::ShellNode"))

@@ -100,5 +100,5 @@ public:
 };
 
 /// The ranges in which an argument's keys (value, state) say visible.
-zr::vector<std::pair<f64, f64>> keysToRanges(const KeyList<f32>& keys);
+zr::vector<model::VisibilityRange> keysToRanges(const KeyList<f32>& keys);
 } // namespace pyzrm

@@ -36,9 +36,16 @@ public:
 class ObjectRegistry
 {
 public:
-    ObjectRegistry();
+    ObjectRegistry() = default;
     ObjectRegistry(const ObjectRegistry&) = delete;
     ObjectRegistry& operator=(const ObjectRegistry&) = delete;
+
+    /// Lets objects of the class be made by the name. Only before the first object is made.
+    template <class T>
+    void reg(const char* className = T::kClassName)
+    {
+        factories[className] = std::make_unique<regClass<T>>();
+    }
 
     /// A new object of the class; null when the name (or a null pointer) is not registered.
     ObjectPtr<IObject> create(const char* className);
@@ -53,8 +60,6 @@ public:
     void shutDown();
 
 private:
-    template <class T>
-    void reg(const char* className);
     const IregClass* find(const char* className) const;
     ObjectPtr<IObject> take(IObject* object);
 
@@ -68,9 +73,12 @@ private:
 /// end of the process.
 ObjectRegistry& getObjectRegistry();
 
+/// Registers every class of the model; defined above all of them, where they are known.
+void registerClasses(ObjectRegistry& registry);
+
 /// Creates an object by its class name, as a `T`; null when the name is not registered or names another class.
 template <class T>
-ObjectPtr<T> create(const char* className)
+ObjectPtr<T> create(const char* className = T::kClassName)
 {
     return cast<T>(getObjectRegistry().create(className));
 }

@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "materials/PropertyList.h"
+#include "materials/VertexFormat.h"
 #include <zr/array.h>
 
 namespace model
@@ -35,10 +36,29 @@ struct TextureSlot
 
 constexpr std::size_t kNumTextures = 19;
 constexpr std::size_t kNumChannels = 13;
-constexpr std::size_t kNumSemantics = 27;
+/// What a texture slot holds. A deck uses some of them for other maps, under the names at their end.
+enum TextureNumber : u32
+{
+    kAlbedoTexture = 0, ///< also a deck's tiled base map and a mirror's texture
+    kNormalTexture = 1, ///< also a deck's tiled normal map
+    kTiledAormsTexture = 2,
+    kDecalTexture = 3, ///< also a deck's base map
+    kDeckAormsTexture = 4,
+    kDamageAlbedoTexture = 5, ///< also a deck's rain mask
+    kDeckDamageMaskTexture = 6,
+    kDeckDamageTexture = 7,
+    kEmissiveTexture = 8,
+    kAmbientOcclusionTexture = 9, ///< also a deck's RGBA damage mask
+    kDamageNormalTexture = 10,
+    kAormsTexture = 13,
+    kGlassFilterTexture = 14,
+    kDamageMaskTexture = 15,
+    kFlirTexture = 16,
+    kDamageMaskRgbaTexture = 18,
+};
 
-/// The number of floats of each vertex attribute.
-using VertexFormat = zr::array<u8, kNumSemantics>;
+/// The texture coordinate set of each map kind; -1 none.
+using TextureChannels = zr::array<i32, kNumChannels>;
 
 class BaseMaterial : public zr::Shared
 {
@@ -64,7 +84,7 @@ public:
     TextureSlot& getTexture(std::size_t index) { return textures[index]; }
     const TextureSlot& getTexture(std::size_t index) const { return textures[index]; }
     const VertexFormat& getVertexFormat() const { return vertexFormat; }
-    const zr::array<i32, kNumChannels>& getChannels() const { return channels; }
+    const TextureChannels& getChannels() const { return channels; }
 
     /// Null stores the empty string, here and for the material name.
     void setName(const char* text);
@@ -88,10 +108,10 @@ public:
 
     /// 0 asks for back faces to be built at save.
     u8 singleSided = 1;
+    /// By `TextureNumber`.
     zr::array<TextureSlot, kNumTextures> textures;
     VertexFormat vertexFormat;
-    /// The texture coordinate set of each map kind; -1 none.
-    zr::array<i32, kNumChannels> channels;
+    TextureChannels channels;
     zr::string materialName;
     u8 decalId = 0;
     u8 billboard = 0;

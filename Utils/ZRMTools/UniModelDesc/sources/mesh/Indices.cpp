@@ -41,16 +41,16 @@ u32 Indices::getPrimitiveCount() const
     const auto less = [count](u32 dropped) { return count > dropped ? count - dropped : 0; };
     switch (primitiveType)
     {
-    case 0:
+    case kPoints:
         return count;
-    case 1:
+    case kLines:
         return count / 2;
-    case 2:
+    case kLineStrip:
         return less(1);
-    case 5:
+    case kTriangles:
         return count / 3;
-    case 6:
-    case 7:
+    case kTriangleStrip:
+    case kTriangleFan:
         return less(2);
     default:
         return 0;

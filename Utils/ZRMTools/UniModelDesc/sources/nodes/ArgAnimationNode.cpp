@@ -2,15 +2,8 @@
 
 #include <algorithm>
 
-#include "base/INodeVisitor.h"
-
 namespace model
 {
-void ArgAnimationNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
 u32 ArgAnimationNode::getKind() const
 {
     if (getType() != kArgAnimationNode) return getType();
@@ -29,13 +22,6 @@ void ArgAnimationNode::takeMatrix(f64* out, const f64* m, bool)
 
 namespace
 {
-template <class Channel>
-void reportChannels(const zr::vector<Channel>& channels, const std::function<void(u32)>& function)
-{
-    for (const Channel& channel : channels)
-        if (channel.argument != kNoArgument) function(channel.argument);
-}
-
 template <class Channel>
 bool areEmpty(const zr::vector<Channel>& channels)
 {
@@ -61,9 +47,9 @@ void scaleAlong(matrixd& scale, const vec4d& axes, const vec3d& factors)
 void ArgAnimationNode::forEachArgument(const std::function<void(u32)>& function) const
 {
     Node::forEachArgument(function);
-    reportChannels(positionChannels, function);
-    reportChannels(rotationChannels, function);
-    reportChannels(scaleChannels, function);
+    reportArguments(positionChannels, function);
+    reportArguments(rotationChannels, function);
+    reportArguments(scaleChannels, function);
 }
 
 bool ArgAnimationNode::hasNoKeys() const

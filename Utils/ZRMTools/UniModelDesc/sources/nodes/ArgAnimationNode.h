@@ -28,7 +28,7 @@ struct ScaleChannel
 
 /// A node that animation arguments move. A point goes through the scale, then the rotation, then the translation, then
 /// the inherited matrix, which is the base of the animation.
-class ArgAnimationNode : public TransformNode
+class ArgAnimationNode : public NodeClass<ArgAnimationNode, TransformNode>
 {
 public:
     zr::vector<PositionChannel> positionChannels;
@@ -53,9 +53,6 @@ public:
     const vec4d& getBaseRotation() const { return baseRotation; }
     const vec4d& getBaseScaleRotation() const { return baseScaleRotation; }
     const vec3d& getBaseScale() const { return baseScale; }
-
-    u32 getType() const override { return kArgAnimationNode; }
-    void accept(INodeVisitor& visitor) const override;
 
     /// The name in files goes by the channel lists that are not empty.
     u32 getKind() const override;

@@ -3,43 +3,34 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/INodeVisitor.h"
-
 namespace model
 {
 namespace
 {
-using Range = std::pair<f64, f64>;
-
 /// By start; NaN stands behind every number.
-bool startsBefore(const Range& a, const Range& b)
+bool startsBefore(const VisibilityRange& a, const VisibilityRange& b)
 {
-    return a.first < b.first || (std::isnan(b.first) && !std::isnan(a.first));
+    return a.start < b.start || (std::isnan(b.start) && !std::isnan(a.start));
 }
 
 /// Puts the ranges in order and joins those that overlap.
-void clean(zr::vector<Range>& ranges)
+void clean(zr::vector<VisibilityRange>& ranges)
 {
-    for (Range& range : ranges)
-        if (range.first > range.second) std::swap(range.first, range.second);
+    for (VisibilityRange& range : ranges)
+        if (range.start > range.end) std::swap(range.start, range.end);
     std::stable_sort(ranges.begin(), ranges.end(), startsBefore);
 
     std::size_t current = 0;
     for (std::size_t i = 1; i < ranges.size(); ++i)
     {
-        if (ranges[current].second > ranges[i].first)
-            ranges[current].second = std::max(ranges[current].second, ranges[i].second);
+        if (ranges[current].end > ranges[i].start)
+            ranges[current].end = std::max(ranges[current].end, ranges[i].end);
         else
             ranges[++current] = ranges[i];
     }
     ranges.resize(current + 1);
 }
 } // namespace
-
-void ArgVisibilityNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
 
 void ArgVisibilityNode::setArguments(zr::vector<VisibilityArgument> list)
 {
@@ -60,8 +51,7 @@ bool ArgVisibilityNode::hasNoRanges() const
 void ArgVisibilityNode::forEachArgument(const std::function<void(u32)>& function) const
 {
     Node::forEachArgument(function);
-    for (const VisibilityArgument& entry : arguments)
-        if (entry.argument != kNoArgument) function(entry.argument);
+    reportArguments(arguments, function);
 }
 
 bool ArgVisibilityNode::isOwnVisible(const IModelArguments& values) const
@@ -71,8 +61,8 @@ bool ArgVisibilityNode::isOwnVisible(const IModelArguments& values) const
                        {
                            const f64 value = static_cast<f64>(values.get(entry.argument));
                            return std::any_of(entry.ranges.begin(), entry.ranges.end(),
-                                              [value](const Range& range)
-                                              { return value >= range.first && value < range.second; });
+                                              [value](const VisibilityRange& range)
+                                              { return value >= range.start && value < range.end; });
                        });
 }
 } // namespace model

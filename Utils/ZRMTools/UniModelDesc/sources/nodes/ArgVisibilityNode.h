@@ -1,20 +1,25 @@
 #pragma once
 
-#include <utility>
-
 #include "nodes/Node.h"
 
 namespace model
 {
-/// Ranges of an argument's value, each from its first number up to but not including its second.
+/// Values from `start` up to but not including `end`.
+struct VisibilityRange
+{
+    f64 start = 0.0;
+    f64 end = 0.0;
+};
+
+/// The ranges of one argument's value.
 struct VisibilityArgument
 {
     u32 argument = kNoArgument;
-    zr::vector<std::pair<f64, f64>> ranges;
+    zr::vector<VisibilityRange> ranges;
 };
 
 /// What hangs below is visible while each argument lies in one of its ranges.
-class ArgVisibilityNode final : public Node
+class ArgVisibilityNode final : public NodeClass<ArgVisibilityNode, Node>
 {
 public:
     zr::vector<VisibilityArgument> arguments;
@@ -25,9 +30,6 @@ public:
     const zr::vector<VisibilityArgument>& getArguments() const { return arguments; }
     /// No entry has a range.
     bool hasNoRanges() const;
-
-    u32 getType() const override { return kArgVisibilityNode; }
-    void accept(INodeVisitor& visitor) const override;
 
     void forEachArgument(const std::function<void(u32)>& function) const override;
     bool isVisibilityNode() const override { return true; }

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <functional>
-
-#include "base/INode.h"
-#include "materials/PropertyList.h"
+#include "nodes/NamedNode.h"
 
 namespace model
 {
@@ -12,31 +9,22 @@ class RootNode;
 
 /// A thing that hangs on the tree and lies in one of the root's lists. It points to the tree through its control
 /// nodes; the tree does not point to it.
-class BaseNode : public INode
+class BaseNode : public NamedNode
 {
 public:
     /// The root whose list took this node; not counted.
     RootNode* root = nullptr;
-    /// When it is not 0, the file holds it as the property "__VERSION__".
+    /// Says which optional fields the record has. When it is not 0, the file holds it as the property "__VERSION__".
     u32 version = 0;
-    zr::string name;
-    PropertyList properties;
 
-    const zr::string& getName() const { return name; }
-    /// Null stores the empty string.
-    void setName(const char* text);
     u32 getVersion() const { return version; }
     void setVersion(u32 value) { version = value; }
-    PropertyList& getProperties() { return properties; }
-    const PropertyList& getProperties() const { return properties; }
 
     virtual u64 getNumControlNodes() const = 0;
     virtual ObjectPtr<Node> getControlNode(u64 index) const = 0;
     virtual void setControlNode(u64 index, ObjectPtr<Node> node) = 0;
-    /// Transforms the data that hangs on a control node; false when the data can't take a matrix.
-    virtual bool applyMatrix(u32 index, const f64* m);
-    /// Calls the function with each argument that this node names (not `kNoArgument`), repeats included.
-    virtual void forEachArgument(const std::function<void(u32)>& function) const;
+    /// Transforms the data that hangs on a control node by 16 values; false when the data can't take a matrix.
+    virtual bool applyMatrix(u32, const f64*) { return false; }
 
 private:
     friend class RootNode;

@@ -4,8 +4,8 @@
 
 namespace model
 {
-/// A node that turns to the camera.
-class BillboardNode final : public TransformNode
+/// A node that turns to the camera. Its version, 1, is a property of its own from the start.
+class BillboardNode final : public NodeClass<BillboardNode, TransformNode>
 {
 public:
     BillboardNode() { setVersion(1); }
@@ -13,9 +13,6 @@ public:
     u32 mode = 0;
     u32 axisMode = 0;
     vec3d axis;
-
-    u32 getType() const override { return kBillboardNode; }
-    void accept(INodeVisitor& visitor) const override;
 
     int transformMoveRule() const override { return 1; }
     void applyMatrix(const f64*) override {}

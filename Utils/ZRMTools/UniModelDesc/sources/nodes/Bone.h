@@ -20,42 +20,42 @@ public:
     virtual const f64* getBoneMatrix() const = 0;
 };
 
-class Bone final : public TransformNode, public IBone
+/// What both bones have: the inverted matrix of the rest pose, and that no matrix from above passes or enters them.
+template <class Class, class Base>
+class BoneNode : public NodeClass<Class, Base>, public IBone
 {
 public:
     matrixd invertedBaseBoneMatrix;
 
-    u32 getType() const override { return kBone; }
-    void accept(INodeVisitor& visitor) const override;
-
     int transformMoveRule() const override { return 1; }
     void applyMatrix(const f64*) override {}
-    /// A bone always keeps the product.
-    void takeMatrix(f64* out, const f64* m, bool) override { keepMatrix(out, m); }
 
-    void setInvertedBaseBoneMatrix(const f64* m) override;
+    void setInvertedBaseBoneMatrix(const f64* m) override
+    {
+        for (int i = 0; i < 16; ++i)
+            invertedBaseBoneMatrix.m[i] = m[i];
+    }
     const f64* getInvertedBaseBoneMatrix() const override { return invertedBaseBoneMatrix.m; }
     const Node* getNode() const override { return this; }
     Node* getNode() override { return this; }
+};
+
+class Bone final : public BoneNode<Bone, TransformNode>
+{
+public:
+    /// A bone always keeps the product.
+    void takeMatrix(f64* out, const f64* m, bool) override { keepMatrix(out, m); }
     const f64* getBoneMatrix() const override { return matrix.m; }
 };
 
-class ArgAnimatedBone final : public ArgAnimationNode, public IBone
+class ArgAnimatedBone final : public BoneNode<ArgAnimatedBone, ArgAnimationNode>
 {
 public:
-    matrixd invertedBaseBoneMatrix;
-
-    u32 getType() const override { return kArgAnimatedBone; }
-    void accept(INodeVisitor& visitor) const override;
-
-    int transformMoveRule() const override { return 1; }
-    void applyMatrix(const f64*) override {}
-
-    void setInvertedBaseBoneMatrix(const f64* m) override;
-    const f64* getInvertedBaseBoneMatrix() const override { return invertedBaseBoneMatrix.m; }
-    const Node* getNode() const override { return this; }
-    Node* getNode() override { return this; }
     /// Always the identity.
-    const f64* getBoneMatrix() const override;
+    const f64* getBoneMatrix() const override
+    {
+        static constexpr matrixd identity;
+        return identity.m;
+    }
 };
 } // namespace model

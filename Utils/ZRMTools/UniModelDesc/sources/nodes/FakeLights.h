@@ -1,43 +1,100 @@
 #pragma once
 
-#include "nodes/FakeOmniLights.h"
+#include "nodes/BaseRenderNode.h"
 
 /// What omni and spot lights share.
 namespace model
 {
+/// One light sprite; all that an omni light is.
+struct FakeOmniLight
+{
+    vec3d position;
+    vec2f uvMin;
+    vec2f uvMax;
+    f32 size = 0.0f;
+    /// The entry of `controls` that moves this light.
+    u32 controlIndex = 0;
+};
+
 /// Moves the light as a projective point.
-inline void moveLight(FakeOmniLight& light, const f64* m)
-{
-    const vec3d p = light.position;
-    const auto column = [&](int c) { return p.x * m[c] + p.y * m[4 + c] + p.z * m[8 + c] + m[12 + c]; };
-    const f64 w = column(3);
-    light.position = {column(0) / w, column(1) / w, column(2) / w};
-}
-
+void moveLight(FakeOmniLight& light, const f64* m);
 /// Widens the box by the cube of the light's size around its position.
-inline void extendByLight(Box& box, const FakeOmniLight& light)
+void extendByLight(Box& box, const FakeOmniLight& light);
+
+/// The node of an entry of `controls`.
+inline ObjectPtr<Node>& nodeOf(ObjectPtr<Node>& control)
 {
-    const f64 half = static_cast<f64>(light.size) / 2.0;
-    const vec3d& p = light.position;
-    for (const f64 offset : {-half, half})
-        box.extend(static_cast<f32>(p.x + offset), static_cast<f32>(p.y + offset), static_cast<f32>(p.z + offset));
+    return control;
+}
+inline const ObjectPtr<Node>& nodeOf(const ObjectPtr<Node>& control)
+{
+    return control;
 }
 
-template <class Lights>
-Box boxOfLights(const Lights& lights, u32 controlIndex)
+/// A set of light sprites of type `Light` on control nodes, each held in a `Control`. A light whose `controlIndex` is
+/// beyond `controls` belongs to no box and is never moved.
+template <class Class, class Light, class Control>
+class FakeLightsNode : public NodeClass<Class, BaseRenderNode>
 {
-    Box box;
-    for (const auto& light : lights)
-        if (light.controlIndex == controlIndex) extendByLight(box, light);
-    return box;
-}
+public:
+    FakeLightsNode() : controls(1) {}
 
-template <class Lights>
-zr::vector<Box> boxesOfLights(const Lights& lights, std::size_t count)
+    u64 getNumControlNodes() const override { return controls.size(); }
+    ObjectPtr<Node> getControlNode(u64 index) const override { return nodeOf(zr::at(controls, index)); }
+    void setControlNode(u64 index, ObjectPtr<Node> node) override { nodeOf(zr::at(controls, index)) = std::move(node); }
+
+    /// Lights have no damage argument.
+    void setArgument(u32, u32) override {}
+    u32 getArgument(u32) const override { return kNoArgument; }
+    u32 getPrimitiveCount() const override { return static_cast<u32>(2 * lights.size()); }
+
+    Box getBoundingBox(u32 index) const override
+    {
+        Box box;
+        for (const Light& light : lights)
+            if (light.controlIndex == index) extendByLight(box, light);
+        return box;
+    }
+    zr::vector<Box> getBoundingBoxes() const override
+    {
+        zr::vector<Box> boxes(controls.size());
+        for (const Light& light : lights)
+            if (light.controlIndex < boxes.size()) extendByLight(boxes[light.controlIndex], light);
+        return boxes;
+    }
+
+    zr::vector<Light>& getLights() { return lights; }
+    const zr::vector<Light>& getLights() const { return lights; }
+    /// Replaces the lights; exactly one entry of `controls` remains.
+    void setLights(zr::vector<Light> list)
+    {
+        lights = std::move(list);
+        controls.resize(1);
+    }
+
+    zr::vector<Control> controls;
+    zr::vector<Light> lights;
+};
+
+/// The samples of one light over its argument from 0 to 1.
+constexpr u32 kSamplesPerLight = 128;
+
+/// Lights whose brightness an argument drives.
+template <class Class, class Lights>
+class AnimatedLightsNode : public NodeClass<Class, Lights>
 {
-    zr::vector<Box> boxes(count);
-    for (const auto& light : lights)
-        if (light.controlIndex < count) extendByLight(boxes[light.controlIndex], light);
-    return boxes;
-}
+public:
+    void forEachArgument(const std::function<void(u32)>& function) const override
+    {
+        Lights::forEachArgument(function);
+        if (argument != kNoArgument) function(argument);
+    }
+
+    void setAnimationArgument(u32 value) { argument = value; }
+    void setSamples(zr::vector<f32> list) { samples = std::move(list); }
+
+    u32 argument = kNoArgument;
+    /// `kSamplesPerLight` for each light, light after light; checked at writing.
+    zr::vector<f32> samples;
+};
 } // namespace model

@@ -2,10 +2,7 @@
 
 #include <cmath>
 
-#include "base/INodeVisitor.h"
-#include "nodes/FakeLights.h"
 #include <zr/checked.h>
-
 namespace model
 {
 namespace
@@ -26,16 +23,6 @@ vec3f turned(const vec3f& direction, const f64* m)
 }
 } // namespace
 
-FakeSpotLightsNode::FakeSpotLightsNode() : controls(1)
-{
-    version = 1;
-}
-
-void FakeSpotLightsNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
 bool FakeSpotLightsNode::applyMatrix(u32 index, const f64* m)
 {
     for (std::size_t i = 0; i < lights.size(); ++i)
@@ -51,38 +38,11 @@ bool FakeSpotLightsNode::applyMatrix(u32 index, const f64* m)
     return true;
 }
 
-Box FakeSpotLightsNode::getBoundingBox(u32 index) const
-{
-    return boxOfLights(lights, index);
-}
-
-zr::vector<Box> FakeSpotLightsNode::getBoundingBoxes() const
-{
-    return boxesOfLights(lights, controls.size());
-}
-
-void FakeSpotLightsNode::setLights(zr::vector<FakeSpotLight> list)
-{
-    lights = std::move(list);
-    controls.resize(1);
-}
-
 bool FakeSpotLightsNode::setDirections(zr::vector<vec3f> list)
 {
     directions = std::move(list);
     if (directions.empty()) return false;
-    version = 2;
+    version = kDirectionsVersion;
     return true;
-}
-
-void AnimatedFakeSpotLightsNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
-void AnimatedFakeSpotLightsNode::forEachArgument(const std::function<void(u32)>& function) const
-{
-    FakeSpotLightsNode::forEachArgument(function);
-    if (argument != kNoArgument) function(argument);
 }
 } // namespace model

@@ -1,6 +1,5 @@
 #include "nodes/LightNode.h"
 
-#include "base/INodeVisitor.h"
 #include "base/ObjectRegistry.h"
 
 namespace model
@@ -9,7 +8,7 @@ namespace
 {
 PropertyPtr makeFloat(const char* name, f32 value)
 {
-    const auto property = create<FloatProperty>("model::Property<float>");
+    const auto property = create<FloatProperty>();
     property->setName(name);
     property->setValue(value);
     return property;
@@ -17,7 +16,7 @@ PropertyPtr makeFloat(const char* name, f32 value)
 
 PropertyPtr makeColor()
 {
-    const auto property = create<Vec3fProperty>("model::Property<osg::Vec3f>");
+    const auto property = create<Vec3fProperty>();
     property->setName("color");
     return property;
 }
@@ -38,22 +37,17 @@ LightNode::LightNode()
     version = 2;
 }
 
-void LightNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
 void LightNode::forEachArgument(const std::function<void(u32)>& function) const
 {
     BaseNode::forEachArgument(function);
-    for (const PropertyPtr* property : {&color, &brightness, &phi, &theta, &distance, &specularAmount, &softness})
+    for (const PropertyPtr* property : getLightProperties())
         reportArgument(property->get(), function);
 }
 
 void LightNode::setVolumeType(u32 type)
 {
     volumeType = type;
-    if (type != 4) version = 3;
+    if (type != 4) version = kVolumeVersion;
 }
 
 void LightNode::set(PropertyPtr& field, const PropertyPtr& property)
@@ -66,6 +60,6 @@ void LightNode::setVolume(PropertyPtr& field, const PropertyPtr& property, f32 d
     const auto* given = dynamic_cast<const FloatProperty*>(property.get());
     if (!given || given->getValue() == defaultValue) return;
     field = property;
-    version = 3;
+    version = kVolumeVersion;
 }
 } // namespace model

@@ -1,32 +1,31 @@
 #pragma once
 
+#include <array>
+
 #include "materials/PropertiesSet.h"
-#include "nodes/BaseNode.h"
-#include "nodes/Node.h"
+#include "nodes/SingleControlNode.h"
 
 namespace model
 {
+/// The version from which a light's record has the volume settings.
+constexpr u32 kVolumeVersion = 3;
+
 /// A real light. Version 2, or 3 once a volume setting other than the default was given.
 ///
-/// The properties are never null: a setter ignores a null object.
-class LightNode final : public BaseNode
+/// The properties are never null: a setter ignores a null object. They are shared with whoever gave them.
+class LightNode final : public NodeClass<LightNode, SingleControlNode>
 {
 public:
     LightNode();
 
-    u32 getType() const override { return kLightNode; }
-    void accept(INodeVisitor& visitor) const override;
-
-    u64 getNumControlNodes() const override { return 1; }
-    ObjectPtr<Node> getControlNode(u64) const override { return control; }
-    void setControlNode(u64, ObjectPtr<Node> node) override { control = std::move(node); }
-    /// The node's properties, then color to softness; the volume settings aren't reported.
+    /// The node's properties, then `getLightProperties`; the volume settings aren't reported.
     void forEachArgument(const std::function<void(u32)>& function) const override;
 
     /// Only a `FloatProperty` whose value differs from the default is taken; anything else changes nothing.
     void setVolumeRadiusFactor(const PropertyPtr& property) { setVolume(radiusFactor, property, 0.0f); }
     void setVolumeDensityFactor(const PropertyPtr& property) { setVolume(densityFactor, property, 1.0f); }
     void setVolumeNearDistance(const PropertyPtr& property) { setVolume(nearDistance, property, 0.0f); }
+    /// 4 is the default; any other type makes the light version 3.
     void setVolumeType(u32 type);
 
     void setColor(const PropertyPtr& property) { set(color, property); }
@@ -39,7 +38,16 @@ public:
     TextureSlot& getTexture() { return texture; }
     const TextureSlot& getTexture() const { return texture; }
 
-    ObjectPtr<Node> control;
+    /// What every light has, and what a light of version 3 has besides, in the order of the record.
+    std::array<const PropertyPtr*, 7> getLightProperties() const
+    {
+        return {&color, &brightness, &phi, &theta, &distance, &specularAmount, &softness};
+    }
+    std::array<const PropertyPtr*, 3> getVolumeProperties() const
+    {
+        return {&radiusFactor, &densityFactor, &nearDistance};
+    }
+
     PropertyPtr radiusFactor;
     PropertyPtr densityFactor;
     PropertyPtr nearDistance;

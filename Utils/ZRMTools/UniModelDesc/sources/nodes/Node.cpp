@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/INodeVisitor.h"
 #include "base/ObjectRegistry.h"
 
 namespace model
@@ -10,16 +9,6 @@ namespace model
 namespace
 {
 constexpr const char* kVersionName = "__VERSION__";
-}
-
-void Node::setName(const char* text)
-{
-    name = text ? text : "";
-}
-
-void Node::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
 }
 
 u32 Node::getVersion() const
@@ -31,7 +20,7 @@ u32 Node::getVersion() const
 void Node::setVersion(u32 version)
 {
     if (getVersion() == version) return;
-    const auto property = create<UIntProperty>("model::Property<unsigned int>");
+    const auto property = create<UIntProperty>();
     if (!property) return;
     property->setName(kVersionName);
     property->setValue(version);
@@ -53,10 +42,5 @@ void Node::evalVisibility(const IModelArguments& arguments, bool* visible) const
 void Node::takeMatrix(f64* out, const f64* m, bool)
 {
     std::copy(m, m + 16, out);
-}
-
-void Node::forEachArgument(const std::function<void(u32)>& function) const
-{
-    model::forEachArgument(properties, function);
 }
 } // namespace model

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <functional>
-
 #include "base/IModelArguments.h"
-#include "base/INode.h"
-#include "materials/PropertyList.h"
+#include "nodes/NamedNode.h"
 #include <zr/EmTree.h>
 
 namespace model
@@ -26,25 +23,15 @@ public:
 
 /// A node of the tree. The links are strong references in all directions: a tree ends only when its links are cut.
 /// The walks use no recursion, so a tree may be as deep as memory allows.
-class Node : public zr::EmTree<Node, zr::EmTreePtrStorage<Node, IObjectDeleter>>, public OptimizerTrait, public INode
+class Node : public zr::EmTree<Node, zr::EmTreePtrStorage<Node, IObjectDeleter>>,
+             public OptimizerTrait,
+             public NodeClass<Node, NamedNode>
 {
 public:
-    zr::string name;
-    PropertyList properties;
-
-    const zr::string& getName() const { return name; }
-    /// Null stores the empty string.
-    void setName(const char* text);
-    PropertyList& getProperties() { return properties; }
-    const PropertyList& getProperties() const { return properties; }
-
     /// The value of the property "__VERSION__"; 0 when there is none.
     u32 getVersion() const;
     /// Stores a new property "__VERSION__" when the value differs from the present one.
     void setVersion(u32 version);
-
-    u32 getType() const override { return kNode; }
-    void accept(INodeVisitor& visitor) const override;
 
     int transformMoveRule() const override { return 2; }
     void applyMatrix(const f64*) override {}
@@ -58,8 +45,6 @@ public:
     void evalVisibility(const IModelArguments& arguments, bool* visible) const;
     /// Takes in a matrix that comes down from the parent and gives in `out` the one that its children take in turn.
     virtual void takeMatrix(f64* out, const f64* m, bool clear);
-    /// Calls the function with each argument that this node names (not `kNoArgument`), repeats included.
-    virtual void forEachArgument(const std::function<void(u32)>& function) const;
     virtual bool isVisibilityNode() const { return false; }
 
 protected:

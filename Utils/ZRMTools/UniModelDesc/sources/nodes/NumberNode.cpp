@@ -1,14 +1,7 @@
 #include "nodes/NumberNode.h"
 
-#include "base/INodeVisitor.h"
-
 namespace model
 {
-void NumberNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
 void NumberNode::forEachArgument(const std::function<void(u32)>& function) const
 {
     RenderNode::forEachArgument(function);

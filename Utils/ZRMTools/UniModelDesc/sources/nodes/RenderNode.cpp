@@ -1,19 +1,11 @@
 #include "nodes/RenderNode.h"
 
-#include "base/INodeVisitor.h"
-
 namespace model
 {
-void RenderNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
 void RenderNode::forEachArgument(const std::function<void(u32)>& function) const
 {
     BaseRenderNode::forEachArgument(function);
-    for (const ParentEntry& entry : parents)
-        if (entry.argument != kNoArgument) function(entry.argument);
+    reportArguments(parents, function);
 }
 
 void RenderNode::setGeometry(Vertices newVertices, Indices newIndices)

@@ -5,10 +5,6 @@
 
 namespace model
 {
-/// The most transparent pivots that a file can hold; more are refused at writing.
-constexpr std::size_t kMaxPivots = 6;
-using Pivots = zr::small_vector<vec3f, kMaxPivots>;
-
 /// One node that a mesh hangs on, and the damage argument of the part that hangs there.
 struct ParentEntry
 {
@@ -22,13 +18,10 @@ using ParentEntries = zr::vector<ParentEntry>;
 
 /// A mesh on one or, merged, on several nodes: POSITION0's fourth float says to which entry of `parents` a vertex
 /// belongs.
-class RenderNode : public BaseMeshRenderNode
+class RenderNode : public NodeClass<RenderNode, BaseMeshRenderNode>
 {
 public:
     RenderNode() : parents(1) {}
-
-    u32 getType() const override { return kRenderNode; }
-    void accept(INodeVisitor& visitor) const override;
 
     u64 getNumControlNodes() const override { return parents.size(); }
     ObjectPtr<Node> getControlNode(u64 index) const override { return zr::at(parents, index).parent; }
@@ -46,10 +39,8 @@ public:
 
     /// 1 marks a water mask. A value other than 0 makes the node version 1.
     void setPurpose(u32 value);
-    void addPivot(const vec3f& pivot) { pivots.push_back(pivot); }
 
     ParentEntries parents;
     u32 purpose = 0;
-    Pivots pivots;
 };
 } // namespace model

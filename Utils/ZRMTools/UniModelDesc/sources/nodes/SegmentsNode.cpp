@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/INodeVisitor.h"
-
 namespace model
 {
 namespace
@@ -25,17 +23,12 @@ bool agrees(f32 a, f32 b)
 }
 } // namespace
 
-void SegmentsNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
 bool SegmentsNode::applyMatrix(u32, const f64* m)
 {
     for (Segment& segment : segments)
     {
-        movePoint(segment.first, m);
-        movePoint(segment.second, m);
+        movePoint(segment.start, m);
+        movePoint(segment.end, m);
     }
     return true;
 }
@@ -44,8 +37,8 @@ Box SegmentsNode::getBoundingBox() const
 {
     Box box;
     for (const Segment& segment : segments)
-        for (const vec3f& end : {segment.first, segment.second})
-            box.extend(end.x(), end.y(), end.z());
+        for (const vec3f& point : {segment.start, segment.end})
+            box.extend(point.x(), point.y(), point.z());
     return box;
 }
 

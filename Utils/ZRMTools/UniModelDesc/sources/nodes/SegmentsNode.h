@@ -4,15 +4,16 @@
 
 namespace model
 {
-/// A line segment, from start to end.
-using Segment = std::pair<vec3f, vec3f>;
+struct Segment
+{
+    vec3f start;
+    vec3f end;
+};
 
 /// Line segments for collision tests.
-class SegmentsNode final : public BaseShellNode
+class SegmentsNode final : public NodeClass<SegmentsNode, BaseShellNode>
 {
 public:
-    u32 getType() const override { return kSegmentsNode; }
-    void accept(INodeVisitor& visitor) const override;
     /// Moves both ends of every segment; the index plays no part.
     bool applyMatrix(u32 index, const f64* m) override;
 

@@ -1,22 +1,16 @@
 #include "nodes/ShellNode.h"
 
-#include "base/INodeVisitor.h"
 #include "mesh/MeshUtils.h"
 
 namespace model
 {
-void ShellNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
 bool ShellNode::applyMatrix(u32, const f64* m)
 {
     vertices.applyMatrix(m, 0);
     return true;
 }
 
-u32 ShellNode::removeDegenerates()
+u32 MeshShellNode::removeDegenerates()
 {
     return removeDegenerateTriangles(vertices, indices);
 }

@@ -2,37 +2,26 @@
 
 #include "Vertices.h"
 #include "mesh/Indices.h"
-#include "nodes/BaseNode.h"
-#include "nodes/Node.h"
+#include "nodes/SingleControlNode.h"
 
 namespace model
 {
 /// Collision geometry on one node.
-class BaseShellNode : public BaseNode
+class BaseShellNode : public SingleControlNode
 {
 public:
-    u64 getNumControlNodes() const override { return 1; }
-    ObjectPtr<Node> getControlNode(u64) const override { return control; }
-    void setControlNode(u64, ObjectPtr<Node> node) override { control = std::move(node); }
-
     /// In the space of the control node; not set when there is nothing.
     virtual Box getBoundingBox() const = 0;
     /// Whether there is nothing to write.
     virtual bool isEmpty() const = 0;
     /// Returns the number of items removed.
     virtual u32 removeDegenerates() = 0;
-
-    ObjectPtr<Node> control;
 };
 
-/// A collision mesh.
-class ShellNode final : public BaseShellNode
+/// Collision geometry that is a mesh.
+class MeshShellNode : public BaseShellNode
 {
 public:
-    u32 getType() const override { return kShellNode; }
-    void accept(INodeVisitor& visitor) const override;
-    bool applyMatrix(u32 index, const f64* m) override;
-
     Box getBoundingBox() const override { return vertices.computeBox(0); }
     bool isEmpty() const override { return indices.indices.empty(); }
     u32 removeDegenerates() override;
@@ -41,12 +30,21 @@ public:
     const Vertices& getVertices() const { return vertices; }
     Indices& getIndices() { return indices; }
     const Indices& getIndices() const { return indices; }
-    const VertexFormat& getVertexFormat() const { return vertexFormat; }
-    /// Takes all three over when the vertices are of that format; otherwise nothing changes.
-    void setGeometry(const VertexFormat& format, Vertices newVertices, Indices newIndices);
 
     Vertices vertices;
     Indices indices;
     VertexFormat vertexFormat;
+};
+
+/// A collision mesh.
+class ShellNode final : public NodeClass<ShellNode, MeshShellNode>
+{
+public:
+    /// Moves every vertex of a POSITION0 of three floats, or those of entry 0; the index plays no part.
+    bool applyMatrix(u32 index, const f64* m) override;
+
+    const VertexFormat& getVertexFormat() const { return vertexFormat; }
+    /// Takes all three over when the vertices are of that format; otherwise nothing changes.
+    void setGeometry(const VertexFormat& format, Vertices newVertices, Indices newIndices);
 };
 } // namespace model

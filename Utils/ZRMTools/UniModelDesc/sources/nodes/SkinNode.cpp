@@ -1,6 +1,5 @@
 #include "nodes/SkinNode.h"
 
-#include "base/INodeVisitor.h"
 #include "nodes/Bone.h"
 #include <zr/checked.h>
 
@@ -10,11 +9,6 @@ void setBone(Bones& bones, u64 index, ObjectPtr<Node> node)
 {
     ObjectPtr<Node>& entry = zr::at(bones, index);
     if (dynamic_cast<IBone*>(node.get())) entry = std::move(node);
-}
-
-void SkinNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
 }
 
 void SkinNode::forEachArgument(const std::function<void(u32)>& function) const

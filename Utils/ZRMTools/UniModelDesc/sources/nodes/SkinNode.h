@@ -1,6 +1,6 @@
 #pragma once
 
-#include "nodes/RenderNode.h"
+#include "nodes/BaseMeshRenderNode.h"
 #include <zr/checked.h>
 
 namespace model
@@ -14,12 +14,9 @@ using Bones = zr::vector<ObjectPtr<Node>>;
 void setBone(Bones& bones, u64 index, ObjectPtr<Node> node);
 
 /// A mesh that bones deform. POSITION0's fourth float packs four bone numbers.
-class SkinNode final : public BaseMeshRenderNode
+class SkinNode final : public NodeClass<SkinNode, BaseMeshRenderNode>
 {
 public:
-    u32 getType() const override { return kSkinNode; }
-    void accept(INodeVisitor& visitor) const override;
-
     u64 getNumControlNodes() const override { return bones.size(); }
     ObjectPtr<Node> getControlNode(u64 index) const override { return zr::at(bones, index); }
     /// A node that is no `IBone` (or null) leaves the entry as it is.
@@ -33,13 +30,12 @@ public:
 
     /// New entries are null.
     void resizeBones(std::size_t size) { bones.resize(size); }
-    void addPivot(const vec3f& pivot) { pivots.push_back(pivot); }
 
     /// Entry 0 is the control node, the others are the bones of the skin.
     Bones bones;
     /// The damage argument of the whole skin.
     u32 argument = kNoArgument;
+    /// Not set when there is none; a version of 1 or above has it in the file.
     Box skinBox;
-    Pivots pivots;
 };
 } // namespace model

@@ -6,15 +6,13 @@
 namespace model
 {
 /// The node above the digits of a number display. Its controls do not reach the file: it is written as a plain node.
-class TmpNumberRoot final : public Node
+class TmpNumberRoot final : public NodeClass<TmpNumberRoot, Node>
 {
 public:
     zr::vector<NumberControl> controls;
 
     /// For appending.
     zr::vector<NumberControl>& getControls() { return controls; }
-
-    u32 getType() const override { return kTmpNumberRoot; }
 
     int transformMoveRule() const override { return 1; }
 };

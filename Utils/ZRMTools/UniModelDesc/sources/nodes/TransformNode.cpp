@@ -2,15 +2,8 @@
 
 #include <algorithm>
 
-#include "base/INodeVisitor.h"
-
 namespace model
 {
-void TransformNode::accept(INodeVisitor& visitor) const
-{
-    visitor.visit(*this);
-}
-
 void TransformNode::takeMatrix(f64* out, const f64* m, bool clear)
 {
     if (!clear)

@@ -6,16 +6,13 @@
 namespace model
 {
 /// A node with a fixed matrix.
-class TransformNode : public Node
+class TransformNode : public NodeClass<TransformNode, Node>
 {
 public:
     matrixd matrix;
 
     const matrixd& getMatrix() const { return matrix; }
     void setMatrix(const matrixd& value) { matrix = value; }
-
-    u32 getType() const override { return kTransformNode; }
-    void accept(INodeVisitor& visitor) const override;
 
     int transformMoveRule() const override { return 0; }
     void applyMatrix(const f64* m) override { multiplyBy(matrix.m, m); }

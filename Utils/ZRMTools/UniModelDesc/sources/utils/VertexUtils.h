@@ -10,8 +10,6 @@
 /// of channels, which holds coordinate set numbers (set n is the semantic `kTexCoord0 + n`) or -1.
 namespace model
 {
-using TextureChannels = zr::array<i32, kNumChannels>;
-
 /// Moves of attributes, each from one semantic to another. No semantic occurs twice on one side.
 using SemanticRemap = zr::vector<std::pair<i32, i32>>;
 

@@ -30,9 +30,8 @@ std::size_t geometrySize(const RootNode& root)
 }
 } // namespace
 
-void ClassWriter10::write(RootNode* root, ByteBuffer& out)
+void ClassWriter10::write(const RootNode* root, ByteBuffer& out)
 {
-    root->collectMaterials();
     calcNumTransformNodes(*root);
     NodeWriter10 writer(file, indices, root);
     file.reserve(geometrySize(*root) + kRoomBesides);

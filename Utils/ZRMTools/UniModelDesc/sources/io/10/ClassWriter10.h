@@ -1,15 +1,16 @@
 #pragma once
 
+#include "IClassWriter.h"
 #include "io/10/NodeWriter10.h"
-#include "io/IClassWriter.h"
 
 namespace model
 {
-/// Writes files of version 10.
+/// Writes files of version 10: the head, the root with the materials, the nodes of the tree with their parents, then
+/// what hangs on them, list by list. The table of strings, known only at the end, is put in behind the version.
 class ClassWriter10 final : public IClassWriter
 {
 public:
-    void write(RootNode* root, ByteBuffer& out) override;
+    void write(const RootNode* root, ByteBuffer& out) override;
     u16 fileVersion() const override { return 10; }
 
 private:

@@ -1,36 +1,12 @@
+#include "base/ObjectRegistry.h"
 #include "io/10/NodeWriter10.h"
 
+/// The root, and what all records share: properties and the head of what hangs on the tree.
 namespace model
 {
 namespace
 {
-constexpr u32 kReserved = 0;
 constexpr const char* kVersionName = "__VERSION__";
-
-/// The record of the property that carries a node's version.
-void writeVersion(io::IBinaryFileW& file, u32 version)
-{
-    file.writeString("model::Property<unsigned int>");
-    file.writeString(kVersionName);
-    file.writeU32(version);
-}
-
-/// The node's properties, its version among them: it goes in the place of a property of that name or to the end. The
-/// node's own list stays as it is.
-void writeVersionedProperties(io::IBinaryFileW& file, const PropertyList& properties, u32 version)
-{
-    const std::size_t place = version ? properties.find(kVersionName) : PropertyList::kNone;
-    const bool isAdded = version != 0 && place == PropertyList::kNone;
-    file.writeU32(static_cast<u32>(properties.size() + isAdded));
-    for (std::size_t i = 0; i < properties.size(); ++i)
-    {
-        if (i == place)
-            writeVersion(file, version);
-        else
-            properties[i]->write(file);
-    }
-    if (isAdded) writeVersion(file, version);
-}
 
 vec3d widen(const vec3f& v)
 {
@@ -38,30 +14,40 @@ vec3d widen(const vec3f& v)
 }
 } // namespace
 
-void NodeWriter10::writeRecordHeader(const BaseNode& node)
+void NodeWriter10::putField(const PropertyList& properties)
 {
-    file.writeString(getNodeTypeName(node.getType()));
-    file.writeRawName(node.name);
-    file.writeU32(kReserved);
-    writeVersionedProperties(file, node.properties, node.version);
+    putCount(properties.size());
+    for (const PropertyPtr& property : properties)
+        put(property);
 }
 
-void NodeWriter10::writeBox(const Box& box)
+/// The version goes in the place of a property of its name or to the end. The node's own list stays as it is.
+void NodeWriter10::writeRecordHeader(const BaseNode& node)
 {
-    file.writeVec3d(widen(box.min));
-    file.writeVec3d(widen(box.max));
+    put(getNodeTypeName(node.getType()));
+    file.writeRawName(node.name);
+    put(kReserved);
+    if (node.version == 0)
+    {
+        put(node.properties);
+        return;
+    }
+    const auto version = create<UIntProperty>();
+    version->setName(kVersionName);
+    version->setValue(node.version);
+    PropertyList properties = node.properties;
+    properties.set(version);
+    put(properties);
 }
 
 void NodeWriter10::visit(const RootNode& node)
 {
     writeRecordHeader(node);
-    writeBox(node.boundingBox);
-    writeBox(node.userBox);
-    writeBox(node.lightBox);
-    writeCount(node.materials.size());
+    for (const Box* box : {&node.boundingBox, &node.userBox, &node.lightBox})
+        put(widen(box->min), widen(box->max));
+    putCount(node.materials.size());
     for (const MaterialPtr& material : node.materials)
         writeMaterial(*material);
-    file.writeU32(kReserved);
-    file.writeU32(node.calcNumHandles());
+    put(kReserved, node.calcNumHandles());
 }
 } // namespace model

@@ -4,49 +4,49 @@
 #include "nodes/ShellSkinNode.h"
 #include <zr/exceptions.h>
 
+/// Connectors and collision geometry.
 namespace model
 {
+void NodeWriter10::visit(const Connector& node)
+{
+    writeRecordHeader(node);
+    put(node.control, kReserved);
+}
+
 void NodeWriter10::writeShellHeader(const BaseShellNode& node)
 {
     if (!node.control) ZR_RAISE("Control node isn't set. BaseShellNode: " + node.name + ".");
     writeRecordHeader(node);
-    writeNode(node.control);
+    put(node.control);
 }
 
-void NodeWriter10::visit(const Connector& node)
+void NodeWriter10::writeShellMesh(const MeshShellNode& node)
 {
-    writeRecordHeader(node);
-    writeNode(node.control);
-    file.writeU32(0);
+    put(node.vertexFormat, node.vertices, node.indices);
 }
 
 void NodeWriter10::visit(const ShellNode& node)
 {
     writeShellHeader(node);
-    writeVertexFormat(node.vertexFormat);
-    node.vertices.write(file);
-    node.indices.write(file);
+    writeShellMesh(node);
 }
 
 void NodeWriter10::visit(const ShellSkinNode& node)
 {
     writeRecordHeader(node);
-    writeBones(node.bones);
-    file.writeU32(node.argument);
-    if (node.skinBox.isSet()) writeSkinBox(node.skinBox);
-    writeVertexFormat(node.vertexFormat);
-    node.vertices.write(file);
-    node.indices.write(file);
+    put(node.bones, node.argument);
+    if (node.skinBox.isSet()) putBox(node.skinBox);
+    writeShellMesh(node);
 }
 
 void NodeWriter10::visit(const SegmentsNode& node)
 {
     writeShellHeader(node);
-    writeCount(node.segments.size());
-    for (const Segment& segment : node.segments)
-    {
-        file.writeVec3f(segment.first);
-        file.writeVec3f(segment.second);
-    }
+    put(node.segments);
+}
+
+void NodeWriter10::putField(const Segment& segment)
+{
+    put(segment.start, segment.end);
 }
 } // namespace model

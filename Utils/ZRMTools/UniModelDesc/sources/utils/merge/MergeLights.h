@@ -1,5 +1,6 @@
 #pragma once
 
+#include "nodes/FakeOmniLights.h"
 #include "nodes/FakeSpotLights.h"
 #include "nodes/NumberNode.h"
 #include "utils/merge/GroupNodes.h"

@@ -1,0 +1,49 @@
+#include "finishing/WriteToFile.h"
+
+#include <fmt/format.h>
+
+#include "RootNode.h"
+#include "io/10/ClassWriter10.h"
+#include "nodes/BaseMeshRenderNode.h"
+#include <zr/exceptions.h>
+#include <zrvfs/WholeFile.h>
+
+namespace model
+{
+namespace
+{
+/// Both slots hold maps of one meaning; the later one wins.
+void dropRepeatedAorms(PropertiesSet& material)
+{
+    TextureSlot& tiled = material.textures[kTiledAormsTexture];
+    if (tiled.isUsed() && material.textures[kAormsTexture].isUsed()) tiled.name.clear();
+}
+} // namespace
+
+std::unique_ptr<IClassWriter> createClassWriter(u16 version)
+{
+    if (version == 10) return std::make_unique<ClassWriter10>();
+    return nullptr;
+}
+
+void prepareForWriting(RootNode& root)
+{
+    root.collectMaterials();
+    for (const MaterialPtr& material : root.materials)
+        dropRepeatedAorms(*material);
+    for (const ObjectPtr<BaseNode>& node : root.renderNodes)
+        if (auto* mesh = dynamic_cast<BaseMeshRenderNode*>(node.get()); mesh && !mesh->pivots.empty())
+            mesh->setVersion(kPivotVersion);
+}
+
+void RootNode::writeToFile(const char* path, u16 fileVersion)
+{
+    const auto writer = createClassWriter(fileVersion);
+    if (!writer) ZR_RAISE(zr::string("Unsupported version ") + fmt::format_int(fileVersion).c_str());
+    prepareForWriting(*this);
+    ByteBuffer bytes;
+    writer->write(this, bytes);
+    if (!zrvfs::writeWholeFile(path, bytes.data(), bytes.size(), false))
+        ZR_RAISE(zr::string("Can't write to file ") + path);
+}
+} // namespace model
