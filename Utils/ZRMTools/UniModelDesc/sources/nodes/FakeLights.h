@@ -43,6 +43,14 @@ public:
     ObjectPtr<Node> getControlNode(u64 index) const override { return nodeOf(zr::at(controls, index)); }
     void setControlNode(u64 index, ObjectPtr<Node> node) override { nodeOf(zr::at(controls, index)) = std::move(node); }
 
+    /// `Class::moveLightAt` of the lights of this index.
+    bool applyMatrix(u32 index, const f64* m) override
+    {
+        for (std::size_t i = 0; i < lights.size(); ++i)
+            if (lights[i].controlIndex == index) static_cast<Class&>(*this).moveLightAt(i, m);
+        return true;
+    }
+
     /// Lights have no damage argument.
     void setArgument(u32, u32) override {}
     u32 getArgument(u32) const override { return kNoArgument; }

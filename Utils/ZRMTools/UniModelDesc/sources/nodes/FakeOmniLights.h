@@ -9,13 +9,8 @@ namespace model
 class FakeOmniLightsNode : public FakeLightsNode<FakeOmniLightsNode, FakeOmniLight, ObjectPtr<Node>>
 {
 public:
-    /// Moves the lights of this index as projective points.
-    bool applyMatrix(u32 index, const f64* m) override
-    {
-        for (FakeOmniLight& light : lights)
-            if (light.controlIndex == index) moveLight(light, m);
-        return true;
-    }
+    /// Moves one light as a projective point.
+    void moveLightAt(std::size_t light, const f64* m) { moveLight(lights[light], m); }
 };
 
 class AnimatedFakeOmniLightsNode final : public AnimatedLightsNode<AnimatedFakeOmniLightsNode, FakeOmniLightsNode>

@@ -23,19 +23,14 @@ vec3f turned(const vec3f& direction, const f64* m)
 }
 } // namespace
 
-bool FakeSpotLightsNode::applyMatrix(u32 index, const f64* m)
+void FakeSpotLightsNode::moveLightAt(std::size_t light, const f64* m)
 {
-    for (std::size_t i = 0; i < lights.size(); ++i)
+    if (!directions.empty())
     {
-        if (lights[i].controlIndex != index) continue;
-        if (!directions.empty())
-        {
-            vec3f& direction = zr::at(directions, i);
-            direction = turned(direction, m);
-        }
-        moveLight(lights[i], m);
+        vec3f& direction = zr::at(directions, light);
+        direction = turned(direction, m);
     }
-    return true;
+    moveLight(lights[light], m);
 }
 
 bool FakeSpotLightsNode::setDirections(zr::vector<vec3f> list)

@@ -38,9 +38,9 @@ class FakeSpotLightsNode : public FakeLightsNode<FakeSpotLightsNode, FakeSpotLig
 public:
     FakeSpotLightsNode() { version = 1; }
 
-    /// Moves the lights of this index as projective points and, when there are directions, turns theirs.
-    /// @throws std::out_of_range "Expected idx < size()" for a light without a direction
-    bool applyMatrix(u32 index, const f64* m) override;
+    /// Moves one light as a projective point and, when there are directions, turns its own.
+    /// @throws std::out_of_range "Expected idx < size()" for a light without a direction, with nothing changed
+    void moveLightAt(std::size_t light, const f64* m);
 
     /// Replaces the directions; a list with entries makes the node version 2. Returns whether it has.
     bool setDirections(zr::vector<vec3f> list);
