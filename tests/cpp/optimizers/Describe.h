@@ -7,6 +7,7 @@
 #include <string>
 
 #include "RootNode.h"
+#include "finishing/WriteToFile.h"
 #include "io/10/ClassWriter10.h"
 #include "materials/Properties.h"
 #include "nodes/ArgAnimationNode.h"
@@ -184,6 +185,7 @@ inline std::string fileOf(RootNode& root)
     try
     {
         ByteBuffer bytes;
+        prepareForWriting(root);
         ClassWriter10().write(&root, bytes);
         return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     }

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "Builders.h"
+#include "Random.h"
 #include "utils/mesh/TwoSided.h"
 
 namespace model
@@ -50,10 +51,11 @@ TEST(Degenerate, RemovalEqualsErasingOneByOne)
 {
     for (u64 seed = 0; seed < 200; ++seed)
     {
-        Random random(seed);
+        test::Random random(seed);
         std::vector<std::array<f32, 3>> positions;
         for (u32 i = 0; i < 8; ++i)
-            positions.push_back({static_cast<f32>(random.below(2)), static_cast<f32>(random.below(2)), random.real()});
+            positions.push_back(
+                {static_cast<f32>(random.below(2)), static_cast<f32>(random.below(2)), random.between(-1, 1)});
         const Vertices vertices = points(positions);
         Indices indices;
         for (u32 i = random.below(40); i > 0; --i)
@@ -100,7 +102,7 @@ TEST(Unused, DropsAndRenumbersLikeTheLiteralRule)
 {
     for (u64 seed = 0; seed < 200; ++seed)
     {
-        Random random(seed);
+        test::Random random(seed);
         const u32 count = 1 + random.below(150);
         Vertices vertices;
         vertices[kPosition0].stride = 3;
@@ -108,7 +110,7 @@ TEST(Unused, DropsAndRenumbersLikeTheLiteralRule)
         for (u32 i = 0; i < count; ++i)
         {
             for (u32 k = 0; k < 3; ++k)
-                vertices[kPosition0].data.push_back(random.real());
+                vertices[kPosition0].data.push_back(random.between(-1, 1));
             vertices[kColor0].data.push_back(static_cast<f32>(i));
         }
         Indices indices;
@@ -158,7 +160,7 @@ TEST(Extract, SparseAndDenseIndicesGiveTheSame)
         vertices[kColor0].data.push_back(static_cast<f32>(i));
     for (const u32 count : {3u, 30000u}) // by sorting and by a bit for each vertex
     {
-        Random random(count);
+        test::Random random(count);
         Indices indices;
         for (u32 i = 0; i < count; ++i)
             indices.indices.push_back(random.below(70000));

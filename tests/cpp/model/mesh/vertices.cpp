@@ -1,0 +1,143 @@
+#include <bit>
+#include <cstring>
+#include <limits>
+
+#include "Builders.h"
+#include "Random.h"
+#include "io/MemBinaryFileW.h"
+
+namespace model
+{
+namespace
+{
+TEST(Vertices, PackedVertexByVertexAndBack)
+{
+    // Counts around the block size of the loops, widths with and without a loop of their own, and any bits at all.
+    for (const u32 count : {0u, 1u, 255u, 256u, 257u, 1000u})
+        for (const u32 width : {1u, 2u, 3u, 4u, 5u, 9u})
+        {
+            test::Random random(count * 16 + width);
+            Vertices vertices;
+            vertices[kNormal1].stride = width;
+            vertices[kPosition0].stride = 4;
+            vertices[kColor0]; // without floats it gives none
+            Vertices back = vertices;
+            for (auto& [semantic, attribute] : vertices.getAttributes())
+                for (u32 i = 0; i < count * attribute.stride; ++i)
+                    attribute.data.push_back(std::bit_cast<f32>(static_cast<u32>(random.next())));
+            const zr::vector<f32> packed = vertices.interleave();
+            back.deinterleave(packed, count);
+            for (const auto& [semantic, attribute] : vertices.getAttributes())
+                for (u32 i = 0; i < count * attribute.stride; ++i)
+                {
+                    const u32 place = i / attribute.stride * (4 + width) + (semantic == kNormal1 ? 4 : 0);
+                    const u32 bits = std::bit_cast<u32>(attribute.data[i]);
+                    ASSERT_EQ(std::bit_cast<u32>(packed[place + i % attribute.stride]), bits);
+                    ASSERT_EQ(std::bit_cast<u32>(back[semantic].data[i]), bits);
+                }
+        }
+}
+
+TEST(Vertices, UnevenDataAreRefusedWhereverTheyWouldBeRead)
+{
+    const std::pair<Attribute, Attribute> kUneven[] = {
+        {attribute(3, {1, 2, 3, 4}), attribute(3, {0, 0, 1})},       // a broken vertex
+        {attribute(3, {1, 2, 3}), attribute(0, {1})},                // data without a stride
+        {attribute(3, {1, 2, 3, 4, 5, 6}), attribute(3, {0, 0, 1})}, // fewer normals
+        {attribute(3, {1, 2, 3}), attribute(3, {})},                 // none
+        {attribute(0, {}), attribute(3, {0, 0, 1})},                 // a lowest attribute without floats
+    };
+    for (const auto& [positions, normals] : kUneven)
+    {
+        Vertices vertices;
+        vertices[kPosition0] = positions;
+        vertices[kNormal0] = normals;
+        MemBinaryFileW file;
+        EXPECT_EQ(raised([&] { vertices.write(file); }), "Vertex data is invalid.");
+        EXPECT_EQ(raised([&] { vertices.interleave(); }), "Vertex data is invalid.");
+        EXPECT_EQ(file.tell(), 0u);
+    }
+    Vertices small = points({{1, 2, 3}});
+    EXPECT_EQ(raised([&] { small.deinterleave(zr::vector<f32>(7, 0.0f), 2); }), "Vertex data is invalid.");
+    EXPECT_EQ(small[kPosition0].data.size(), 4u);
+    EXPECT_EQ(raised([&] { small.getAttribute(99); }), "Vertices don't have UnknownSemantic attribute.");
+}
+
+TEST(Vertices, FloatsAsIndices)
+{
+    constexpr f32 kInfinity = std::numeric_limits<f32>::infinity();
+    const std::pair<f32, u32> kRows[] = {{2.4f, 2},
+                                         {2.5f, 3},
+                                         {0.49999997f, 0},
+                                         {-1.4f, 0},
+                                         {-1.5f, kNoEntry},
+                                         {kInfinity - kInfinity, kNoEntry},
+                                         {kInfinity, kNoEntry},
+                                         {1e30f, kNoEntry},
+                                         {8388609, 8388609},
+                                         {4294967040.0f, 4294967040u}};
+    for (const auto& [value, index] : kRows)
+        EXPECT_EQ(entryIndexOf(value), index) << value;
+}
+
+TEST(Vertices, ManySelectorsAtOnceAreTheSameAsOneByOne)
+{
+    for (u32 seed = 0; seed < 60; ++seed)
+    {
+        test::Random random(seed);
+        const auto real = [&random] { return static_cast<f32>(random.below(2001)) / 1000 - 1; };
+        const u32 entries = 1 + random.below(8);
+        // With three floats every selector selects all, so the order of the matrices counts.
+        Vertices together;
+        together[kPosition0].stride = seed % 5 == 0 ? 3 : 4;
+        together[kNormal0].stride = 3;
+        for (auto& [semantic, attribute] : together.getAttributes())
+            for (u32 i = 0; i < 50 * attribute.stride; ++i)
+                attribute.data.push_back(i % 4 < 3 ? real() : static_cast<f32>(random.below(entries + 1)) - 1);
+        Vertices oneByOne = together;
+        std::vector<matrixd> matrices(random.below(12));
+        zr::vector<SelectorMatrix> list;
+        for (matrixd& matrix : matrices)
+        {
+            for (const std::size_t i : {0, 1, 2, 4, 5, 6, 8, 9, 10, 12})
+                matrix.m[i] = real();
+            list.push_back({random.below(entries + 2), matrix.m}); // selectors repeat
+        }
+        together.applyMatrices(list);
+        for (const SelectorMatrix& entry : list)
+            oneByOne.applyMatrix(entry.matrix, entry.selector);
+        EXPECT_EQ(together.interleave(), oneByOne.interleave()) << "seed " << seed;
+        const zr::vector<Box> boxes = together.computeBoxes(entries);
+        for (u32 i = 0; i < entries; ++i)
+        {
+            const Box box = together.computeBox(i);
+            EXPECT_TRUE(box.min == boxes[i].min && box.max == boxes[i].max) << "seed " << seed;
+        }
+    }
+}
+
+TEST(Indices, WidthOfTheBlockAndPrimitives)
+{
+    const std::pair<u32, u32> kLargest[] = {{255, 1}, {256, 2}, {65535, 2}, {65536, 4}, {0xFFFFFFFF, 4}};
+    for (const auto& [largest, width] : kLargest)
+    {
+        MemBinaryFileW file;
+        triangles({largest, 1}).write(file);
+        const u8* const bytes = file.getBytes().data();
+        ASSERT_EQ(file.tell(), 9 + 2 * width);
+        EXPECT_TRUE(bytes[0] == width / 2 && bytes[9 + width] == 1 && std::memcmp(bytes + 9, &largest, width) == 0);
+    }
+    // The primitives of 0 to 3 and 7 indices, for the types 0 to 8.
+    constexpr u32 kCounts[9][5] = {{0, 1, 2, 3, 7}, {0, 0, 1, 1, 3}, {0, 0, 1, 2, 6}, {}, {},
+                                   {0, 0, 0, 1, 2}, {0, 0, 0, 1, 5}, {0, 0, 0, 1, 5}, {}};
+    for (u32 type = 0; type < 9; ++type)
+        for (u32 i = 0; i < 5; ++i)
+        {
+            Indices indices;
+            indices.indices.resize(i == 4 ? 7 : i);
+            indices.primitiveType = type;
+            EXPECT_EQ(indices.getPrimitiveCount(), kCounts[type][i]) << i << " of type " << type;
+        }
+}
+} // namespace
+} // namespace model
