@@ -6,8 +6,10 @@ import sys
 from pathlib import Path
 
 import numpy as np
+import pytest
 import zrm_inspect
 from zrm_inspect.model import ArgAnimationNode, RenderNode
+from zrm_inspect.world import world_matrices
 
 ROOT = Path(__file__).resolve().parents[2]
 
@@ -35,5 +37,8 @@ def test_readme_script_saves_a_textured_animated_box(tmp_path: Path) -> None:
     (spin,) = (node for node in file.nodes if isinstance(node, ArgAnimationNode))
     (channel,) = spin.rotation_channels
     assert channel.argument == 0
-    assert channel.keys["time"].tolist() == [0, 0.5, 1]
+    assert channel.keys["time"].tolist() == pytest.approx([0, 1 / 3, 2 / 3, 1])
+    for value in np.linspace(0, 1, 25):  # one turn, even and all in one sense
+        turn = world_matrices(file, {0: value})[spin.index]
+        assert np.exp(2j * np.pi * value) == pytest.approx(complex(turn[0, 0], turn[2, 0]), abs=1e-5)
     assert file.render_nodes[0].parents[0, 0] == spin.index
