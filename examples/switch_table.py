@@ -105,12 +105,13 @@ def table_lines(rows: dict[str, Row]) -> Iterable[str]:
 
 def main(arguments: list[str] | None = None) -> int:
     """Exit code 0, or 1 with one line on standard error."""
-    parser = argparse.ArgumentParser(prog="switch_table.py", usage="%(prog)s [IN.gltf|IN.glb] FOLDER", description=__doc__)
-    parser.add_argument("paths", nargs="+", metavar="PATH", help="the input (without one a vehicle), the folder for the files")
+    parser = argparse.ArgumentParser(prog="switch_table.py", usage="%(prog)s IN.gltf|IN.glb FOLDER\n       %(prog)s --demo FOLDER", description=__doc__)
+    parser.add_argument("paths", nargs="+", metavar="PATH", help="the input and the folder for the files")
+    parser.add_argument("--demo", action="store_true", help="no input file: take the vehicle")
     options = parser.parse_args(arguments)
-    if len(options.paths) > 2:
-        parser.error("give IN and FOLDER, or FOLDER alone")
-    source = Path(options.paths[0]) if len(options.paths) == 2 else None
+    if len(options.paths) != (1 if options.demo else 2):
+        parser.error("give IN and FOLDER, or --demo and FOLDER")
+    source = None if options.demo else Path(options.paths[0])
     try:
         rows = compare(source, Path(options.paths[-1]))
     except (GltfError, OSError, MemoryError) as error:

@@ -88,11 +88,11 @@ class Reader:
         if columns > 1:
             column = (column + 3) // 4 * 4
         size = column * columns
-        stride = size if packed or entry.byteStride is None else whole(entry.byteStride, f"{where}: byteStride")
+        stride = size if packed or count <= 1 or entry.byteStride is None else whole(entry.byteStride, f"{where}: byteStride")
         data = self.container.buffer(whole(entry.buffer, f"{where}: buffer"))
         if end > len(data):
             raise GltfError(f"{where}: its view ends at byte {end} of a buffer of {len(data)}")
-        if stride < size and count > 1:
+        if stride < size:
             raise GltfError(f"{where}: stride {stride} for elements of {size} bytes")
         if count and start + stride * (count - 1) + size > end:
             raise GltfError(f"{where}: {count} elements run over the end of their view")

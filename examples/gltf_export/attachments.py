@@ -3,43 +3,60 @@
 from __future__ import annotations
 
 import json
+import re
 from typing import Any
 
 import numpy as np
 import pyzrm_313 as zrm
 
+from .form import is_number
 from .meshes import Geometry
 from .report import Report
-from .scene import SceneNode, is_number
+from .scene import SceneNode
 
 CONVENTION = """\
-What a node becomes, told by its extras or by its name (letter case does not matter):
-  connector  an empty node (no mesh, camera, light or skin, and no joint of one) that has any extras, or whose
-             name begins with connector, attach, socket, mount or locator; numbers and booleans of its extras
-             become float properties, texts string properties, anything else its JSON text
-  shell      a mesh node whose name begins with collision, collider or shell, or ends with _col or -col:
-             its triangles become a collision shell and are not drawn
-  segments   a mesh node whose name begins with segment: its lines, or the edges of its triangles
-The extra "zrm" with one of the values connector, shell, segments or mesh overrides the name."""
-
-CONNECTOR_NAMES = ("connector", "attach", "socket", "mount", "locator")
-SHELL_NAMES = ("collision", "collider", "shell")
-SHELL_ENDS = ("_col", "-col")
+What a node becomes, told by its extras or by its name.  A name tells when it is one of the words below, or begins
+with one that "_", "-", "." or a digit follows (letter case does not matter): "shell", "Shell.001" and "SHELL_hull"
+are shells, "Shell Oil sign" is drawn.
+  connector  an empty node (no mesh, camera, light or skin, and no joint of one) with extras that are an object, or
+             with the word connector, attach, socket, mount or locator; numbers and booleans of its extras become
+             float properties, texts string properties, anything else its JSON text
+  shell      a mesh node with the word collision, collider or shell, or with a name that ends with _col or -col: its
+             triangles become a collision shell and are not drawn
+  segments   a mesh node with the word segment or segments: its lines, or the edges of its triangles
+The extra "zrm" with one of the values connector, shell, segments or mesh overrides the name.  Each use is told."""
 
 
-def purpose(node: SceneNode, joints: set[int]) -> str:
-    """connector, shell, segments, mesh, or nothing of these."""
-    told = node.extras.get("zrm")
-    name = node.name.lower()
+def rule(words: str, ends: str = "(?!)") -> re.Pattern[str]:
+    """Names that begin with one of the words, or end with one of the ends."""
+    return re.compile(rf"(?:{words})(?:\Z|[-_.0-9])|.*(?:{ends})\Z", re.IGNORECASE | re.ASCII | re.DOTALL)
+
+
+CONNECTOR_NAMES = rule("connector|attach|socket|mount|locator")
+SHELL_NAMES = rule("collision|collider|shell", "[-_]col")
+SEGMENTS_NAMES = rule("segments?")
+VALUES = ("connector", "shell", "segments", "mesh")
+
+
+def purpose(node: SceneNode, joints: set[int], report: Report) -> str:
+    """connector, shell, segments, mesh, or nothing of these.  What the convention decides is told in the report."""
+    told, label = node.extras.get("zrm"), f"node {node.index} ({node.name})"
+    if told is not None and told not in VALUES:
+        report.warn(f'{label}: the extra "zrm" is none of {", ".join(VALUES)}')
+    if told in (VALUES[1:] if node.mesh is not None else VALUES[:1]):
+        report.note(f'{label}: {told}, by its extra "zrm"')
+        return str(told)
     if node.mesh is not None:
-        if told in ("shell", "segments", "mesh"):
-            return str(told)
-        if name.startswith("segment"):
-            return "segments"
-        return "shell" if name.startswith(SHELL_NAMES) or name.endswith(SHELL_ENDS) else "mesh"
-    if node.camera is not None or node.light is not None or node.skin is not None or node.index in joints:
-        return "connector" if told == "connector" else ""
-    return "connector" if told == "connector" or node.extras or name.startswith(CONNECTOR_NAMES) else ""
+        for kind, names in (("segments", SEGMENTS_NAMES), ("shell", SHELL_NAMES)):
+            if names.match(node.name):
+                report.note(f"{label}: {kind}, by its name")
+                return kind
+        return "mesh"
+    taken = node.camera is not None or node.light is not None or node.skin is not None or node.index in joints
+    if taken or not (node.extras or CONNECTOR_NAMES.match(node.name)):
+        return ""
+    report.note(f"{label}: connector, by its {'extras' if node.extras else 'name'}")
+    return "connector"
 
 
 def add_connector(node: SceneNode, facade: Any, model: Any) -> None:

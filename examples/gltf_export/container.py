@@ -13,6 +13,7 @@ from typing import Any
 
 import pygltflib
 
+from .form import check
 from .problems import GltfError
 
 GLB_MAGIC = b"glTF"
@@ -25,7 +26,7 @@ class Container:
     """A parsed file.  Buffers are read when first asked for, so an unused missing one does no harm."""
 
     json: Any  # pygltflib.GLTF2, which has no types
-    raw: dict[str, Any]  # the same as plain JSON, for the few fields that pygltflib drops
+    raw: dict[str, Any]  # the same as plain JSON, for what pygltflib drops or refuses
     folder: Path
     binary: bytes | None
     loaded: dict[int, memoryview] = field(default_factory=dict)
@@ -35,6 +36,12 @@ class Container:
         if index not in self.loaded:
             self.loaded[index] = self._load(index)
         return self.loaded[index]
+
+    def files(self) -> list[Path]:
+        """Every file that the buffers and images name, whether it is there or not."""
+        entries = [*(self.raw.get("buffers") or []), *(self.raw.get("images") or [])]
+        uris = [entry.get("uri") or "data:" for entry in entries]
+        return [self.folder / urllib.parse.unquote(uri) for uri in uris if not uri.startswith("data:")]
 
     def _load(self, index: int) -> memoryview:
         entry = item(self.json.buffers, index, "buffer")
@@ -100,21 +107,26 @@ def open_container(path: Path) -> Container:
         # pygltflib's own load() reads .gltf in the locale's encoding; glTF is UTF-8 always.
         text = data.decode("utf-8-sig")
         raw = json.loads(text)
-        if not isinstance(raw, dict):
-            raise GltfError("not a glTF file: the JSON is no object")
-        document = pygltflib.GLTF2.gltf_from_json(text)
-    except UnicodeDecodeError as error:
-        raise GltfError(f"not a glTF file: the text is no UTF-8 ({error.reason} at byte {error.start})") from error
+        check(raw)
+        json.dumps(raw, ensure_ascii=False).encode()  # half a surrogate pair can't be written anywhere
+        # pygltflib takes extras for objects, but glTF allows any value there.
+        document = pygltflib.GLTF2.from_json(text, infer_missing=True, object_hook=without_extras)
+    except UnicodeError as error:
+        raise GltfError(f"not a glTF file: the text is no UTF-8: {error}") from error
     except ValueError as error:
         raise GltfError(f"not a glTF file: {error}") from error
     except RecursionError as error:
         raise GltfError("not a glTF file: the JSON is nested too deeply") from error
     except (AttributeError, KeyError, TypeError) as error:
         raise GltfError(f"the JSON does not have the form of glTF: {error}") from error
-    version = getattr(document.asset, "version", None)
-    if not isinstance(version, str) or not version.startswith("2."):
+    if not (version := raw["asset"]["version"]).startswith("2."):
         raise GltfError(f"glTF version {version!r}; only 2.x is read")
     return Container(document, raw, path.parent, binary)
+
+
+def without_extras(entry: dict[str, Any]) -> dict[str, Any]:
+    """An object of the JSON as pygltflib can take it."""
+    return {key: value for key, value in entry.items() if key != "extras"}
 
 
 def split_glb(data: bytes) -> tuple[bytes, bytes | None]:

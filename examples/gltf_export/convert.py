@@ -13,6 +13,7 @@ from .attachments import add_connector, add_segments, add_shell, purpose
 from .budget import allowances
 from .clips import Clips, read_clips
 from .container import open_container
+from .extensions import check_extensions
 from .lights import add_light
 from .materials import Materials, Properties
 from .meshes import Geometry, Meshes
@@ -25,20 +26,34 @@ from .skins import Bones, Skin, joint_corners, joint_radii, parts, read_skin, st
 from .units import factor_for, static_frames
 
 FORMAT_VERSION = 10
-UNREADABLE = ("KHR_draco_mesh_compression", "EXT_meshopt_compression", "KHR_meshopt_compression")
 
 
 def convert(source: Path, output: Path, report: Report) -> None:
     """Reads `source`, writes `output`.  GltfError says what is wrong with the file or what the module refused."""
     container = open_container(source)
-    for name in container.json.extensionsRequired or []:
-        if name in UNREADABLE:
-            raise GltfError(f"the file requires {name}, whose compressed data are not read")
+    spare([source, *container.files()], [output] if report.path is None else [output, report.path])
+    check_extensions(container, report)
     scene = read_scene(container, report)
     clips = read_clips(scene, report)
     export = Export(scene, clips, report)
     export.build()
     save(export.model, output, report)
+
+
+def spare(inputs: list[Path], outputs: list[Path]) -> None:
+    """Refuses outputs that would destroy an input, or one another."""
+    for place, output in enumerate(outputs):
+        for other in [*inputs, *outputs[:place]]:
+            if same_file(output, other):
+                raise GltfError(f"{str(output)!r} would overwrite {str(other)!r}; give another name")
+
+
+def same_file(one: Path, other: Path) -> bool:
+    """Do both paths lead to one file, by whatever spelling or link?  It needn't be there yet."""
+    try:
+        return os.path.realpath(one) == os.path.realpath(other) or os.path.samefile(one, other)
+    except (OSError, ValueError):
+        return False
 
 
 def save(model: Any, output: Path, report: Report) -> None:
@@ -65,7 +80,7 @@ class Export:
         self.report = report
         self.model: Any = zrm.Model()
         self.joints = {joint for entry in scene.container.json.skins or [] for joint in entry.joints or []}
-        self.purposes = {index: purpose(scene.nodes[index], self.joints) for index in scene.order}
+        self.purposes = {index: purpose(scene.nodes[index], self.joints, report) for index in scene.order}
         self.meshes = Meshes(scene, report)
         self.skins: dict[int, Skin] = {}
         self.shapes: dict[int, list[Geometry]] = {}  # by node

@@ -9,9 +9,6 @@ modes 0, 1 and 2; the alpha of a blended base colour becomes the opacity value.
 
 from __future__ import annotations
 
-import urllib.parse
-from dataclasses import dataclass
-from pathlib import PurePosixPath
 from typing import Any
 
 import numpy as np
@@ -24,32 +21,14 @@ from .keys import property_channel, thinned
 from .meshes import Geometry
 from .report import Report
 from .scene import extension, number, numbers
+from .textures import Map, Textures
 from .transforms import script_vector
 
 TRANSFORM = "KHR_texture_transform"
 STRENGTH = "KHR_materials_emissive_strength"
 ALPHA_MODES = {"OPAQUE": 0, "BLEND": 1, "MASK": 2}
-KNOWN = {STRENGTH}
 # Properties that the module does not reduce are thinned here: to this share of their range.
 FINE = 0.0005
-
-
-@dataclass
-class Map:
-    """One use of a texture: its name, its texture coordinates' set and their transform."""
-
-    texture: str
-    coordinates: int
-    offset: Floats
-    rotation: float
-    scale: Floats
-    pointer: str
-
-    def apply(self, uv: Floats) -> Floats:
-        """Coordinates with the static transform in them.  Turned against the clock as seen with v downward."""
-        u, v = (uv * self.scale).T
-        cosine, sine = np.cos(self.rotation), np.sin(self.rotation)
-        return np.stack([cosine * u + sine * v, cosine * v - sine * u], axis=1) + self.offset
 
 
 class Properties:
@@ -98,27 +77,13 @@ class Properties:
         return zrm.PropertyFloat3(argument, [(time, (row[0], row[1], row[2])) for time, row in zip(moments, rows)])
 
 
-def texture_name(container: Container, index: Any, where: str) -> str | None:
-    """The name under which a texture's image is known: the file's stem, the image's name, or its number."""
-    texture = item(container.json.textures, index, f"{where}: texture")
-    source = texture.source
-    for name in ("KHR_texture_basisu", "EXT_texture_webp", "EXT_texture_avif"):
-        if source is None:
-            source = (extension(texture, name) or {}).get("source")
-    if source is None:
-        return None
-    image = item(container.json.images, source, f"{where}: image")
-    if isinstance(image.uri, str) and not image.uri.startswith("data:"):
-        return PurePosixPath(urllib.parse.unquote(image.uri)).stem or image.uri
-    return str(image.name) if image.name else f"image_{source}"
-
-
 class Materials:
     """Builds the render facade of a mesh from its material."""
 
     def __init__(self, container: Container, properties: Properties, report: Report) -> None:
         self.container = container
         self.properties = properties
+        self.textures = Textures(container, report)
         self.report = report
         self.used: set[int | None] = set()
 
@@ -149,37 +114,32 @@ class Surface:
     def __init__(self, materials: Materials, index: int, name: str, geometry: Geometry) -> None:
         self.report = materials.report
         self.properties = materials.properties
-        self.container = materials.container
-        self.entry = item(self.container.json.materials, index, "material")
+        self.textures = materials.textures
+        self.entry = item(materials.container.json.materials, index, "material")
         self.geometry = geometry
         self.label = f"material {index}" + (f" ({self.entry.name})" if self.entry.name else "")
         self.root = f"/materials/{index}"
         self.facade = zrm.PBRNode(name, str(self.entry.name or f"material_{index}"))
-        self._extras()
         mode = self.entry.alphaMode or "OPAQUE"
         if mode not in ALPHA_MODES:
             self.report.warn(f"{self.label}: unknown alpha mode {mode!r}, taken as OPAQUE")
         self.mode = ALPHA_MODES.get(mode, 0)
         self.facade.setTransparentMode(self.mode)
         self.facade.setTwoSided(bool(self.entry.doubleSided))
+        cutoff = self.entry.alphaCutoff
+        if mode == "MASK" and cutoff is not None and cutoff != 0.5:
+            self.report.skip(f"{self.label}: alphaCutoff {cutoff}", "the renderer's own limit holds")
         self._base()
         self._normal()
         self._aorms()
         self._occlusion()
         self._emissive()
 
-    def _extras(self) -> None:
-        for name in sorted(set(self.entry.extensions or {}) - KNOWN):
-            self.report.skip(f"{self.label}: {name}", "no block can hold it")
-        cutoff = self.entry.alphaCutoff
-        if self.entry.alphaMode == "MASK" and cutoff is not None and cutoff != 0.5:
-            self.report.skip(f"{self.label}: alphaCutoff {cutoff}", "the renderer's own limit holds")
-
     def _map(self, info: Any, path: str) -> Map | None:
         if info is None:
             return None
         where = f"{self.label}: {path}"
-        name = texture_name(self.container, info.index, where)
+        name = self.textures.name(info.index, where)
         if name is None:
             self.report.skip(where, "its texture has no image")
             return None

@@ -11,7 +11,7 @@ from .accessors import Floats, Integers, Reader
 from .container import item
 from .problems import GltfError
 from .report import Report
-from .scene import Scene, SceneNode, number
+from .scene import Scene, SceneNode
 
 POINTS, LINES, LINE_LOOP, LINE_STRIP, TRIANGLES, TRIANGLE_STRIP, TRIANGLE_FAN = range(7)
 MOST_SETS = 8
@@ -64,7 +64,7 @@ class Meshes:
         """The primitives that a node shows, lines among them."""
         assert node.mesh is not None
         mesh = self.scene.container.json.meshes[node.mesh]
-        weights = node.weights or [number(weight, 0.0, f"mesh {node.mesh}: weight") for weight in mesh.weights or []]
+        weights: list[float] = node.weights or mesh.weights or []
         key = (node.mesh, tuple(weights))
         if key not in self.cache:
             name = str(mesh.name) if mesh.name is not None else node.name
@@ -82,8 +82,6 @@ class Meshes:
         if attributes.get("POSITION") is None:
             self.report.skip(label, "it has no positions")
             return None
-        if "KHR_draco_mesh_compression" in (primitive.extensions or {}):
-            raise GltfError(f"{label} is compressed with KHR_draco_mesh_compression, which is not read")
         positions = reader.floats(attributes["POSITION"], 3, label)
         indices = self._indices(primitive, len(positions), label)
         if indices is None or not len(indices):

@@ -4,4 +4,4 @@ from __future__ import annotations
 
 
 class GltfError(Exception):
-    """The file breaks a rule of glTF, or the module refused what was built from it."""
+    """The file breaks a rule of glTF, needs what isn't read, or the module refused what was built from it."""

@@ -1,4 +1,4 @@
-"""What the export did: warnings, things left out, counts, the closing table and the JSON report."""
+"""What the export did: warnings, choices, things left out, counts, the closing table and the JSON report."""
 
 from __future__ import annotations
 
@@ -15,9 +15,11 @@ class Report:
     """Gathers while the export runs.  Texts go to standard error as they come, each only once."""
 
     quiet: bool = False
+    path: Path | None = None  # of the JSON report, which nobody may have asked for
     arguments: list[dict[str, Any]] = field(default_factory=list)
     skipped: list[dict[str, str]] = field(default_factory=list)
     warnings: list[str] = field(default_factory=list)
+    notes: list[str] = field(default_factory=list)
     counts: dict[str, int] = field(
         default_factory=lambda: dict.fromkeys(("nodes", "materials", "meshes", "vertices", "triangles", "bytes"), 0)
     )
@@ -39,6 +41,11 @@ class Report:
             self.skipped.append({"what": what, "why": why})
             self._say(f"skipped: {what}: {why}")
 
+    def note(self, text: str) -> None:
+        """A choice that was made for the user."""
+        self.notes.append(text)
+        self._say(f"note: {text}")
+
     def progress(self, what: str, done: int, total: int) -> None:
         """At most two lines a second, and none for work that is done in less."""
         now = time.monotonic()
@@ -49,7 +56,7 @@ class Report:
 
     def _say(self, text: str) -> None:
         if not self.quiet:
-            print(text, file=sys.stderr)
+            print(" ".join(text.splitlines()), file=sys.stderr)  # names may hold line breaks
 
     def table(self) -> list[tuple[str, str]]:
         """The rows of the closing table."""
@@ -68,9 +75,11 @@ class Report:
         for name, value in rows:
             print(f"  {name:<10} {value:>{width}}")
 
-    def write(self, path: Path) -> None:
-        """The JSON report."""
-        content: dict[str, Any] = {"arguments": self.arguments, "skipped": self.skipped, "warnings": self.warnings}
-        content.update(self.counts)
+    def write(self) -> None:
+        """The JSON report, if there is to be one."""
+        if self.path is None:
+            return
+        lists = ("arguments", "skipped", "warnings", "notes")
+        content: dict[str, Any] = {name: getattr(self, name) for name in lists} | self.counts
         content["seconds"] = round(self.seconds(), 3)
-        path.write_text(json.dumps(content, indent=2, ensure_ascii=False) + "\n", encoding="utf-8")
+        self.path.write_text(json.dumps(content, indent=2, ensure_ascii=False) + "\n", encoding="utf-8")

@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import math
 from dataclasses import dataclass, field
 from typing import Any
 
@@ -10,6 +9,7 @@ import numpy as np
 
 from .accessors import Floats, Reader
 from .container import Container, item, whole
+from .form import is_number
 from .problems import GltfError
 from .report import Report
 from .transforms import compose, normalised
@@ -70,11 +70,6 @@ def numbers(value: Any, count: int, default: list[float], what: str) -> Floats:
     if not good or not all(is_number(entry) for entry in value):
         raise GltfError(f"{what} is not a list of {count} finite numbers")
     return np.array(value, np.float64)
-
-
-def is_number(value: Any) -> bool:
-    """A finite float or int."""
-    return isinstance(value, (int, float)) and not isinstance(value, bool) and math.isfinite(value)
 
 
 def number(value: Any, default: float, what: str) -> float:
@@ -164,8 +159,8 @@ def read_node(container: Container, index: int) -> SceneNode:
     if (light := extension(entry, LIGHTS)) is not None:
         item(lights_of(container), light.get("light"), f"{where}: light")
         node.light = light["light"]
-    node.extras = entry.extras if isinstance(entry.extras, dict) else {}
+    extras = container.raw["nodes"][index].get("extras")
+    node.extras = extras if isinstance(extras, dict) else {}
     # pygltflib has no field for a node's own morph weights.
-    weights = container.raw["nodes"][index].get("weights") or []
-    node.weights = [number(value, 0.0, f"{where}: weight") for value in weights]
+    node.weights = container.raw["nodes"][index].get("weights") or []
     return node

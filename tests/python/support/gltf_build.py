@@ -66,16 +66,11 @@ class Gltf:
 
     def save(self, path: Path, buffer: str = "data") -> Path:
         """As .gltf with its buffer in a data URI, or in a file beside it ("file"), or as .glb ("glb")."""
-        entry: dict[str, Any] = {"byteLength": len(self.data)}
-        content = dict(self.json)
-        if self.data:
-            content["buffers"] = [entry]
-        if buffer == "data":
-            entry["uri"] = "data:application/octet-stream;base64," + base64.b64encode(self.data).decode()
-        elif buffer == "file":
-            entry["uri"] = "some%20buffer.bin"
+        uri = {"data": "data:application/octet-stream;base64," + base64.b64encode(self.data).decode(), "file": "some%20buffer.bin"}
+        entry = {"byteLength": len(self.data)} | ({"uri": uri[buffer]} if buffer in uri else {})
+        if buffer == "file":
             (path.parent / "some buffer.bin").write_bytes(self.data)
-        text = json.dumps(content).encode()
+        text = json.dumps(self.json | ({"buffers": [entry]} if self.data else {})).encode()
         if buffer != "glb":
             path.write_bytes(text)
             return path

@@ -1,0 +1,65 @@
+"""The table of what each pass does to a model."""
+
+from __future__ import annotations
+
+from pathlib import Path
+
+import numpy as np
+import pytest
+import pyzrm_313 as zrm
+import support.exporter_support  # noqa: F401  (puts the examples on the path)
+import switch_table
+import zrm_inspect
+from support.gltf_build import Gltf
+
+FIRST_15 = [[k, k + 1, k + 2] for k in range(0, 15, 3)]
+
+
+@pytest.mark.parametrize(
+    ("triangles", "misses"),
+    [
+        ([], 0),
+        ([[0, 0, 0]], 1),
+        ([[2, 1, 0]] * 5, 3),
+        ([[k, k + 1, k + 2] for k in range(40)], 42),
+        # The hub is in every triangle, yet it is the oldest vertex once 16 were loaded: a hit doesn't make it younger.
+        ([[0, k, k + 1] for k in range(1, 21)], 23),
+        ([*FIRST_15, [15, 15, 15], [0, 1, 2]], 16),  # all 16 fit
+        ([*FIRST_15, [15, 16, 16], [0, 1, 2]], 20),  # the 17th drives out 0, which drives out 1, and so on
+        ([[299, 0, 1], [299, 0, 1]], 3),
+    ],
+)  # fmt: skip
+def test_misses_of_known_lists(triangles: list[list[int]], misses: int) -> None:
+    assert switch_table.cache_misses(np.array(triangles, np.uint16).reshape(-1)) == misses
+
+
+def test_rows_of_a_small_scene(folder: Path) -> None:
+    """Two quads of unwelded triangles with equal materials, one of them under a fixed node."""
+    gltf = Gltf()
+    corners = np.array([[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 0, 0], [1, 1, 0], [0, 1, 0]], float)
+    for _ in range(2):
+        material = gltf.add("materials", {"name": "paint"})
+        gltf.node(mesh=gltf.mesh(corners, np.arange(6), material=material), translation=[3.0 * material, 0.0, 0.0])
+    rows = switch_table.compare(gltf.save(folder / "in.gltf"), folder / "out")
+    assert list(rows) == list(switch_table.RUNS)
+    off, on = rows["all off"], rows["all on"]
+    assert (off.materials, off.render_nodes, off.vertices, off.triangles, off.misses) == (2, 2, 12, 4, 12)
+    assert (on.materials, on.render_nodes, on.vertices, on.triangles, on.misses) == (1, 1, 8, 4, 8)
+    assert on.nodes < off.nodes and rows["optimizeTransformations"].nodes < off.nodes
+    for label, row in rows.items():
+        path = folder / "out" / f"{label.replace(' ', '_')}.zrm"
+        assert row.bytes == path.stat().st_size and row.nodes == len(zrm_inspect.read_file(path).nodes)
+
+
+def test_the_printed_table_and_the_switches_afterwards(folder: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    assert switch_table.main(["--demo", "tables"]) == 0
+    _, headings, *lines = capsys.readouterr().out.splitlines()
+    assert [line.split("  ")[1] for line in lines] == ["all off", *switch_table.SWITCHES, "all on"]
+    assert len({len(line) for line in (headings, *lines)}) == 1, "columns stand under their headings"
+    assert lines[-1].split()[2:] == switch_table.measure(zrm_inspect.read_file("tables/all_on.zrm")).cells()
+    assert switch_table.main(["missing.gltf", "tables"]) == 1
+    model = zrm.Model()
+    model.getRootTransform().addChild(zrm.Node("idle"))
+    assert model.save("out.zrm", 10) == ""
+    row = switch_table.measure(zrm_inspect.read_file("out.zrm"))  # the node is gone: all switches are on again
+    assert row.cells()[:6] == ["1", "0", "0", "0", "0", "-"], "no ratio without triangles"
