@@ -1,4 +1,4 @@
-"""Finds the extension module and the reader, and gives each test its own folder and all switches on."""
+"""Finds the extension module, the reader and `support`, and gives each test its own folder and all switches on."""
 
 from __future__ import annotations
 
@@ -11,11 +11,16 @@ from pathlib import Path
 import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "Utils/ZRMTools/zrm_inspect"))
+sys.path[:0] = [str(Path(__file__).resolve().parent), str(ROOT / "Utils/ZRMTools/zrm_inspect")]
 if "ZRM_MODULE_DIR" in os.environ:
     sys.path.insert(0, os.environ["ZRM_MODULE_DIR"])
 elif importlib.util.find_spec("pyzrm_313") is None:
     sys.path.insert(0, str(ROOT / "build/release/python"))
+
+SWITCHES = (
+    "optimizeTransformations", "mergePopertiesSets", "optimizeTextureChannels", "mergeNodes", "extremlyOptimizeMeshes",
+    "optimizeVertexCache",
+)  # fmt: skip
 
 
 @pytest.fixture
@@ -29,9 +34,6 @@ def folder(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
 def switches() -> Iterator[None]:
     """Puts back the switches of the process."""
     yield
-    module = sys.modules.get("pyzrm_313")
-    if module is not None:
-        from module_support import SWITCHES
-
+    if module := sys.modules.get("pyzrm_313"):
         for name in SWITCHES:
             module.enable_model_optimization(name, True)
