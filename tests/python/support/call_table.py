@@ -1,0 +1,354 @@
+"""Every setter of the module: the kinds of its arguments, and where their values land in the file.
+
+A row is (calls, landing). `calls` names methods that belong together, each with the kinds of its arguments (see
+arguments.py); a "?" in front marks a row that a script may leave out, "+" one that is called once the node was added.
+The landing writes what is found into the expectation `e` (see scripted.py), in the order of the file.
+"""
+
+from __future__ import annotations
+
+from collections.abc import Callable
+from typing import Any
+
+import numpy as np
+
+from .every_record import IDENTITY, STILL, number
+
+Row = tuple[str, Callable[..., object]]
+
+
+def into(field: str) -> Callable[..., object]:
+    return lambda e, value: e.record.__setitem__(field, value)
+
+
+def of_material(field: str) -> Callable[..., object]:
+    return lambda e, value: e.material.__setitem__(field, value)
+
+
+def uniform(name: str) -> Callable[..., object]:
+    return lambda e, value: e.uniform(name, value)
+
+
+def plain_uniform(name: str, form: str = "float") -> Callable[..., object]:
+    return lambda e, value: e.uniform(name, (f"model::Property<{form}>", value))
+
+
+def texture(slot: int) -> Callable[..., object]:
+    return lambda e, name: e.texture(slot, name)
+
+
+def mode_of(*accepted: int) -> Callable[..., object]:
+    return lambda e, mode: e.material.update(blending=mode) if mode in accepted else None
+
+
+def nothing(e: Any, *values: Any) -> None:
+    pass
+
+
+def shadow(e: Any, mode: int) -> None:
+    e.material.update({0: {"casts_shadow": True}, 1: {"casts_shadow": False}, 2: {"shadow_flag2": True}}.get(mode, {}))
+
+
+def damage_normal(e: Any, name: str, uvs: Any) -> None:
+    e.uv(10, uvs)
+    e.attribute("TANGENT1", np.zeros((len(uvs), 3)))
+    e.attribute("BINORMAL1", np.zeros((len(uvs), 3)))
+    e.texture(10, name)
+
+
+def normal_map(e: Any, name: str, uvs: Any) -> None:
+    e.uv(1, uvs)
+    e.attribute("TANGENT0", np.zeros((len(uvs), 3)))
+    e.attribute("BINORMAL0", np.zeros((len(uvs), 3)))
+    e.texture(1, name)
+
+
+def numbers(e: Any, a: int, x: float, b: int, y: float) -> None:
+    e.record["numbers"] = [[(a, x, b, y)]]
+    e.attribute("COLOR1", np.zeros((e.count, 1)))
+
+
+def bones(e: Any, weights: Any, packed: Any) -> None:
+    e.attribute("COLOR1", weights)
+    e.attributes["POSITION0"][:, 3:] = packed
+
+
+GLOW = {2: "self_illum_material", 3: "transparent_self_illum_material", 4: "additive_self_illum_material",
+        5: "additive_self_illum_color_material", 6: "additive_self_illum_tex_material"}  # fmt: skip
+
+
+def glow(e: Any, kind: int) -> None:
+    e.material["material_name"] = GLOW.get(kind, e.material["material_name"])
+
+
+def mapped(channel: int, slot: int) -> Callable[..., object]:
+    return lambda e, name, uvs: (e.uv(channel, uvs), e.texture(slot, name))
+
+
+def base(e: Any, points: Any, normals: Any) -> None:
+    e.attribute("POSITION0", np.concatenate([points, np.zeros((len(points), 1), np.float32)], 1))
+    e.attribute("NORMAL0", normals)
+
+
+# ---------------------------------------------------------------- the tree: class of the file, fields of a new node, rows
+
+NODES: dict[str, tuple[str, dict[str, Any], list[Row]]] = {
+    "Node": ("Node", {}, []),
+    "Transform": ("TransformNode", {"matrix": IDENTITY}, [("?setMatrix:matrix", into("matrix"))]),
+    "Lod": ("LodNode", {}, [("__init__:distances", into("levels"))]),
+    "NumberRoot": ("TmpNumberRoot", {}, [("?setControls:controls", nothing)]),
+    "VisibilityNode": ("ArgVisibilityNode", {"arguments": []}, [("?setArguments:ranges", into("arguments"))]),
+    "AnimationNode": ("Arg", STILL, [
+        ("?setBaseMatrix:matrix", into("matrix")),
+        ("?setBasePosition:f3", into("base_position")),
+        ("?setBaseRotation:quaternion", into("base_rotation")),
+        ("?setBaseScale:f3", into("base_scale")),
+        ("?setPositionAnimation:moves", into("position_channels")),
+        ("?setRotationAnimation:turns", into("rotation_channels")),
+        ("?setScaleAnimation:moves",
+         lambda e, found: e.record.update(scale_channels=[channel | {"rotation_keys": []} for channel in found])),
+    ]),
+    "Bone": ("Bone", {"matrix": IDENTITY, "inverted_base_bone_matrix": IDENTITY}, [
+        ("?setMatrix:matrix", into("matrix")), ("?setInvertedBaseBoneMatrix:matrix", into("inverted_base_bone_matrix")),
+    ]),
+}  # fmt: skip
+
+# ---------------------------------------------------------------- blocks, in the order in which a mesh applies them
+
+BLOCKS: dict[str, list[Row]] = {
+    "BaseBlock": [
+        ("setPositions:points setNormals:normals", base),
+        ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(0, 0)),
+        ("?setAlbedoMapUVShift:value2", uniform("diffuseShift")),
+    ],
+    "ColorBaseBlock": [
+        ("setPositions:points setNormals:normals", base),
+        ("setColor:value3",
+         lambda e, value: (e.uniform("color", value), e.material.update(material_name="color_material"))),
+    ],
+    "NormalBlock": [("setNormalMap:map setNormalMapUV:uvs", normal_map)],
+    "FlirBlock": [("setFlirMap:map", lambda e, name: (e.material["channels"].__setitem__(0, 0), e.texture(16, name)))],
+    "DamageBlock": [
+        ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(5, 5)),
+        ("?setNormalMap:map setNormalMapUV:uvs", damage_normal),
+        ("?setMask:map", texture(15)),
+        ("?setMaskRGBA:map", texture(18)),
+        ("setArgument:handle", lambda e, handle: e.record.update(damage=handle)),
+    ],
+    "AormsBlock": [("setAormsMap:map setAormsMapUV:uvs", mapped(12, 13))],
+    "BoneBlock": [
+        ("setBoneWeights:weights setBoneIndices:bone_numbers", bones),
+        ("?setBones:bones", lambda e, places: e.record["bones"].extend(places)),
+        ("?setSkinBox:box", lambda e, box: e.record.update(skin_box=box, version=1)),
+        ("?setBoneNames:names", nothing),
+    ],
+    "EmissiveBlock": [
+        ("?setEmissiveMap:map setEmissiveMapUV:uvs", mapped(8, 8)),
+        ("?setAmount:value1", uniform("selfIlluminationValue")),
+        ("setColor:value3", uniform("selfIlluminationColor")),
+        ("?setUVShift:value2", uniform("emissiveShift")),
+        ("?setEmissiveType:mode", glow),
+    ],
+    "EmissiveColorBlock": [
+        ("?setAmount:value1", uniform("selfIlluminationValue")),
+        ("setColor:value3", lambda e, value: (e.uniform("selfIlluminationColor", value), glow(e, 2))),
+    ],
+    "AoBlock": [
+        ("setAoMap:map setAoMapUV:uvs", mapped(9, 9)),
+        ("?setAoShift:value2", uniform("ambientOcclusionShift")),
+        ("?setAoAnimationArgument:handle",
+         lambda e, handle: e.uniform("ambientOcclusionAnim", ("model::ArgumentProperty", handle))),
+    ],
+    "DecalBlock": [
+        ("setDecalMap:map setDecalMapUV:uvs", mapped(3, 3)),
+        ("?setDecalShift:value2", uniform("decalShift")),
+    ],
+    "GlassFilterBlock": [
+        ("?setColor:value3", uniform("color")),
+        ("setInstrumental:bool", lambda e, instrumental: e.material.update(
+            material_name="glass_instrumental_material" if instrumental else "glass_material", blending=1)),
+        ("?setColorMap:map", texture(14)),
+    ],
+    "NumberBlock": [("setUVParams:handle,f,handle,f", numbers)],
+}  # fmt: skip
+
+# ---------------------------------------------------------------- what is drawn
+
+_MESH: list[Row] = [
+    ("setIndices:triangles", lambda e, indices: e.record["mesh"].update(indices=indices)),
+    ("?setShadowCaster:mode", shadow),
+    ("?setOpacityValue:value1", uniform("opacityValue")),
+    ("?setOpacityFresnelPower:value1", uniform("opacityFresnelPower")),
+    ("?setOpacityFresnelFactor:value1", uniform("opacityFresnelFactor")),
+    ("?setDecalId:byte", of_material("decal_id")),
+    ("?setTwoSided:bool", lambda e, two_sided: setattr(e, "two_sided", two_sided)),
+    ("?setPurposeWaterMask:", lambda e: setattr(e, "purpose", 1)),
+    ("?+addTransparentPivot:f3", lambda e, point: e.record["pivots"].append(point)),
+]
+_FLAT: list[Row] = [
+    ("setPositions:quad_points setNormals:quad_normals", base),
+    ("setIndices:quad", lambda e, indices: e.record["mesh"].update(indices=indices)),
+]
+_RED = ("color", ("model::Property<osg::Vec3f>", (1.0, 0.0, 0.0)))
+
+
+def deck_tangents(e: Any, tiled: Any, regular: Any) -> None:
+    e.attribute("TANGENT0", np.tile([1.0, 0.0, 0.0], (4, 1)))
+    e.attribute("BINORMAL0", np.tile([0.0, 1.0, 0.0], (4, 1)))
+    e.attribute("TEXCOORD0", tiled)
+    e.attribute("TEXCOORD1", regular)
+
+
+# Class: what a new material has beyond the default, its properties, and the rows.
+MESHES: dict[str, tuple[dict[str, Any], list[tuple[str, Any]], list[Row]]] = {
+    "PBRNode": ({"material_name": "def_material"}, [], [*_MESH, ("?setTransparentMode:mode", mode_of(0, 1, 2, 3))]),
+    "GlassNode": ({"material_name": "glass_instrumental_material", "blending": 1}, [], [
+        *_MESH,
+        ("?setTransparentMode:mode", mode_of(1, 3, 6)),
+        ("?setGlassType:mode", lambda e, kind: e.material.update(
+            {0: {"material_name": "glass_instrumental_material"}, 1: {"material_name": "glass_material"}}.get(kind, {}))),
+    ]),
+    "ColorNode": ({"material_name": "color_material"}, [_RED], [
+        *_FLAT,
+        ("?setColor:f,f,f", lambda e, *color: e.uniform("color", ("model::Property<osg::Vec3f>", color))),
+    ]),
+    "MirrorNode": ({"material_name": "mirror_material", "channels": [0, *[-1] * 12]}, [_RED], [
+        *_FLAT,
+        ("setTextureCoordinates:quad_uvs", lambda e, uvs: e.attribute("TEXCOORD0", uvs)),
+        ("setTexture:map", texture(0)),
+    ]),
+    "DeckNode": ({"material_name": "deck_material", "channels": [0, 0, 0, 1, 1, -1, -1, 1, *[-1] * 5]}, [], [
+        *_FLAT,
+        ("setTiledUV:quad_uvs setRegularUV:uv_list", deck_tangents),
+        ("setBaseTiledMap:map", texture(0)),
+        ("setNormalTiledMap:map", texture(1)),
+        ("setAormsTiledMap:map", texture(2)),
+        ("setBaseMap:map", texture(3)),
+        ("setAormsMap:map", texture(4)),
+        ("?setRainMask:map", texture(5)),
+        ("?setDamageMask:map", texture(6)),
+        ("?setDamageMap:map", texture(7)),
+        ("?setDamageMaskRGBA:map", texture(9)),
+        ("?setTransparentMode:mode", mode_of(0, 1, 2, 3)),
+        ("?setDecalId:byte", of_material("decal_id")),
+        ("?setArgument:handle", lambda e, handle: e.record.update(damage=handle)),
+    ]),
+}  # fmt: skip
+
+
+def spots(e: Any, found: Any) -> None:
+    e.record.update(lights=[light[:8] for light in found], directions=[light[8] for light in found], version=2)
+    e.material["material_name"] = "fake_spot_lights2_wdir"
+
+
+def sizes(place: int) -> Callable[..., object]:
+    def land(e: Any, value: float) -> None:
+        kind, factors = e.properties["sizeFactors"]
+        e.uniform("sizeFactors", (kind, tuple(value if k == place else old for k, old in enumerate(factors))))
+
+    return land
+
+
+def animation_argument(e: Any, value: float) -> None:
+    e.uniform("arg", ("model::Property<float>", value))
+    e.record["animation"] = {"argument": int(value), "samples": []}
+
+
+def _float(name: str, value: float) -> tuple[str, Any]:
+    return name, ("model::Property<float>", value)
+
+
+_LAMPS: list[Row] = [
+    ("?setTexture:map", texture(0)),
+    ("?setLuminance:value1", uniform("luminance")),
+    ("?setShiftToCamera:f", plain_uniform("shiftToCamera")),
+]
+_MOTION: list[Row] = [
+    ("setAnimationArg:argument", animation_argument),
+    ("setLightsAnimation:steady", lambda e, samples: e.record["animation"].update(samples=samples)),
+]
+_OMNI: list[Row] = [*_LAMPS, ("?setMinSizeInPixels:f", sizes(0)), ("?setMaxDistance:f", sizes(1))]
+_SPOT: list[Row] = [
+    *_LAMPS,
+    ("?setMinSizeInPixels:f", plain_uniform("minSizeInPixels")),
+    ("?setMaxDistance:f", plain_uniform("maxDistance")),
+    ("?setConeSetup:f3", plain_uniform("coneSetup", "osg::Vec3f")),
+]
+_OMNI_START = [
+    _float("shiftToCamera", 0.0), ("sizeFactors", ("model::Property<osg::Vec3f>", (20.0, 1000.0, 0.0))),
+    _float("luminance", 1.0),
+]  # fmt: skip
+_SPOT_START = [
+    _float("shiftToCamera", 0.0), _float("minSizeInPixels", 20.0), _float("maxDistance", 1000.0),
+    ("coneSetup", ("model::Property<osg::Vec3f>", (1.0, 0.8, 0.05))), _float("luminance", 1.0),
+]  # fmt: skip
+_OMNI_NEW = {"version": 0, "lights": [], "animation": None}
+_SPOT_NEW = {"version": 1, "lights": [], "animation": None, "directions": None, "control_directions": [[0.0, 0.0, 0.0]]}
+
+# Class: that of the file, fields of a new node, the material's name and properties, the rows.
+FAKE_LIGHTS: dict[str, tuple[str, dict[str, Any], str, list[tuple[str, Any]], list[Row]]] = {
+    "FakeOmniLights": ("FakeOmniLightsNode", _OMNI_NEW, "fake_omni_lights2", _OMNI_START,
+                       [*_OMNI, ("?set:omnis", into("lights"))]),
+    "FakeSpotLights": ("FakeSpotLightsNode", _SPOT_NEW, "fake_spot_lights2", _SPOT_START, [*_SPOT, ("?set:spots", spots)]),
+    "AnimatedFakeOmniLight": ("AnimatedFakeOmniLightsNode", _OMNI_NEW, "animated_fake_omni_lights2",
+                              [*_OMNI_START, _float("arg", -1.0)], [*_OMNI, ("set:omnis", into("lights")), *_MOTION]),
+    "AnimatedFakeSpotLight": ("AnimatedFakeSpotLightsNode", _SPOT_NEW, "animated_fake_spot_lights2",
+                              [*_SPOT_START, _float("arg", -1.0)], [*_SPOT, ("set:spots", spots), *_MOTION]),
+}  # fmt: skip
+
+# ---------------------------------------------------------------- lights, shells, connectors
+
+
+def setting(field: str) -> Callable[..., object]:
+    return lambda e, value: e.record.update({field: (value[0], "_DUMMY_NAME_", *value[1:])})
+
+
+def volume(field: str) -> Callable[..., object]:
+    def land(e: Any, value: Any) -> None:
+        start = {"radius_factor": number("radiusFactor", 0.0), "density_factor": number("densityFactor", 1.0),
+                 "near_distance": number("nearDistance", 0.0), "volume_type": 4}  # fmt: skip
+        settings = e.record["volume"] or start
+        value = value if field == "volume_type" else number("_DUMMY_NAME_", value)
+        if value != settings[field]:
+            e.record.update(volume=settings | {field: value}, version=3)
+
+    return land
+
+
+def angles(e: Any, outer: Any, inner: float) -> None:
+    setting("phi")(e, outer)
+    e.record["theta"] = number("EMPTY_NAME", inner)
+
+
+def own_property(form: str) -> Callable[..., object]:
+    def land(e: Any, key: str, value: Any) -> None:
+        e.record["properties"] = [p for p in e.record["properties"] if p[1] != key] + [(f"model::Property<{form}>", key, value)]
+
+    return land
+
+
+_LIGHT: list[Row] = [
+    ("?setColor:value3", setting("color")),
+    ("?setBrightness:value1", setting("brightness")),
+    ("?setDistance:value1", setting("distance")),
+    ("?setSpecularAmount:value1", setting("specular_amount")),
+    ("?setSoftness:value1", setting("softness")),
+    ("?setVolumeRadiusFactor:still", volume("radius_factor")),
+    ("?setVolumeDensityFactor:still", volume("density_factor")),
+    ("?setVolumeNearDistance:still", volume("near_distance")),
+    ("?setVolumeType:handle", volume("volume_type")),
+]
+# Class: model's method that adds it, class of the file, fields of a new one, rows.
+HUNG: dict[str, tuple[str, str, dict[str, Any], list[Row]]] = {
+    "OmniLight": ("addLight", "LightNode", {"light_type": 0}, _LIGHT),
+    "SpotLight": ("addLight", "LightNode", {"light_type": 1}, [
+        *_LIGHT, ("?setPhi:value1", setting("phi")), ("?setTheta:value1", setting("theta")),
+        ("?setAngles:angle,flat", angles),
+    ]),
+    "ShellNode": ("addShellNode", "ShellNode", {}, [("setPositions:point_list setIndices:index_list", lambda e, points, indices:
+                                                     e.record["mesh"].update(vertices=points, indices=indices))]),
+    "SegmentsNode": ("addSegmentsNode", "SegmentsNode", {"segments": []}, [("?set:segments", into("segments"))]),
+    "Connector": ("addConnector", "Connector", {}, [
+        ("?setPropertyFloat:text,f", own_property("float")), ("?setPropertyString:text,text", own_property("const char*")),
+    ]),
+}  # fmt: skip

@@ -1,0 +1,31 @@
+"""Every call of every class, by the whole file that it leads to."""
+
+from __future__ import annotations
+
+from pathlib import Path
+
+import pytest
+import pyzrm_313 as zrm
+import zrm_inspect
+from support.record_bytes import difference
+from support.scripted import Script, plain, random_script, whole_script
+
+
+def check(script: Script) -> None:
+    assert script.model.save("model.zrm", 10) == ""
+    found = Path("model.zrm").read_bytes()
+    assert difference(script.file, found) == ""
+    zrm_inspect.parse(found)
+
+
+def test_every_call(folder: Path) -> None:
+    plain()
+    check(whole_script())
+
+
+@pytest.mark.parametrize("seeds", range(0, 200, 20))
+def test_random_calls(folder: Path, seeds: int) -> None:
+    plain()
+    for seed in range(seeds, seeds + 20):
+        print("seed", seed)
+        check(random_script(seed))
