@@ -102,6 +102,9 @@ class Source:
     def k_bool(self) -> bool:
         return self.random.random() < 0.5
 
+    def k_sides(self) -> bool:
+        return self.k_bool()
+
     def k_handle(self) -> int:
         return self.random.randrange(100)
 

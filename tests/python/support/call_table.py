@@ -68,7 +68,8 @@ def numbers(e: Any, a: int, x: float, b: int, y: float) -> None:
     e.attribute("COLOR1", np.zeros((e.count, 1)))
 
 
-def bones(e: Any, weights: Any, packed: Any) -> None:
+def bones(e: Any, weights: Any, packed: Any, places: list[int]) -> None:
+    e.record["bones"].extend(places)
     e.attribute("COLOR1", weights)
     e.attributes["POSITION0"][:, 3:] = packed
 
@@ -137,8 +138,7 @@ BLOCKS: dict[str, list[Row]] = {
     ],
     "AormsBlock": [("setAormsMap:map setAormsMapUV:uvs", mapped(12, 13))],
     "BoneBlock": [
-        ("setBoneWeights:weights setBoneIndices:bone_numbers", bones),
-        ("?setBones:bones", lambda e, places: e.record["bones"].extend(places)),
+        ("setBoneWeights:weights setBoneIndices:bone_numbers setBones:bones", bones),
         ("?setSkinBox:box", lambda e, box: e.record.update(skin_box=box, version=1)),
         ("?setBoneNames:names", nothing),
     ],
@@ -181,7 +181,7 @@ _MESH: list[Row] = [
     ("?setOpacityFresnelPower:value1", uniform("opacityFresnelPower")),
     ("?setOpacityFresnelFactor:value1", uniform("opacityFresnelFactor")),
     ("?setDecalId:byte", of_material("decal_id")),
-    ("?setTwoSided:bool", lambda e, two_sided: setattr(e, "two_sided", two_sided)),
+    ("?setTwoSided:sides", lambda e, two_sided: setattr(e, "two_sided", two_sided)),
     ("?setPurposeWaterMask:", lambda e: setattr(e, "purpose", 1)),
     ("?+addTransparentPivot:f3", lambda e, point: e.record["pivots"].append(point)),
 ]

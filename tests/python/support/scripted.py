@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import copy
+import random
 from collections.abc import Sequence
 from typing import Any
 
@@ -94,9 +95,10 @@ class Expectation:
 class Script:
     """Builds a model call by call. `share` is the part of the optional calls that it makes."""
 
-    def __init__(self, seed: int, share: float = 0.5) -> None:
-        self.source = Source(seed)
+    def __init__(self, seed: int, share: float = 0.5, source: type[Source] = Source) -> None:
+        self.source = source(seed)
         self.random = self.source.random
+        self.places = random.Random(seed)
         self.share = share
         self.model = zrm.Model()
         self.facades: list[Any] = [self.model.getRootTransform()]
@@ -148,7 +150,7 @@ class Script:
     def place(self, facade: Any, kind: str | None = None) -> int:
         """A control node for a facade."""
         choices = [i for i, node in enumerate(self.file["nodes"]) if kind is None or node["type_name"] == "model::" + kind]
-        index = self.random.choice(choices)
+        index = self.places.choice(choices)
         facade.setControlNode(self.facades[index])
         return index
 

@@ -1,0 +1,142 @@
+"""Models that passes have work in: nodes that do nothing, equal materials, meshes side by side, vertices to weld.
+
+Everything is chosen so that it looks the same to within rounding before and after: matrices turn by quarters and scale
+alike along the axes, points lie on a grid.
+"""
+
+from __future__ import annotations
+
+import random
+from typing import Any
+
+import numpy as np
+import pyzrm_313 as zrm
+
+from .arguments import IDENTITY, Expected, Source
+from .call_table import NODES
+from .scripted import KINDS, Script
+
+_FLIPS = [((1, 0, 0), (0, 1, 0), (0, 0, 1)), ((0, 1, 0), (-1, 0, 0), (0, 0, 1)), ((0, 0, 1), (1, 0, 0), (0, 1, 0))]
+
+
+class Tame(Source):
+    def grid(self, rows: int, width: int, choices: tuple[float, ...]) -> Expected:
+        found = np.array([self.random.choice(choices) for _ in range(rows * width)], np.float32).reshape(rows, width)
+        return Expected(found.ravel(), found)
+
+    def keys(self, count: int, value: Any) -> list[tuple[float, Any]]:
+        """At least one: a scale without keys leaves nothing to see."""
+        return super().keys(max(count, 1), value)
+
+    def k_matrix(self) -> Any:
+        if self.random.random() < 0.3:
+            return IDENTITY
+        scale = self.random.choice((0.5, 1.0, 2.0))
+        turn = self.random.choice(_FLIPS)
+        columns = [(*(scale * value for value in column), float(self.random.randrange(-4, 5))) for column in turn]
+        return [*columns, (0.0, 0.0, 0.0, 1.0)]
+
+    def k_points(self) -> Expected:
+        points = self.grid(self.count, 3, (-1.0, 0.0, 0.5, 2.0)).found
+        points[1::2] += np.float32(4e-6)
+        return Expected(points.ravel(), points)
+
+    def k_normals(self) -> Expected:
+        rows = np.eye(3, dtype=np.float32)[[self.random.randrange(3) for _ in range(self.count)]]
+        return Expected(rows.ravel(), rows)
+
+    def k_uvs(self) -> Expected:
+        """One of two, so that sets repeat."""
+        step = self.random.choice((0.25, 0.5))
+        rows = (np.arange(2 * self.count, dtype=np.float32) % 5 * np.float32(step)).reshape(-1, 2)
+        return Expected(rows.ravel(), rows)
+
+    def k_triangles(self) -> Expected:
+        flat = [self.random.randrange(self.count) for _ in range(3 * self.random.randrange(4, 12))]
+        return Expected(flat, flat)
+
+    def k_bones(self) -> Expected:
+        chosen = [self.random.choice(self.bones) for _ in range(2)]
+        return Expected([bone for bone, _ in chosen], [place for _, place in chosen])
+
+    def k_bone_numbers(self) -> Expected:
+        numbers = [self.random.randrange(3) for _ in range(4 * self.count)]
+        return Expected(numbers, np.zeros((self.count, 1), np.float32))
+
+    def k_map(self) -> str:
+        return "map"
+
+    def k_f3(self) -> Any:
+        return (self.k_f(),) * 3
+
+    def k_f(self) -> float:
+        return self.random.choice((0.5, 1.0, 2.0))
+
+    def k_sides(self) -> bool:
+        return False
+
+    def k_handle(self) -> int:
+        return self.random.randrange(3)
+
+    def k_mode(self) -> int:
+        return self.random.randrange(2)
+
+    def k_value1(self, width: int = 1) -> Expected:
+        self.random.random()
+        facade = (zrm.PropertyFloat, zrm.PropertyFloat2, zrm.PropertyFloat3)[width - 1]
+        value: Any = (0.5, (0.5, 0.5), (0.5, 1.0, 0.5))[width - 1]
+        return Expected(facade(value), ("", value))
+
+
+def tame_script(seed: int, boxes: bool = True) -> Script:
+    """Each kind of mesh and light three times over, on nodes of its own choice; no skins without boxes."""
+    script = Script(seed, 0.5, Tame)
+    for kind in [*NODES, *script.random.choices([*NODES, "Transform", "Transform"], k=8), "Bone"]:
+        script.add_node(kind)
+    for kind in [*KINDS, "PBRNode", "PBRNode"]:
+        state = script.random.getstate()
+        for _ in range(3):
+            script.random.setstate(state)
+            if kind in ("PBRNode", "GlassNode"):
+                blocks = blocks_of(script, kind)
+                script.add_mesh(kind, [name for name in blocks if boxes or name != "BoneBlock"])
+            else:
+                script.add(kind)
+    if boxes:
+        script.finish()
+    return script
+
+
+def blocks_of(script: Script, kind: str) -> list[str]:
+    """An infrared map has the albedo's coordinates, so it never comes without."""
+    blocks = script.blocks(kind)
+    return [name for name in blocks if name != "FlirBlock" or "BaseBlock" in blocks]
+
+
+def golden_script(seed: int = 5) -> Script:
+    """Two hundred meshes that reordering may or may not be worth are among it."""
+    script = tame_script(seed)
+    for number in range(200):
+        strip = shuffled_strip(number)
+        strip.setControlNode(script.facades[number % len(script.facades)])
+        assert script.model.addRenderNode(strip) == ""
+    return script
+
+
+def shuffled_strip(seed: int) -> zrm.ColorNode:
+    """A band of quads of which only some are out of order."""
+    chance = random.Random(seed)
+    length = chance.randrange(8, 40)
+    points = [(float(k // 2), float(k % 2), 0.0) for k in range(2 * length + 2)]
+    triangles = [t for k in range(0, 2 * length, 2) for t in ((k, k + 1, k + 2), (k + 2, k + 1, k + 3))]
+    for _ in range(chance.randrange(4)):
+        a, b = chance.randrange(len(triangles)), chance.randrange(len(triangles))
+        triangles[a], triangles[b] = triangles[b], triangles[a]
+    if seed % 2:  # each triangle has corners of its own
+        points = [points[k] for triangle in triangles for k in triangle]
+        triangles = [(k, k + 1, k + 2) for k in range(0, len(points), 3)]
+    node = zrm.ColorNode(f"strip {seed}", "paint")
+    node.setPositions(np.array(points).ravel())
+    node.setNormals([0.0, 0.0, 1.0] * len(points))
+    node.setIndices(np.array(triangles).ravel())
+    return node

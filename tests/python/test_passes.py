@@ -1,0 +1,173 @@
+"""What the passes of a save do to whole models, and what they leave as it was."""
+
+from __future__ import annotations
+
+import hashlib
+import itertools
+import random
+import subprocess
+from collections.abc import Iterator, Sequence
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+import pyzrm_313 as zrm
+import zrm_inspect
+from conftest import SWITCHES
+from support.every_record import LARGEST
+from support.process import run_python
+from support.scene_parts import parts, same
+from support.scripted import Script, plain
+from support.tame import golden_script, tame_script
+from zrm_inspect.model import BaseRenderNode, FakeOmniLightsNode, FakeSpotLightsNode, RenderNode, SegmentsNode, ShellNode
+
+SEEDS = range(12)
+# Pairs of passes, by their places in the order, of which the second one's work depends on the first one's.
+ORDERED = {(1, 2), (2, 3), (3, 4), (4, 5), (0, 3), (3, 5)}
+
+
+def save(script: Script, on: Sequence[str]) -> bytes:
+    plain(on)
+    assert script.model.save("model.zrm", 10) == ""
+    return Path("model.zrm").read_bytes()
+
+
+def poses(seed: int) -> list[dict[int, float]]:
+    chance = random.Random(seed)
+    return [{}] + [{k: chance.uniform(-0.6, 0.6) for k in range(100)} for _ in range(2)]
+
+
+@pytest.mark.parametrize("seed", SEEDS)
+def test_everything_that_shows_survives(folder: Path, seed: int) -> None:
+    before = zrm_inspect.parse(save(tame_script(seed), ()))
+    wanted = [(pose, parts(before, pose)) for pose in poses(seed)]
+    assert len(wanted[0][1]) >= 8
+    for on in (*[(name,) for name in SWITCHES], SWITCHES):
+        after = zrm_inspect.parse(save(tame_script(seed), on))
+        for pose, parts_before in wanted:
+            assert same(parts_before, parts(after, pose)) == "", on
+
+
+def test_the_order_of_the_passes(folder: Path) -> None:
+    """A save with several switches is as many saves with one each, in the one order."""
+
+    def one_by_one(names: Sequence[str]) -> bytes:
+        script = golden_script()
+        return [save(script, [name]) for name in names][-1]
+
+    assert one_by_one(SWITCHES) == save(golden_script(), SWITCHES)
+    matters = set()
+    for first, second in itertools.combinations(range(len(SWITCHES)), 2):
+        pair = SWITCHES[first], SWITCHES[second]
+        assert one_by_one(pair) == save(golden_script(), pair)
+        if one_by_one(pair[::-1]) != one_by_one(pair):
+            matters.add((first, second))
+    print(matters)
+    assert matters == ORDERED
+
+
+# The first half of the SHA-256 of the file that each pass leaves alone, then none, then all together.
+GOLDEN = {
+    "optimizeTransformations": "38cfb2488e35adead24d67daeb5ec393",
+    "mergePopertiesSets": "423f2331d6d8cc052de3ba10ad5f07cb",
+    "optimizeTextureChannels": "bf06c9c5f8fc1d627b0b3e6c03d5aa1f",
+    "mergeNodes": "4a442345411a0535b7d453bfba397e91",
+    "extremlyOptimizeMeshes": "97889de3662b54758a1441cdc25ff4cf",
+    "optimizeVertexCache": "e6596d313dedf207c4b67e70621141db",
+    "none": "8a35ca1de6b85ca51e10c5fdf9fdb7e6",
+    "all": "c68c631f2b23b5417123f03e64939835",
+}
+
+
+def test_golden_files(folder: Path) -> None:
+    """A change of one of these is a change of what scripts get: say so where it is made."""
+    cases = {name: [name] for name in SWITCHES} | {"none": [], "all": SWITCHES}
+    found = {case: hashlib.sha256(save(golden_script(), on)).hexdigest()[:32] for case, on in cases.items()}
+    assert len(set(found.values())) == len(cases)
+    assert found == GOLDEN
+
+
+FRESH = """
+import locale, sys
+locale.setlocale(locale.LC_ALL, "")
+from support.tame import golden_script
+import pyzrm_313 as zrm
+assert golden_script().model.save("model.zrm", 10) == ""
+value = zrm.PropertyFloat3(1234567, [(0.5, (1234.5, -0.25, 1e20))])
+print(locale.localeconv()["decimal_point"], value, zrm.Model().save("x", 54321))
+"""
+
+
+def test_fresh_processes(folder: Path) -> None:
+    """All passes are on at the start, and neither hash seeds nor locales reach the file or a text."""
+    points = {}
+    for seed, name in (("0", "C"), ("1", "de_DE.UTF-8"), ("77", "tr_TR.UTF-8")):
+        language = name.partition(".")[0]
+        if name != "C" and subprocess.run(["localedef", "-i", language, "-f", "UTF-8", f"./{name}"]).returncode:
+            pytest.skip(f"localedef makes no {name} here: the package of locale sources is missing")
+        ran = run_python(FRESH, folder, PYTHONHASHSEED=seed, LC_ALL=name, LOCPATH=str(folder))
+        assert ran.returncode == 0, ran.stderr
+        point, _, texts = ran.stdout.strip().partition(" ")
+        points[name] = point
+        assert hashlib.sha256(Path("model.zrm").read_bytes()).hexdigest()[:32] == GOLDEN["all"]
+        numbers = "animation(1234567, 0.500000,vec3(1234.500000,-0.250000,100000002004087734272.000000))"
+        assert texts == f"pyzrm::PropertyFloat3(_DUMMY_NAME_ = {numbers};) Unsupported version 54321"
+    assert points == {"C": ".", "de_DE.UTF-8": ",", "tr_TR.UTF-8": ","}
+
+
+def corners_at(low: Any, high: Any, matrix: Any) -> Any:
+    corners = np.array([[(low, high)[k >> axis & 1][axis] for axis in range(3)] + [1.0] for k in range(8)])
+    return (corners @ matrix)[:, :3]
+
+
+def boxes_at_rest(file: zrm_inspect.ZrmFile) -> Iterator[Any]:
+    """The corners of each part's own box, where its node takes them."""
+    world = zrm_inspect.evaluate(file, {}).world
+    for node in (*file.render_nodes, *file.shell_nodes):
+        if isinstance(node, RenderNode):
+            numbers, points = node.mesh.part_numbers(), node.mesh.attribute("POSITION0")
+            chosen = [(parent, points[numbers == part, :3]) for part, (parent, _) in enumerate(node.parents.tolist())]
+        elif isinstance(node, FakeOmniLightsNode | FakeSpotLightsNode):
+            spread = node.lights["size"][:, None].astype(float) / 2 * [[[-1.0]], [[1.0]]]
+            points = (node.lights["position"] + spread).astype(np.float32)
+            chosen = [(parent, points[:, node.lights["controlIndex"] == k].reshape(-1, 3))
+                      for k, parent in enumerate(node.controls.tolist())]  # fmt: skip
+        else:
+            points = node.segments.reshape(-1, 3) if isinstance(node, SegmentsNode) else node.mesh.vertices
+            chosen = [(node.control, points)]
+        for parent, points in chosen:
+            if len(points):
+                yield corners_at(points.min(0).astype(float), points.max(0).astype(float), world[parent])
+            elif not isinstance(node, BaseRenderNode):  # nothing, from the largest to the smallest number, turns inside out
+                yield corners_at([LARGEST] * 3, [-LARGEST] * 3, world[parent])
+
+
+@pytest.mark.parametrize("seed", SEEDS)
+def test_box_of_a_model_that_has_none(folder: Path, seed: int) -> None:
+    for on in ((), SWITCHES):
+        file = zrm_inspect.parse(save(tame_script(seed, boxes=False), on))
+        with np.errstate(over="ignore"):
+            corners = np.concatenate(list(boxes_at_rest(file))).astype(np.float32)
+        expected = [corners.min(0), corners.max(0)]
+        assert np.allclose(file.root.bounding_box, expected, rtol=1e-6, atol=1e-6)
+        reach = max(float(np.max(property_values(light.distance))) for light in file.light_nodes)
+        assert np.allclose(file.root.light_box, expected + np.array([[-reach], [reach]]), rtol=1e-6, atol=1e-6)
+        assert np.array_equal(file.root.user_box, file.root.bounding_box)
+
+
+def property_values(entry: Any) -> Any:
+    return entry.keys["value"] if hasattr(entry, "keys") else entry.value
+
+
+@pytest.mark.parametrize(("distance", "left"), [(9e-6, 4), (1e-5, 4), (1.1e-5, 5)])
+def test_what_is_near_enough_to_weld(folder: Path, distance: float, left: int) -> None:
+    shell = zrm.ShellNode("shell")
+    shell.setPositions([0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0, 0.0, distance, 0.0, 0.0, 0.0, 0.0, 1.0])
+    shell.setIndices([0, 1, 2, 3, 2, 4])
+    model = zrm.Model()
+    shell.setControlNode(model.getRootTransform())
+    model.addShellNode(shell)
+    assert model.save("model.zrm", 10) == ""
+    (record,) = zrm_inspect.read_file("model.zrm").shell_nodes
+    assert isinstance(record, ShellNode) and record.mesh.vertex_count == left
