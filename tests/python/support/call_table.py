@@ -263,10 +263,18 @@ _LAMPS: list[Row] = [
     ("?setLuminance:value1", uniform("luminance")),
     ("?setShiftToCamera:f", plain_uniform("shiftToCamera")),
 ]
-_MOTION: list[Row] = [
-    ("setAnimationArg:argument", animation_argument),
-    ("setLightsAnimation:steady", lambda e, samples: e.record["animation"].update(samples=samples)),
-]
+
+
+def motion(sprites: str, land: Callable[..., object]) -> list[Row]:
+    """Two sprites, each with its samples."""
+
+    def both(e: Any, lights: Any, samples: Any) -> None:
+        land(e, lights)
+        e.record["animation"]["samples"] = samples
+
+    return [("setAnimationArg:argument", animation_argument), (f"?set:{sprites} setLightsAnimation:steady", both)]
+
+
 _OMNI: list[Row] = [*_LAMPS, ("?setMinSizeInPixels:f", sizes(0)), ("?setMaxDistance:f", sizes(1))]
 _SPOT: list[Row] = [
     *_LAMPS,
@@ -291,9 +299,9 @@ FAKE_LIGHTS: dict[str, tuple[str, dict[str, Any], str, list[tuple[str, Any]], li
                        [*_OMNI, ("?set:omnis", into("lights"))]),
     "FakeSpotLights": ("FakeSpotLightsNode", _SPOT_NEW, "fake_spot_lights2", _SPOT_START, [*_SPOT, ("?set:spots", spots)]),
     "AnimatedFakeOmniLight": ("AnimatedFakeOmniLightsNode", _OMNI_NEW, "animated_fake_omni_lights2",
-                              [*_OMNI_START, _float("arg", -1.0)], [*_OMNI, ("set:omnis", into("lights")), *_MOTION]),
+                              [*_OMNI_START, _float("arg", -1.0)], [*_OMNI, *motion("omnis", into("lights"))]),
     "AnimatedFakeSpotLight": ("AnimatedFakeSpotLightsNode", _SPOT_NEW, "animated_fake_spot_lights2",
-                              [*_SPOT_START, _float("arg", -1.0)], [*_SPOT, ("set:spots", spots), *_MOTION]),
+                              [*_SPOT_START, _float("arg", -1.0)], [*_SPOT, *motion("spots", spots)]),
 }  # fmt: skip
 
 # ---------------------------------------------------------------- lights, shells, connectors

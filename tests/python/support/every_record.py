@@ -256,3 +256,16 @@ EVERY_RECORD: Record = {
     "light_nodes": LIGHTS,
     "render_nodes": RENDER_NODES,
 }  # fmt: skip
+
+# The smallest file: a model as it is made. Put together by hand.
+EMPTY_MODEL = bytes.fromhex(
+    "5a524d 0a00 46000000"
+    + (b"model::RootNode\0model::Property<unsigned int>\0__VERSION__\0model::Node\0").hex()
+    + "0000000000000000"  # reserved
+    + "00000000 00000000 00000000"  # the root's type, no name, reserved
+    + "01000000 01000000 02000000 03000000"  # one property: "__VERSION__" = 3
+    + ("000000e0ffffef47" * 3 + "000000e0ffffefc7" * 3) * 3  # three boxes that aren't set
+    + "00000000 00000000 00000000"  # no materials, reserved, no handles
+    + "01000000 03000000 04000000 726f6f74 00000000 00000000"  # one node, "root", without properties
+    + "ffffffff 00000000"  # it has no parent; no sections
+)

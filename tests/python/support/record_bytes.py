@@ -105,7 +105,7 @@ def write_material(out: Output, m: Record) -> None:
     out.at("names").text("MATERIAL_NAME", m["material_name"], "NAME", m["name"])
     out.at("shadows").text("SHADOWS").u8(m["casts_shadow"] + 4 * m["shadow_flag2"])
     out.at("textures").text("TEXTURES").u32(len(m["textures"]))
-    for slot, texture in sorted(m["textures"].items()):
+    for slot, texture in m["textures"].items():
         write_texture(out.u32(slot), texture)
     out.at("uniforms").text("UNIFORMS").each(write_property, m["uniforms"])
     out.at("animated uniforms").text("ANIMATED_UNIFORMS").each(write_property, m["animated_uniforms"])

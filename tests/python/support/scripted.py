@@ -60,6 +60,7 @@ class Expectation:
 
     def finish(self, material: int) -> None:
         self.record["material"] = material
+        self.material["textures"] = dict(sorted(self.material["textures"].items()))
         for field, animated in (("uniforms", False), ("animated_uniforms", True)):
             self.material[field] = [
                 (kind, name, *rest)

@@ -4,76 +4,63 @@ from __future__ import annotations
 
 import math
 import random
-import sys
-from pathlib import Path
 from typing import Any
 
 import numpy as np
 import pytest
-
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "Utils/ZRMTools/zrm_inspect"))
-
-from zrm_bytes import (  # noqa: E402
-    IDENTITY,
-    NONE,
+from support.every_record import IDENTITY, MATERIAL, root
+from support.record_bytes import NONE, UINT, Record
+from support.small_files import (
     SKIN_FORMAT,
-    UINT,
-    Writer,
-    ZrmBytes,
-    animated_prop,
     animation,
     bone,
     lod,
-    material,
     node,
-    prop,
+    packed,
     render,
-    simple,
     skin,
-    string_prop,
+    small,
     transform,
     vertex_format,
     visibility,
 )
-
-from zrm_inspect import Scene, evaluate, parse  # noqa: E402
-from zrm_inspect.animation import property_at  # noqa: E402
+from zrm_inspect import Scene, evaluate, parse
+from zrm_inspect.animation import property_at
 
 S = math.sqrt(0.5)
 TURN_X = (S, 0.0, 0.0, S)  # a quarter turn: y becomes z
 TURN_Z = (0.0, 0.0, S, S)  # a quarter turn: x becomes y
-BASE = (0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 1, 1, 1, 1)
 Point = tuple[float, float, float]
 
 
-def moved(x: float = 0, y: float = 0, z: float = 0) -> list[float]:
-    return [*IDENTITY[:12], x, y, z, 1.0]
+def moved(x: float = 0, y: float = 0, z: float = 0) -> list[list[float]]:
+    return [*IDENTITY[:3], [x, y, z, 1.0]]
 
 
-def upper(*rows: float) -> list[float]:
-    return [*rows[0:3], 0, *rows[3:6], 0, *rows[6:9], 0, 0, 0, 0, 1]
+def upper(*rows: float) -> list[list[float]]:
+    return [[*rows[0:3], 0], [*rows[3:6], 0], [*rows[6:9], 0], [0, 0, 0, 1]]
 
 
 def points(world: Any, *given: Point) -> list[list[float]]:
     return [np.round(np.array([*p, 1.0]) @ world, 6)[:3].tolist() for p in given]
 
 
-def world_of(writer: Writer, arguments: dict[int, float] | None = None, handles: int = 0) -> Any:
-    return evaluate(parse(simple([(-1, writer)], handles)), arguments or {}).world[0]
+def world_of(writer: Record, arguments: dict[int, float] | None = None, handles: int = 0) -> Any:
+    return evaluate(parse(small([(-1, writer)], handles)), arguments or {}).world[0]
 
 
 # ---------------------------------------------------------------- animation nodes
 
 ANIMATION, POSITION, ROTATION, SCALE = (
-    f"model::Arg{kind}Node" for kind in ("Animation", "Position", "Rotation", "Scale")
+    f"Arg{kind}Node" for kind in ("Animation", "Position", "Rotation", "Scale")
 )
 
-LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
+LOCAL: list[tuple[str, Record, int, dict[int, float], Point, Point]] = [
     ("nothing", animation(SCALE), 0, {}, (1, 2, 3), (1, 2, 3)),
     (
         # (1, 0, 0) is scaled to (2, 0, 0), turned to (0, 2, 0), moved to (10, 2, 0), and the base matrix adds 5.
         "scale, rotation, position, matrix",
-        animation(SCALE, matrix=moved(0, 0, 5), base=(10, 0, 0, *TURN_Z, 0, 0, 0, 1, 2, 1, 1)),
+        animation(SCALE, matrix=moved(0, 0, 5), base_position=(10, 0, 0), base_rotation=TURN_Z, base_scale=(2, 1, 1)),
         0,
         {},
         (1, 0, 0),
@@ -82,7 +69,7 @@ LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
     (
         # The scale's axes are turned by a quarter: the factor of x works on y.
         "axes of the scale",
-        animation(SCALE, base=(0, 0, 0, 0, 0, 0, 1, *TURN_Z, 2, 1, 1)),
+        animation(SCALE, base_scale_rotation=TURN_Z, base_scale=(2, 1, 1)),
         0,
         {},
         (1, 1, 1),
@@ -90,7 +77,7 @@ LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
     ),
     (
         "scale channel with axes, before the base scale",
-        animation(SCALE, scales=[(0, [(0, *TURN_Z)], [(0, 2, 1, 1)])], base=(*BASE[:11], 3, 1, 1)),
+        animation(SCALE, scales=[(0, [(0, *TURN_Z)], [(0, 2, 1, 1)])], base_scale=(3, 1, 1)),
         1,
         {},
         (1, 1, 1),
@@ -106,7 +93,7 @@ LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
     ),
     (
         "the base rotation comes behind the channels",
-        animation(ROTATION, rotations=[(0, [(0, *TURN_Z)])], base=(0, 0, 0, *TURN_X, 0, 0, 0, 1, 1, 1, 1)),
+        animation(ROTATION, rotations=[(0, [(0, *TURN_Z)])], base_rotation=TURN_X),
         1,
         {},
         (1, 0, 0),
@@ -114,7 +101,7 @@ LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
     ),
     (
         "positions add up, also on one argument",
-        animation(POSITION, [(0, [(1, 5, 6, 7), (2, 0, 0, 0)]), (0, [(0, 1, 1, 1)])], base=(1, *BASE[1:])),
+        animation(POSITION, [(0, [(1, 5, 6, 7), (2, 0, 0, 0)]), (0, [(0, 1, 1, 1)])], base_position=(1, 0, 0)),
         1,
         {},
         (0, 0, 0),
@@ -158,7 +145,7 @@ LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
     ("an empty scale channel in front flattens", animation(SCALE, scales=[(0, [], [])]), 1, {}, (1, 2, 3), (0, 0, 0)),
     (
         "quaternions of any length turn alike",
-        animation(SCALE, base=(0, 0, 0, 0, 0, 3, 3, 0, 0, 0, 1, 1, 1, 1)),
+        animation(SCALE, base_rotation=(0, 0, 3, 3)),
         0,
         {},
         (1, 0, 0),
@@ -166,7 +153,7 @@ LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
     ),
     (
         "a quaternion of no length leaves no direction",
-        animation(SCALE, base=(1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1)),
+        animation(SCALE, base_position=(1, 2, 3), base_rotation=(0, 0, 0, 0)),
         0,
         {},
         (5, 5, 5),
@@ -176,7 +163,7 @@ LOCAL: list[tuple[str, Writer, int, dict[int, float], Point, Point]] = [
 
 
 @pytest.mark.parametrize("case", LOCAL, ids=[case[0] for case in LOCAL])
-def test_local_matrix(case: tuple[str, Writer, int, dict[int, float], Point, Point]) -> None:
+def test_local_matrix(case: tuple[str, Record, int, dict[int, float], Point, Point]) -> None:
     _, writer, handles, arguments, given, expected = case
     assert points(world_of(writer, arguments, handles), given) == [list(expected)]
 
@@ -189,15 +176,19 @@ def test_arguments_are_32_bit() -> None:
 
 def test_properties() -> None:
     """Static, argument and animated values of a material."""
-    animated = [
-        prop("model::ArgumentProperty", "argument", "I", 1),
-        animated_prop("float", "one", 1, [(0, 1), (1, 3)]),
-        animated_prop("osg::Vec2f", "two", 1, [(0, 1, 2), (1, 3, 6)]),
-        animated_prop("float", "empty", 1, []),
+    def animated(form: str, name: str, *keys: Any) -> Any:
+        return (f"model::AnimatedProperty<{form}>", name, 1, keys)
+
+    driven = [
+        ("model::ArgumentProperty", "argument", 1),
+        animated("float", "one", (0, [1]), (1, [3])),
+        animated("osg::Vec2f", "two", (0, [1, 2]), (1, [3, 6])),
+        animated("float", "empty"),
     ]
-    uniforms = [prop(UINT, "u", "I", 7), string_prop("s", "text")]
-    out = ZrmBytes().root([material(uniforms=uniforms, animated=animated)], 2).tree([(-1, node())])
-    (made,) = parse(out.sections(RENDER_NODES=[render()]).finish()).materials
+    uniforms = [(UINT, "u", 7), ("model::Property<const char*>", "s", "text")]
+    form = vertex_format(POSITION0=4, NORMAL0=3, TEXCOORD0=2)
+    top = root([MATERIAL | {"vertex_format": form, "uniforms": uniforms, "animated_uniforms": driven}], 2)
+    (made,) = parse(small([(-1, node())], root=top, render_nodes=[render()])).materials
     got = [property_at(p, {1: 0.5}) for p in (*made.uniforms, *made.animated_uniforms)]
     assert got == [7, "text", 0.5, 2.0, (2.0, 4.0), None]
 
@@ -207,7 +198,7 @@ def test_properties() -> None:
 
 def test_child_before_parent() -> None:
     """A point goes through the child's matrix first: out along x, then around z."""
-    file = parse(simple([(-1, transform(upper(0, 1, 0, -1, 0, 0, 0, 0, 1))), (0, node()), (1, transform(moved(1)))]))
+    file = parse(small([(-1, transform(upper(0, 1, 0, -1, 0, 0, 0, 0, 1))), (0, node()), (1, transform(moved(1)))]))
     assert points(evaluate(file, {}).world[2], (0, 0, 0), (1, 0, 0)) == [[0, 1, 0], [0, 2, 0]]
 
 
@@ -215,17 +206,17 @@ def test_random_trees_against_a_plain_loop() -> None:
     choose = random.Random(5)
     for count in (1, 2, 7, 64, 300):
         chain: list[int] = []
-        nodes: list[tuple[int, Writer]] = []
+        nodes: list[tuple[int, Record]] = []
         for index in range(count):
             # A pre-order tree: climb some steps from the last node, then hang the new one there.
             for _ in range(choose.choice((0, 0, 0, 1, 2, 5))):
                 if len(chain) > 1:
                     chain.pop()
             hidden = choose.random() < 0.05
-            matrix = [choose.uniform(-1, 1) for _ in range(16)]
+            matrix = [[choose.uniform(-1, 1) for _ in range(4)] for _ in range(4)]
             nodes.append((chain[-1] if chain else -1, visibility((0, [(1, 2)])) if hidden else transform(matrix)))
             chain.append(index)
-        file = parse(simple(nodes, handles=int(any("visibility" in str(w) for _, w in nodes))))
+        file = parse(small(nodes, handles=int(any("arguments" in record for _, record in nodes))))
         scene = evaluate(file, {})
         for index, entry in enumerate(file.nodes):
             own: Any = getattr(entry, "matrix", np.eye(4))
@@ -249,19 +240,19 @@ SHOWN = [  # value of argument 0, of argument 1, whether the node is visible
 @pytest.mark.parametrize("first, second, shown", SHOWN)
 def test_visibility(first: float, second: float, shown: bool) -> None:
     nodes = [(-1, node()), (0, visibility((0, [(0, 0.5), (0.75, 1)]), (1, [(0, 1)]))), (1, transform()), (0, node())]
-    scene = evaluate(parse(simple(nodes, 2)), {0: first, 1: second})
+    scene = evaluate(parse(small(nodes, 2)), {0: first, 1: second})
     assert scene.visible.tolist() == [True, shown, shown, True]
 
 
 def test_visibility_without_ranges() -> None:
-    assert evaluate(parse(simple([(-1, visibility())])), {}).visible.tolist() == [True]
-    assert evaluate(parse(simple([(-1, visibility((0, [])))], 1)), {}).visible.tolist() == [False]
+    assert evaluate(parse(small([(-1, visibility())])), {}).visible.tolist() == [True]
+    assert evaluate(parse(small([(-1, visibility((0, [])))], 1)), {}).visible.tolist() == [False]
 
 
 def test_lod_ranges() -> None:
     nodes = [(-1, node()), (0, lod((0, 100), (100, 400))), (1, node()), (2, node()), (1, node()), (4, lod((1, 2)))]
     nodes += [(5, node()), (1, node())]
-    scene = evaluate(parse(simple(nodes)), {})
+    scene = evaluate(parse(small(nodes)), {})
     assert scene.lod_ranges(0) == [] and scene.lod_ranges(3) == [(1, 0, 100)]
     assert scene.lod_ranges(6) == [(5, 1, 2), (1, 100, 400)]
     assert scene.lod_ranges(7) == []  # a third child of two levels
@@ -271,15 +262,14 @@ def test_lod_ranges() -> None:
 
 
 def mesh_scene(
-    nodes: list[tuple[int, Writer]],
-    member: Writer,
+    nodes: list[tuple[int, Record]],
+    member: Record,
     form: list[int] | None = None,
     arguments: dict[int, float] | None = None,
     handles: int = 0,
 ) -> Scene:
-    made = material(form) if form is not None else material()
-    out = ZrmBytes().root([made], handles).tree(nodes).sections(RENDER_NODES=[member])
-    return evaluate(parse(out.finish()), arguments or {})
+    more = {"form": form} if form is not None else {}
+    return evaluate(parse(small(nodes, handles, render_nodes=[member], **more)), arguments or {})
 
 
 def test_parents_by_vertex() -> None:
@@ -331,9 +321,9 @@ def test_normals(rows: tuple[float, ...], normal: Point, expected: Point) -> Non
 def test_skin() -> None:
     """Bones take rest space to world space; what has no weight may name any bone; entry 0 is a bone like the others."""
     rows = [
-        [1, 0, 0, bytes([0, 1, 9, 9]), 0, 0, 1, 0.25, 0.75, 0, 0],
-        [1, 0, 0, bytes([2, 0, 0, 0]), 0, 0, 1, 1, 0, 0, 0],
-        [1, 0, 0, bytes([0, 0, 0, 1]), 1, 0, 0, 0, 0, 0, 1],
+        [1, 0, 0, packed(0, 1, 9, 9), 0, 0, 1, 0.25, 0.75, 0, 0],
+        [1, 0, 0, packed(2, 0, 0, 0), 0, 0, 1, 1, 0, 0, 0],
+        [1, 0, 0, packed(0, 0, 0, 1), 1, 0, 0, 0, 0, 0, 1],
     ]
     nodes = [
         (-1, transform(moved(0, 0, 100))),
@@ -350,9 +340,8 @@ def test_skin() -> None:
 
 def test_skin_on_animated_bones() -> None:
     keys = [(0, 0, 0, 0), (1, 4, 0, 0)]
-    inverted = moved(-1)
-    nodes = [(-1, bone()), (0, animation("model::ArgAnimatedBone", [(2, keys)], matrix=moved(1), inverted=inverted))]
-    rows = [[x, 0, 0, bytes([1, 0, 0, 0]), 0, 0, 1, 1, 0, 0, 0] for x in range(3)]
+    nodes = [(-1, bone()), (0, animation("ArgAnimatedBone", [(2, keys)], matrix=moved(1), inverted_base_bone_matrix=moved(-1)))]
+    rows = [[x, 0, 0, packed(1, 0, 0, 0), 0, 0, 1, 1, 0, 0, 0] for x in range(3)]
     (mesh,) = mesh_scene(nodes, skin([0, 1], rows), SKIN_FORMAT, {2: 0.5}, 3).meshes
     assert mesh.positions[:, 0].tolist() == [2, 3, 4]
 
@@ -360,7 +349,7 @@ def test_skin_on_animated_bones() -> None:
 def test_skin_without_weights() -> None:
     form = vertex_format(POSITION0=4)
     nodes = [(-1, bone()), (0, bone(moved(5)))]
-    (mesh,) = mesh_scene(nodes, skin([0, 1], [[0, 0, 0, bytes([1, 0, 0, 0])]], [0, 0, 0]), form).meshes
+    (mesh,) = mesh_scene(nodes, skin([0, 1], [[0, 0, 0, packed(1, 0, 0, 0)]], [0, 0, 0]), form).meshes
     assert mesh.positions.tolist() == [[5, 0, 0]]
 
 
@@ -368,18 +357,18 @@ UNUSABLE = [
     ("index", render(triangles=[0, 1, 3]), None, "index 3 of 3"),
     ("parent", render(rows=[[0, 0, 0, 1] + [0] * 5] * 3), None, "vertex of parent 1 of 1"),
     ("parent that is no number", render(rows=[[0, 0, 0, math.nan] + [0] * 5] * 3), None, "vertex of parent -1 of 1"),
-    ("bone", skin([0], [[0, 0, 0, b"\1\0\0\0", 0, 0, 1, 1, 0, 0, 0]] * 3), SKIN_FORMAT, "vertex of bone 1 of 1"),
+    ("bone", skin([0], [[0, 0, 0, packed(1, 0, 0, 0), 0, 0, 1, 1, 0, 0, 0]] * 3), SKIN_FORMAT, "vertex of bone 1 of 1"),
     ("position", render(rows=[[0, 0]] * 3), vertex_format(POSITION0=2), "a position of 2 floats"),
     ("normal", render(rows=[[0] * 5] * 3), vertex_format(POSITION0=4, NORMAL0=1), "a direction of 1 floats"),
 ]
 
 
 @pytest.mark.parametrize("member, form, text", [case[1:] for case in UNUSABLE], ids=[case[0] for case in UNUSABLE])
-def test_unusable_meshes(member: Writer, form: list[int] | None, text: str) -> None:
+def test_unusable_meshes(member: Record, form: list[int] | None, text: str) -> None:
     with pytest.raises(ValueError, match=text):
         mesh_scene([(-1, bone())], member, form)
 
 
 def test_mesh_without_vertices() -> None:
-    empty = parse(simple([(-1, node())], RENDER_NODES=[render([], [], [])]))
+    empty = parse(small([(-1, node())], render_nodes=[render([], [], [])]))
     assert evaluate(empty, {}).meshes == []

@@ -1,0 +1,243 @@
+"""Who keeps what alive, at any depth, and that everything goes in every order."""
+
+from __future__ import annotations
+
+import gc
+import itertools
+import random
+from collections.abc import Callable, Iterator
+from pathlib import Path
+from typing import Any
+
+import pytest
+import pyzrm_313 as zrm
+import zrm_inspect
+from support.quick import bone_block, color_node, deck_node, hang, model_of, outcome, pbr, save
+from support.process import run_python
+from support.scripted import plain, whole_script
+
+
+@pytest.fixture(autouse=True)
+def nothing_is_left() -> Iterator[None]:
+    """Each test ends with as many model objects as it began with."""
+    gc.collect()
+    before = zrm.get_num_alived_objects()
+    yield
+    gc.collect()
+    assert zrm.get_num_alived_objects() == before
+
+
+def test_a_model_frees_its_tree() -> None:
+    start = zrm.get_num_alived_objects()
+    model = zrm.Model()
+    top = model.getRootTransform()
+    for name in "abc":
+        top = top.addChild(zrm.Transform(name))
+    assert zrm.get_num_alived_objects() == start + 5
+    del model
+    assert zrm.get_num_alived_objects() == start + 1  # the last facade holds its node, which no longer holds the others
+    assert top.getName() == "c"
+
+
+def test_facades_die_first(folder: Path) -> None:
+    model = zrm.Model()
+    node = zrm.Transform("t", [(1, 0, 0, 5), (0, 1, 0, 6), (0, 0, 1, 7), (0, 0, 0, 1)])
+    for mesh in (color_node(), deck_node()):
+        hang(mesh, model, node)
+        gc.collect()
+        assert model.addRenderNode(mesh) == ""
+    del node, mesh
+    gc.collect()
+    file = save(model)
+    assert len(file.render_nodes) == 2 and file.root.bounding_box.tolist() == [[5.0, 6.0, 7.0], [6.0, 7.0, 7.0]]
+
+
+def test_models_die_in_every_order(folder: Path) -> None:
+    """Roots that hang under nodes of other models."""
+    for order in itertools.permutations(range(3)):
+        models: list[Any] = [zrm.Model() for _ in range(3)]
+        nodes = [zrm.Node(str(i)) for i in range(3)]
+        for model, node in zip(models, nodes):
+            model.getRootTransform().addChild(node)
+        nodes[0].addChild(models[1].getRootTransform())
+        nodes[0].addChild(zrm.Node("beside"))
+        nodes[1].addChild(models[2].getRootTransform())
+        with pytest.raises(ValueError):
+            nodes[2].addChild(models[0].getRootTransform())
+        for number in order:
+            models[number] = None
+            for left in models:
+                if left is not None:
+                    outcome(left.save, "model.zrm", 10)
+            for node in nodes:  # what is left is whole
+                node.addChild(zrm.Node("late")).addChild(zrm.Node("later"))
+        last = [zrm.Model() for _ in nodes]  # only a dying model cuts the links of a tree
+        for model, node in zip(last, nodes):
+            model.getRootTransform().addChild(node)
+
+
+UNDER_OTHERS = """
+import gc, itertools, pyzrm_313 as z
+def under_a_node_that_goes():
+    model, node = z.Model(), z.Transform("a")
+    node.addChild(model.getRootTransform())
+    del node
+    return model
+def under_a_model_that_goes():
+    model, other = z.Model(), z.Model()
+    other.getRootTransform().addChild(model.getRootTransform())
+    return model
+def under_a_deep_node():
+    model, top = z.Model(), z.Node("top")
+    top.addChild(z.Node("between")).addChild(z.Bone("b")).addChild(model.getRootTransform())
+    return model
+def under_a_node_that_stays():
+    model, node = z.Model(), z.Transform("a")
+    kept.append(node)
+    node.addChild(model.getRootTransform())
+    return model
+kept = []
+for make, count in itertools.product((under_a_node_that_goes, under_a_model_that_goes, under_a_deep_node,
+                                      under_a_node_that_stays), (0, 1, 2)):
+    model = make()
+    gc.collect()
+    print(make.__name__, count, flush=True)
+    for k in range(count):
+        mesh, control = z.ColorNode("n", "m"), z.Transform("t")
+        mesh.setPositions([0.0, 0, 0, 1, 0, 0, 0, 1, 0]), mesh.setNormals([0.0, 0, 1] * 3), mesh.setIndices([0, 1, 2])
+        model.getRootTransform().addChild(control)
+        mesh.setControlNode(control if k else model.getRootTransform())
+        assert model.addRenderNode(mesh) == ""
+    for _ in range(2):
+        try:
+            model.save("model.zrm", 10)
+        except (IndexError, RuntimeError, ValueError):
+            pass
+    model.getRootTransform().addChild(z.Node("late"))
+    del model
+    kept.clear()
+    gc.collect()
+print("end")
+"""
+
+
+def test_a_root_under_what_is_gone(folder: Path) -> None:
+    """In a process of its own: the model is saved whatever became of the nodes above its root."""
+    ran = run_python(UNDER_OTHERS, folder)
+    last = ran.stdout.splitlines()[-1] if ran.stdout else ""
+    assert ran.returncode == 0 and last == "end", f"after {last}: {ran.stderr[-500:]}"
+
+
+def test_a_bone_in_no_tree(folder: Path) -> None:
+    model = model_of(pbr(bone_block([zrm.Bone("loose")])), zrm.Bone("top"))
+    gc.collect()
+    with pytest.raises(IndexError):  # it has no number in the file
+        model.save("model.zrm", 10)
+    assert list(folder.iterdir()) == []
+
+
+def test_setters_after_a_save_reach_nodes_that_left(folder: Path) -> None:
+    model, node = zrm.Model(), zrm.Transform("gone")
+    model.getRootTransform().addChild(node)
+    save(model)
+    assert node.getName() == "_DELETED_"
+    node.setMatrix([(2, 0, 0, 0), (0, 2, 0, 0), (0, 0, 2, 0), (0, 0, 0, 1)])
+    node.addChild(zrm.Node("child"))
+    model.getRootTransform().addChild(node)
+    save(model)
+
+
+@pytest.mark.parametrize("seed", range(5))
+def test_everything_goes_in_any_order(folder: Path, seed: int) -> None:
+    plain()
+    script = whole_script()
+    assert script.model.save("model.zrm", 10) == ""
+    parts: list[Any] = [*script.facades, script.model]
+    del script
+    for number in random.Random(seed).sample(range(len(parts)), len(parts)):
+        parts[number] = None
+
+
+@pytest.mark.parametrize(
+    "failing",
+    [
+        lambda: zrm.Transform("t", []),
+        lambda: zrm.Bone("b", [(1.0, 0.0, 0.0, 0.0)] * 4, []),
+        lambda: zrm.PropertyFloat(3, [(1.0, None)]),
+        lambda: zrm.Model().addRenderNode(None),
+    ],
+)
+def test_failures_leave_nothing(failing: Callable[[], object]) -> None:
+    assert outcome(failing) in (ValueError, TypeError)
+
+
+def test_globals_at_interpreter_exit(folder: Path) -> None:
+    """Facades that only die with the interpreter, also in a cycle and in another module's hands."""
+    code = (
+        "import builtins, sys, threading, pyzrm_313 as z\n"
+        "from support.scripted import plain, whole_script\n"
+        "plain()\nscript = whole_script()\nassert script.model.save('m.zrm', 10) == ''\n"
+        "builtins.kept_elsewhere = [script, z.Node('alone').addChild(z.Bone('b'))]\n"
+        "class Holder(z.Node): pass\nh = Holder('h'); h.me = h; h.model = z.Model()\n"
+        "sys.modules['keeper'] = type(sys)('keeper'); sys.modules['keeper'].all = script\n"
+        "def f(a=[z.Model(), z.PropertyFloat()]): yield a\ng = f(); next(g)\n"
+        "threading.local().x = z.Model()\n"
+    )
+    ran = run_python(code, folder)
+    assert (ran.returncode, ran.stdout, ran.stderr) == (0, "", "")
+
+
+# A chain of nodes with a connector at its end: built from above or from below, saved, and dropped from either end.
+CHAIN = """
+import gc, sys, pyzrm_313 as z
+kinds, count, downward, facades_first = {kinds}, {count}, {downward}, {facades_first}
+model, hook = z.Model(), z.Connector("hook")
+root = model.getRootTransform()
+nodes = [root, *(getattr(z, kinds[i % len(kinds)])(str(i)) for i in range(count))]
+for i in range(count) if downward else range(count - 1, -1, -1):
+    nodes[i].addChild(nodes[i + 1])
+try:
+    nodes[-1].addChild(root)
+    raise SystemExit("a cycle")
+except ValueError:
+    pass
+hook.setControlNode(nodes[-1])
+model.addConnector(hook)
+assert model.save("deep.zrm", 10) == ""
+if facades_first:
+    del nodes, root, hook
+else:
+    del model
+gc.collect()
+for name in ("model", "nodes", "root", "hook"):
+    globals().pop(name, None)
+gc.collect()
+print(z.get_num_alived_objects())
+"""
+
+
+@pytest.mark.parametrize(
+    ("kinds", "count", "downward", "left"),
+    [(["Bone"], 300_000, True, 300_001), (["Bone"], 300_000, False, 300_001), (["Node", "Transform"], 100_000, True, 1)],
+)
+def test_a_deep_chain(folder: Path, kinds: list[str], count: int, downward: bool, left: int) -> None:
+    code = CHAIN.format(kinds=kinds, count=count, downward=downward, facades_first=downward)
+    ran = run_python(code, folder)
+    assert (ran.returncode, ran.stdout.strip()) == (0, "0"), ran.stderr[-500:]
+    data = (folder / "deep.zrm").read_bytes()
+    if left == 1:
+        assert len(zrm_inspect.parse(data).nodes) == 1
+    else:
+        assert data.count(b"\x06\0\0\x00299999") == 1 and len(data) > 100 * count
+
+
+def test_many_siblings_move(folder: Path) -> None:
+    model = zrm.Model()
+    root, other = model.getRootTransform(), zrm.Bone("other")
+    nodes = [root.addChild(zrm.Lod(str(i), [1.0])) for i in range(20_000)]
+    root.addChild(other)
+    for node in nodes[::2]:
+        other.addChild(node)
+    zrm.enable_model_optimization("optimizeTransformations", False)
+    file = save(model)
+    assert sum(node.parent == 0 for node in file.nodes) == 10_001 and len(file.nodes) == 20_002

@@ -1,0 +1,329 @@
+"""Every method of every class with every kind of wrong argument: an exception or a text, never harm."""
+
+from __future__ import annotations
+
+import itertools
+import math
+from collections.abc import Callable, Iterator
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pytest
+import pyzrm_313 as zrm
+from support.quick import hang, outcome, pbr
+from support.process import run_python
+from support.small_files import TRIANGLE
+
+CLASSES = [kind for kind in vars(zrm).values() if isinstance(kind, type)]
+METHODS = [(kind, name) for kind in CLASSES for name in dir(kind) if not name.startswith("_") and name != "save"] + [
+    (kind, "__repr__") for kind in CLASSES if "__repr__" in vars(kind)
+]
+EXPECTED = (TypeError, ValueError, IndexError, RuntimeError, MemoryError, UnicodeDecodeError, ZeroDivisionError, OverflowError)  # fmt: skip
+
+
+def make(kind: type) -> Any:
+    """An object of a class, made as its constructor wants it."""
+    for arguments in ((), ("n",), ("n", "m"), ("n", [1.0])):
+        try:
+            return kind(*arguments)
+        except TypeError:
+            pass
+    raise AssertionError(kind)
+
+
+def bare(kind: type) -> Any:
+    """An object whose constructor never ran."""
+    return kind.__new__(kind)
+
+
+class Hostile:
+    """Answers every conversion with something else than it should."""
+
+    def __init__(self, answer: Callable[[], Any]) -> None:
+        self.answer = answer
+
+    def __getitem__(self, index: Any) -> Any:
+        return self.answer()
+
+    __float__ = __index__ = __len__ = __bool__ = __array__ = __fspath__ = lambda self, *more: self.answer()
+
+
+class Shifty(list):  # type: ignore[type-arg]
+    """A list that tells another length than it has, or changes while it tells."""
+
+    def __init__(self, items: Any, tell: Callable[[list[Any]], int]) -> None:
+        super().__init__(items)
+        self.tell = tell
+
+    def __len__(self) -> int:
+        return self.tell(self)
+
+
+def fail(*arguments: Any) -> Any:
+    raise ZeroDivisionError
+
+
+def shrink(items: list[Any]) -> int:
+    count = list.__len__(items)
+    items.clear()
+    return count
+
+
+def grow(items: list[Any]) -> int:
+    items.append(1.0)
+    return list.__len__(items)
+
+
+class Clears:
+    """A number that empties the list it stands in when it is read."""
+
+    def __init__(self, items: list[Any]) -> None:
+        self.items = items
+
+    def __float__(self) -> float:
+        self.items.clear()
+        return 1.0
+
+    def __index__(self) -> int:
+        self.items.clear()
+        return 1
+
+
+def clearing() -> list[Any]:
+    items: list[Any] = [1.0]
+    items += [Clears(items), *range(1000)]
+    return items
+
+
+def values() -> Iterator[Any]:
+    """One of each kind of argument, sound ones among them, so that later parameters are reached too."""
+    yield from (None, True, 0, -1, 2**31, 2**32, -(2**63), 2**64, 10**400, 0.0, -0.5, math.nan, math.inf, 1e300, 1j)
+    yield from ("", "x", "BT_Base", "\0", "\ud800", b"\xff", bytearray(b"a"), object(), Ellipsis, int, fail)
+    yield from ([], (), {}, set(), [None], [[]], [()], "abc", [1.0], [math.nan] * 4, [-1], [2**32], range(5))
+    yield from ((1.0, 2.0), (1.0, 2.0, 3.0), (1.0,) * 4, (math.inf,) * 6, [(1.0,) * 4] * 4, [(1.0,) * 4] * 3)
+    yield from ([(0, [(0.0, 1.0)])], [(0, [(math.nan, 1.0), (math.nan, 0.0)])], [(0, [(0.0, (1.0, 2.0, 3.0))])])
+    yield from ([(0, [(0.0, (1.0,) * 4)])], [((0.0,) * 3, (math.nan,) * 3)], [(0.0, 1.0), (-math.inf, math.nan)])
+    yield from (np.zeros(0, np.float32), np.zeros((2, 3), np.float32), np.zeros((), np.float32), np.array(["a"]))
+    yield from (np.array([1.0, math.nan]), np.zeros(3, complex), np.array([None]), np.float32(1.0), np.int64(2))
+    yield from (np.zeros(3, "datetime64[s]"), np.zeros(4, [("a", "f4")]), memoryview(b"abcd"))
+    for answer in (fail, lambda *more: None, lambda *more: "x", lambda *more: 2**62, lambda *more: -1, lambda *more: 1.0):
+        yield Hostile(answer)
+    for tell in (lambda items: 2**62, lambda items: -1, lambda items: 3, lambda items: 0, shrink, grow, fail):
+        for items in ([1.0, 2.0, 3.0], [(0, Shifty([(0.0, 1.0)], tell))], [make(zrm.Bone)], TRIANGLE):
+            yield Shifty(items, tell)
+    yield clearing()
+    yield (item for item in [1.0, None])
+    for kind in CLASSES:
+        yield from (make(kind), bare(kind), [bare(kind)], [make(kind), None])
+    subclass = type("Sub", (zrm.Node,), {"__init__": lambda self: None})
+    yield bare(subclass)
+    for base in (zrm.IBlock, zrm.IRenderNode, zrm.ILight):
+        yield type("Sub", (base,), {})()
+    yield bare(type("Both", (zrm.Bone, zrm.OmniLight), {}))
+
+
+def call(function: Callable[..., Any], *arguments: Any) -> type[Exception] | None:
+    try:
+        function(*arguments)
+    except EXPECTED as failure:
+        return type(failure)
+    return None
+
+
+def sweep(part: int, parts: int) -> int:
+    """All methods and constructors with up to four arguments of one kind, and with mixed ones. Names each that it begins."""
+    calls = 0
+    for kind, name in METHODS[part::parts]:
+        print(kind.__name__, name, flush=True)
+        method, target, drawn = getattr(kind, name), make(kind), pbr()
+        for value in values():
+            call(method, value)
+            for count in (1, 2, 3, 4):
+                call(method, target, *[value] * count)
+                calls += 1
+        if name == "addTransparentPivot":  # needs a node that was built
+            drawn = pbr() if kind is zrm.PBRNode else pbr(kind=zrm.GlassNode)
+            model = zrm.Model()
+            assert model.addRenderNode(hang(drawn, model)) == ""
+            for value in values():
+                call(drawn.addTransparentPivot, value)
+    for kind in CLASSES[part::parts]:
+        print(kind.__name__, "__init__", flush=True)
+        for value in values():
+            call(kind, value)
+            call(kind.__init__, value, value)
+            for other in ("n", 3, [], value):
+                call(kind, other, value)
+                call(kind, other, value, value)
+                call(kind.__init__, bare(kind), other, value)
+                calls += 4
+    return calls
+
+
+@pytest.mark.parametrize("part", range(2))
+def test_everything_wrong(folder: Path, part: int) -> None:
+    """In a process of its own, since what it looks for is a crash; the last line says where it was."""
+    ran = run_python(f"from bindings.test_uncrashable import sweep\nprint(sweep({part}, 2) > 25_000)", folder)
+    last = ran.stdout.splitlines()[-1:]
+    assert (ran.returncode, last) == (0, ["True"]), f"in {last}: {ran.stderr[-3000:]}"
+
+
+WRONG_ITEMS: list[tuple[Callable[[Any], object], Any, str]] = [  # a call, what it gets, the place that its text names
+    (zrm.AnimationNode("a").setPositionAnimation,
+     [(0, [])] * 3 + [(0, [(0.0, (1.0, 2.0, 3.0))] * 17 + [(0.0, (1.0, 2.0))])], "entry 3, key 17"),
+    (zrm.AnimationNode("a").setRotationAnimation, [(0, [(0.0, (1.0,) * 4)] * 5 + [(0.0, (1.0,) * 3)])], "entry 0, key 5"),
+    (zrm.VisibilityNode("v").setArguments, [(0, [])] * 7 + [(1, [(0.0, 1.0), ("x", 1.0)])], "entry 7, key 1"),
+    (lambda keys: zrm.PropertyFloat(3, keys, False), [(0.0, 1.0)] * 40_000 + [(0.0, None)], "40000"),
+    (zrm.SegmentsNode("s").set, [((0.0,) * 3, (0.0,) * 3)] * 1000 + [((0.0,) * 3, (0.0,) * 2)], "entry 1000"),
+    (zrm.DeckNode("d", "m").setPositions, [0.0] * 5000 + ["x"], "entry 5000"),
+    (zrm.ShellNode("s").setIndices, [0] * 5000 + [-1], "entry 5000"),
+]  # fmt: skip
+
+
+@pytest.mark.parametrize(("method", "argument", "place"), WRONG_ITEMS)
+def test_a_wrong_item_is_named(method: Any, argument: Any, place: str) -> None:
+    """Among thousands: the text is short and tells where it is."""
+    with pytest.raises(TypeError) as caught:
+        method(argument)
+    assert len(text := str(caught.value)) < 300 and place in text, text[:500]
+
+
+@pytest.mark.parametrize(("kind", "name"), METHODS)
+def test_wrong_self(kind: type, name: str) -> None:
+    foreign: list[Any] = [None, 1, object(), bare(kind), kind]
+    foreign += [make(other) for other in CLASSES if not issubclass(other, kind) and not hasattr(other, name)]
+    for wrong, count in itertools.product(foreign, range(5)):
+        assert call(getattr(kind, name), wrong, *("x",) * count) is TypeError
+
+
+# For each class the calls that take it, alone or in a list.
+TAKERS: dict[type, list[Callable[[Any], Any]]] = {
+    zrm.Node: [zrm.Node("a").addChild, pbr().setControlNode, zrm.OmniLight("l").setControlNode,
+               zrm.ShellNode("s").setControlNode],
+    zrm.Bone: [lambda bone: zrm.BoneBlock().setBones([zrm.Bone("b"), bone])],
+    zrm.IBlock: [pbr().addBlock],
+    zrm.IRenderNode: [zrm.Model().addRenderNode],
+    zrm.ILight: [zrm.Model().addLight],
+    zrm.SegmentsNode: [zrm.Model().addSegmentsNode],
+    zrm.ShellNode: [zrm.Model().addShellNode],
+    zrm.Connector: [zrm.Model().addConnector],
+    zrm.PropertyFloat: [zrm.OmniLight("l").setBrightness, pbr().setOpacityValue],
+    zrm.PropertyFloat2: [zrm.BaseBlock().setAlbedoMapUVShift],
+    zrm.PropertyFloat3: [zrm.OmniLight("l").setColor],
+    zrm.FakeOmniLight: [lambda light: zrm.FakeOmniLights("f").set([zrm.FakeOmniLight(), light])],
+    zrm.FakeSpotLight: [lambda light: zrm.FakeSpotLights("f").set([light])],
+}  # fmt: skip
+
+
+@pytest.mark.parametrize("kind", CLASSES)
+def test_objects_that_were_not_constructed(kind: type) -> None:
+    for base, takers in TAKERS.items():
+        for take in takers if issubclass(kind, base) else ():
+            with pytest.raises(TypeError, match="__init__"):
+                take(bare(kind))
+            if base is not zrm.IBlock:  # no block is ignored
+                with pytest.raises(TypeError):
+                    take(None)
+
+
+WRONG_ARRAYS: list[tuple[Any, type[Exception], str]] = [
+    (np.zeros((4, 3), np.float32), IndexError, "index 4 is out of bounds for axis 0 with size 4"),
+    (np.zeros((1, 12), np.float32), IndexError, "index 1 is out of bounds for axis 0 with size 1"),
+    (np.float32(1.0), IndexError, "too many indices for an array"),
+    (None, IndexError, "too many indices"),  # NumPy makes a number of it
+    ("abc", TypeError, "setPositions|setNormals"),
+    ([object()], TypeError, "setPositions|setNormals"),
+    ([[1.0], [1.0, 2.0]], TypeError, "setPositions|setNormals"),
+]
+
+
+@pytest.mark.parametrize(("wrong", "failure", "text"), WRONG_ARRAYS)
+def test_wrong_arrays_store_nothing(wrong: Any, failure: type[Exception], text: str) -> None:
+    node = zrm.ColorNode("n", "m")
+    for setter in (node.setPositions, node.setNormals):
+        with pytest.raises(failure, match=text):
+            setter(wrong)
+    node.setNormals(np.zeros((0, 3), np.float32))
+    assert zrm.Model().addRenderNode(node) == "Vetex attribute POSITION0 isn't set."
+
+
+def test_construction_is_once_and_of_the_very_class() -> None:
+    node = zrm.Node("first")
+    node.__init__("second")  # type: ignore[misc]
+    assert node.getName() == "first"
+    for kind, derived in itertools.product(CLASSES, CLASSES):
+        if kind is not derived and issubclass(derived, kind):
+            for target, arguments in itertools.product((bare(derived), make(derived)), ((), ("x",), ("x", "y"))):
+                with pytest.raises(TypeError):
+                    kind.__init__(target, *arguments)
+
+
+def test_construction_and_conversion_in_each_other() -> None:
+    class Again:
+        def __init__(self, act: Callable[[], object]) -> None:
+            self.act = act
+
+        def __float__(self) -> float:
+            self.act()
+            return 1.0
+
+    value = bare(zrm.PropertyFloat)
+    value.__init__(Again(lambda: value.__init__(2.0)))
+    assert "2.000000" in repr(value)
+    unmade = bare(zrm.PropertyFloat)
+    with pytest.raises(TypeError):
+        unmade.__init__(Again(lambda: unmade.set(1.0)))
+
+
+def test_changed_classes() -> None:
+    """Python may let a script give an object another class of the same layout; then no call takes it."""
+    node: Any = zrm.Node("n")
+    changed = outcome(setattr, node, "__class__", zrm.Transform)
+    assert changed in (None, TypeError)
+    assert type(node) is (zrm.Node if changed else zrm.Transform)
+    with pytest.raises(AttributeError if changed else TypeError):
+        node.setMatrix([(1.0, 0.0, 0.0, 0.0)] * 4)
+
+
+def test_several_bases(folder: Path) -> None:
+    class Both(zrm.Bone, zrm.OmniLight):
+        def __init__(self, also_light: bool) -> None:
+            zrm.Bone.__init__(self, "bone")
+            if also_light:
+                zrm.OmniLight.__init__(self, "light")
+
+    both, model = Both(True), zrm.Model()
+    model.getRootTransform().addChild(both)
+    both.setBrightness(zrm.PropertyFloat(1.0))
+    zrm.OmniLight.setControlNode(both, both)
+    model.addLight(both)
+    assert model.save("model.zrm", 10) == ""
+    with pytest.raises(TypeError, match="__init__"):
+        Both(False)
+    half = bare(Both)
+    zrm.Bone.__init__(half, "bone")
+    with pytest.raises(TypeError, match="__init__"):
+        model.addLight(half)
+
+
+def test_base_objects_and_subclasses(folder: Path) -> None:
+    class Mesh(zrm.IRenderNode):
+        def build(self) -> str:
+            return "never called"
+
+    model, light = zrm.Model(), zrm.ILight()
+    assert model.addRenderNode(Mesh()) == "" and model.addRenderNode(zrm.IRenderNode()) == ""
+    value = zrm.PropertyFloat(0.5)
+    for method, argument in ((model.addLight, light), (model.addLight, type("Light", (zrm.ILight,), {})()),
+                             (light.setVolumeRadiusFactor, value), (light.setVolumeDensityFactor, value),
+                             (light.setVolumeNearDistance, value), (light.setVolumeType, 1)):  # fmt: skip
+        with pytest.raises(ValueError):
+            method(argument)
+    for block in (type("Block", (zrm.IBlock,), {})(), zrm.IBlock()):
+        for call_it in (block.getTypeName, lambda block=block: zrm.PBRNode("n", "m").addBlock(block)):
+            with pytest.raises(RuntimeError, match="^Calling pure virtual function.$"):
+                call_it()
+    painted = type("Painted", (zrm.PBRNode,), {})("n", "m")
+    assert model.addRenderNode(hang(painted, model, type("Place", (zrm.Node,), {})("p"))).startswith("Material m must have")
+    assert model.save("model.zrm", 10) == ""
