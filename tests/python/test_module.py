@@ -1,170 +1,112 @@
-"""What a script sees of the module: names, order, texts."""
+"""What a script sees of the module: names, order, texts, switches."""
 
 from __future__ import annotations
 
+import ast
 import shutil
 from pathlib import Path
 
 import pytest
 import pyzrm_313 as zrm
-from module_support import NONE, color_node, hang, mirror_node, model_of, pbr, run_python, save
+from bindings.test_uncrashable import CLASSES, make
+from conftest import ROOT, SWITCHES
+from support.process import run_python
+from support.quick import model_of, pbr
+from support.tame import tame_script
 
-CLASSES: list[tuple[str, str]] = [
-    ("Model", ""), ("Node", ""), ("Transform", "Node"), ("Lod", "Node"), ("NumberRoot", "Node"),
-    ("VisibilityNode", "Node"), ("AnimationNode", "Node"), ("IBlock", ""), ("BaseBlock", "IBlock"),
-    ("ColorBaseBlock", "IBlock"), ("FlirBlock", "IBlock"), ("DamageBlock", "IBlock"), ("BoneBlock", "IBlock"),
-    ("NumberBlock", "IBlock"), ("EmissiveBlock", "IBlock"), ("EmissiveColorBlock", "IBlock"), ("AoBlock", "IBlock"),
-    ("DecalBlock", "IBlock"), ("NormalBlock", "IBlock"), ("AormsBlock", "IBlock"), ("GlassFilterBlock", "IBlock"),
-    ("IRenderNode", ""), ("FakeOmniLight", ""), ("FakeOmniLights", "IRenderNode"),
-    ("AnimatedFakeOmniLight", "FakeOmniLights"), ("FakeSpotLight", ""), ("FakeSpotLights", "IRenderNode"),
-    ("AnimatedFakeSpotLight", "FakeSpotLights"), ("SegmentsNode", ""), ("ShellNode", ""), ("Connector", ""),
-    ("ILight", ""), ("OmniLight", "ILight"), ("SpotLight", "ILight"), ("Bone", "Node"), ("PropertyFloat", ""),
-    ("PropertyFloat2", ""), ("PropertyFloat3", ""), ("PBRNode", "IRenderNode"), ("GlassNode", "PBRNode"),
-    ("MirrorNode", "IRenderNode"), ("ColorNode", "IRenderNode"), ("DeckNode", "IRenderNode"),
-]  # fmt: skip
+STUBS = ROOT / "Utils/ZRMTools/python_bindings/stubs/pyzrm_313-stubs/__init__.pyi"
+FUNCTIONS = {
+    "get_num_alived_objects": "Returns number of alived objects.",
+    "dev_mode": "Returns if development mode is enabled.",
+    "enable_model_optimization": "Controls which optimizationa will be enabled.",
+}
 
 
-def test_names_order_and_bases() -> None:
-    names = [name for name in vars(zrm) if not name.startswith("_")]
-    assert names == ["get_num_alived_objects", "dev_mode", "enable_model_optimization", *(name for name, _ in CLASSES)]
-    for name, base in CLASSES:
-        assert getattr(zrm, name).__base__.__name__ == (base or "pybind11_object")
+def test_module_and_stubs_agree() -> None:
+    """Names, bases and methods, each in the order of the stubs, and nothing beyond them."""
+    tree = ast.parse(STUBS.read_text(encoding="utf-8")).body
+    functions = [node.name for node in tree if isinstance(node, ast.FunctionDef)]
+    classes = [node for node in tree if isinstance(node, ast.ClassDef) and not node.name.startswith("_")]
+    public = [name for name in vars(zrm) if not name.startswith("_")]
+    assert public == [*functions, *(node.name for node in classes)]
+    for node in classes:
+        kind = getattr(zrm, node.name)
+        bases = [base.id for base in node.bases if isinstance(base, ast.Name)]
+        assert kind.__base__.__name__ == (bases or ["pybind11_object"])[0]
+        methods = list(dict.fromkeys(entry.name for entry in node.body if isinstance(entry, ast.FunctionDef)))
+        bound = [name for name in vars(kind) if not name.startswith("_") or name in ("__init__", "__repr__")]
+        assert bound == methods, node.name
 
 
 def test_only_the_functions_have_docstrings() -> None:
-    assert zrm.get_num_alived_objects.__doc__ == "Returns number of alived objects."
-    assert zrm.dev_mode.__doc__ == "Returns if development mode is enabled."
-    assert zrm.enable_model_optimization.__doc__ == "Controls which optimizationa will be enabled."
-    for name, _ in CLASSES:
-        for method in vars(getattr(zrm, name)).values():
-            assert not callable(method) or not method.__doc__
-
-
-def test_methods_in_order() -> None:
-    assert [name for name in vars(zrm.SpotLight) if name.startswith("set")] == [
-        "setColor", "setBrightness", "setDistance", "setSpecularAmount", "setSoftness", "setPhi", "setTheta",
-        "setAngles", "setControlNode",
-    ]  # fmt: skip
-    bound = [name for name in vars(zrm.PropertyFloat) if not name.startswith("_") or name == "__repr__"]
-    assert bound == ["set", "setAnim", "__repr__"]
-    assert "getName" in vars(zrm.Bone) and "getName" not in vars(zrm.Transform)
-    assert "setTexture" not in vars(zrm.AnimatedFakeOmniLight) and "setControlNode" in vars(zrm.AnimatedFakeOmniLight)
+    assert {name: getattr(zrm, name).__doc__ for name in FUNCTIONS} == FUNCTIONS
+    for kind in CLASSES:
+        assert not any(callable(method) and method.__doc__ for method in vars(kind).values())
 
 
 def test_parameters_have_no_names() -> None:
-    with pytest.raises(TypeError):
-        zrm.Node(name="a")
-    with pytest.raises(TypeError):
-        zrm.Model().save(path="a", version=10)
-    with pytest.raises(TypeError, match="Node.__init__"):
-        zrm.Node()
+    for call in (lambda: zrm.Node(name="a"), lambda: zrm.Model().save(path="a", version=10), lambda: zrm.Node()):  # type: ignore[call-arg]
+        with pytest.raises(TypeError, match="Node.__init__|save"):
+            call()
 
 
-REPRS = {
-    "pyzrm::Model()": zrm.Model,
-    "pyzrm::Node(n)": lambda: zrm.Node("n"),
-    "pyzrm::Transform(n)": lambda: zrm.Transform("n"),
-    "pyzrm::Lod(n)": lambda: zrm.Lod("n", []),
-    "pyzrm::NumberRoot(n)": lambda: zrm.NumberRoot("n"),
-    "pyzrm::VisibilityNode(n)": lambda: zrm.VisibilityNode("n"),
-    "pyzrm::AnimationNode(n)": lambda: zrm.AnimationNode("n"),
-    "pyzrm::Bone(n)": lambda: zrm.Bone("n"),
-    "pyzrm::BaseBlock(BT_Base)": zrm.BaseBlock,
-    "pyzrm::ColorBaseBlock(BT_Base)": zrm.ColorBaseBlock,
-    "pyzrm::FlirBlock(BT_Flir)": zrm.FlirBlock,
-    "pyzrm::DamageBlock(BT_Damage)": zrm.DamageBlock,
-    "pyzrm::BoneBlock(BT_Bone)": zrm.BoneBlock,
-    "pyzrm::NumberBlock(BT_Number)": zrm.NumberBlock,
-    "pyzrm::EmissiveBlock(BT_Emissive)": zrm.EmissiveBlock,
-    "pyzrm::EmissiveColorBlock(BT_Emissive)": zrm.EmissiveColorBlock,
-    "pyzrm::AoBlock(BT_Ao)": zrm.AoBlock,
-    "pyzrm::DecalBlock(BT_Decal)": zrm.DecalBlock,
-    "pyzrm::NormalBlock(BT_Normal)": zrm.NormalBlock,
-    "pyzrm::AormsBlock(BT_Aorms)": zrm.AormsBlock,
-    "pyzrm::GlassFilterBlock(BT_Glass)": zrm.GlassFilterBlock,
-    "pyzrm::FakeOmniLights(n)": lambda: zrm.FakeOmniLights("n"),
-    "pyzrm::AnimatedFakeOmniLights(n)": lambda: zrm.AnimatedFakeOmniLight("n"),
-    "pyzrm::FakeSpotLights(n)": lambda: zrm.FakeSpotLights("n"),
-    "pyzrm::AnimatedFakeSpotLights(n)": lambda: zrm.AnimatedFakeSpotLight("n"),
-    "pyzrm::SegmentsNode(n)": lambda: zrm.SegmentsNode("n"),
-    "pyzrm::ShellNode(n)": lambda: zrm.ShellNode("n"),
-    "pyzrm::Connector(n)": lambda: zrm.Connector("n"),
-    "pyzrm::OmniLight(n)": lambda: zrm.OmniLight("n"),
-    "pyzrm::SpotLight(n)": lambda: zrm.SpotLight("n"),
-    "pyzrm::PropertyFloat(_DUMMY_NAME_ = 1.500000;)": lambda: zrm.PropertyFloat(1.5),
-    "pyzrm::PropertyFloat(_DUMMY_NAME_ = animation(5, 0.000000,2.000000);)": lambda: zrm.PropertyFloat(5, [(0.0, 2.0)]),
-    "pyzrm::PropertyFloat2(_DUMMY_NAME_ = vec2(1.000000,2.000000);)": lambda: zrm.PropertyFloat2((1.0, 2.0)),
-    "pyzrm::PropertyFloat3(_DUMMY_NAME_ = vec3(0.000000,0.000000,0.000000);)": zrm.PropertyFloat3,
-    "pyzrm::PropertyFloat3(_DUMMY_NAME_ = animation(5,);)": lambda: zrm.PropertyFloat3(5, []),
-    "pyzrm::PBRNode(EMPTY PBRNode)": lambda: zrm.PBRNode("n", "m"),
-    "pyzrm::GlassNode(EMPTY PBRNode)": lambda: zrm.GlassNode("n", "m"),
-    "pyzrm::MirrorNode(n)": lambda: zrm.MirrorNode("n", "m"),
-    "pyzrm::ColorNode(n)": lambda: zrm.ColorNode("n", "m"),
-    "pyzrm::DeckNode(n)": lambda: zrm.DeckNode("n", "m"),
+NATIVE = {"AnimatedFakeOmniLight": "AnimatedFakeOmniLights", "AnimatedFakeSpotLight": "AnimatedFakeSpotLights"}
+INSIDE = {
+    "Model": "", "PBRNode": "EMPTY PBRNode", "GlassNode": "EMPTY PBRNode", "ColorBaseBlock": "BT_Base",
+    "EmissiveColorBlock": "BT_Emissive", "GlassFilterBlock": "BT_Glass",
+    "PropertyFloat": "_DUMMY_NAME_ = 0.000000;", "PropertyFloat2": "_DUMMY_NAME_ = vec2(0.000000,0.000000);",
+    "PropertyFloat3": "_DUMMY_NAME_ = vec3(0.000000,0.000000,0.000000);",
 }  # fmt: skip
 
 
-@pytest.mark.parametrize("text", REPRS)
-def test_repr(text: str) -> None:
-    assert repr(REPRS[text]()) == text
+@pytest.mark.parametrize("kind", CLASSES)
+def test_repr(kind: type) -> None:
+    name = kind.__name__
+    if "__repr__" not in vars(kind):
+        assert name in ("IBlock", "IRenderNode", "ILight", "FakeOmniLight", "FakeSpotLight")
+        return
+    inside = INSIDE.get(name, "BT_" + name.removesuffix("Block") if issubclass(kind, zrm.IBlock) else "n")
+    assert repr(make(kind)) == f"pyzrm::{NATIVE.get(name, name)}({inside})"
+    if issubclass(kind, zrm.IBlock):
+        assert make(kind).getTypeName() == inside
 
 
-def test_repr_of_built_nodes() -> None:
+def test_repr_of_values_and_built_nodes() -> None:
+    for value, text in (
+        (zrm.PropertyFloat(5, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(5, 0.000000,2.000000);)"),
+        (zrm.PropertyFloat(-1, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(4294967295, 0.000000,2.000000);)"),
+        (zrm.PropertyFloat3(5, []), "PropertyFloat3(_DUMMY_NAME_ = animation(5,);)"),
+    ):
+        assert repr(value) == "pyzrm::" + text
     node = pbr()
+    assert node.getName() == "EMPTY PBRNode"
     model = model_of(node)
-    # A node of blocks has no name, whatever the constructor was given.
-    assert repr(node) == "pyzrm::PBRNode()" and node.getName() == ""
-    split = zrm.DeckNode("deck", "m")
-    assert repr(split) == "pyzrm::DeckNode(deck)"
-    assert repr(model) == "pyzrm::Model()"
+    assert (repr(node), node.getName(), model.getName()) == ("pyzrm::PBRNode()", "", "")
 
 
 def test_switches_know_their_names_only(folder: Path) -> None:
-    def merged() -> int:
-        model = zrm.Model()
-        for _ in range(2):
-            assert model.addRenderNode(hang(color_node(), model, zrm.Bone("b"))) == ""
-        return len(save(model).materials)
+    def data() -> bytes:
+        assert tame_script(3).model.save("model.zrm", 10) == ""
+        return Path("model.zrm").read_bytes()
 
-    assert merged() == 1
-    for wrong in ("mergePropertiesSets", "mergepopertiessets", "mergePopertiesSet", "mergePopertiesSets\0", ""):
+    optimised = data()
+    for wrong in ("mergePropertiesSets", *(name for s in SWITCHES for name in (s.lower(), s[:-1], s + "\0", s + " ")), ""):
         zrm.enable_model_optimization(wrong, False)
-    assert merged() == 1
-    zrm.enable_model_optimization("mergePopertiesSets", False)
+    assert data() == optimised
     zrm.enable_model_optimization("mergeNodes", False)
-    assert merged() == 2
-
-
-def test_import_makes_no_objects(folder: Path) -> None:
-    ran = run_python(
-        "import pyzrm_313 as z\nprint(z.get_num_alived_objects())\nm = z.Model()\nprint(z.get_num_alived_objects())\n"
-        "del m\nprint(z.get_num_alived_objects())",
-        folder,
-    )
-    assert ran.stdout.split() == ["0", "2", "0"], ran.stderr
+    assert data() != optimised
 
 
 @pytest.mark.parametrize("content", [None, b"", b"not json"])
-def test_dev_mode(folder: Path, content: bytes | None) -> None:
+def test_dev_mode_is_read_once_and_import_makes_nothing(folder: Path, content: bytes | None) -> None:
     module = shutil.copy(zrm.__file__, folder)
     if content is not None:
         (folder / "dev_mode.json").write_bytes(content)
-    code = f"import sys; sys.path.insert(0, {str(folder)!r}); import pyzrm_313 as z; print(z.__file__, z.dev_mode())"
-    ran = run_python(code, folder)
-    assert ran.stdout.split() == [str(module), str(content is not None)], ran.stderr
-
-
-def test_dev_mode_is_read_once(folder: Path) -> None:
-    shutil.copy(zrm.__file__, folder)
-    ran = run_python(
-        f"import sys; sys.path.insert(0, {str(folder)!r}); import pyzrm_313 as z\n"
-        "open('dev_mode.json', 'w').close(); print(z.dev_mode())",
-        folder,
+    code = (
+        f"import sys; sys.path.insert(0, {str(folder)!r}); import pyzrm_313 as z, os\n"
+        "print(z.__file__, z.dev_mode(), z.get_num_alived_objects())\n"
+        "os.remove('dev_mode.json') if z.dev_mode() else open('dev_mode.json', 'w').close()\n"
+        "m = z.Model(); print(z.dev_mode(), z.get_num_alived_objects()); del m; print(z.get_num_alived_objects())"
     )
-    assert ran.stdout.split() == ["False"], ran.stderr
-
-
-def test_properties_of_no_argument() -> None:
-    for handle in (-1, NONE):
-        assert f"({NONE}," in repr(zrm.PropertyFloat(handle, [(0.0, 1.0)]))
-    assert mirror_node().hasBlock("BT_Base") is False
+    ran = run_python(code, folder)
+    assert ran.stdout.split() == [str(module), str(content is not None), "0", str(content is not None), "2", "0"], ran.stderr

@@ -97,6 +97,7 @@ MESSAGES: dict[str, tuple[Callable[[], Any], list[Step]]] = {
         ("Invalid size of bone weights.", lambda b: b.setBoneIndices([0] * 16)),
         ("", lambda b: b.setBoneWeights([0.5, 0.5, 0.001, 0.0] * 4)),
         ("Bone weights are not normalized.", lambda b: b.setBoneWeights([0.5, math.nan, 0.5, 0.0] * 4)),
+        ("Bone weights are not normalized.", lambda b: b.setBoneWeights([1.0, 0.0, 0.0, 0.0] * 3 + [0.5, 0.0, 0.0, 0.0])),
         ("Bone weights are not normalized.", lambda b: b.setBoneWeights([0.5, 0.5, 0.00005, 0.0] * 4)),
     ]),
     "number": (zrm.NumberBlock, [
