@@ -113,29 +113,44 @@ def blocks_of(script: Script, kind: str) -> list[str]:
     return [name for name in blocks if name != "FlirBlock" or "BaseBlock" in blocks]
 
 
-def golden_script(seed: int = 5) -> Script:
-    """Two hundred meshes that reordering may or may not be worth are among it."""
-    script = tame_script(seed)
-    for number in range(200):
-        strip = shuffled_strip(number)
-        strip.setControlNode(script.facades[number % len(script.facades)])
-        assert script.model.addRenderNode(strip) == ""
+def golden_script(meshes: int = 64) -> Script:
+    """With meshes that reordering may or may not be worth: near to what the pass asks for on either side."""
+    script = tame_script(5)
+    for number in range(meshes):
+        mesh = crowd(212 + number // 4) if number % 4 == 3 else shuffled_strip(number)
+        mesh.setControlNode(script.facades[number % len(script.facades)])
+        assert script.model.addRenderNode(mesh) == ""
     return script
 
 
 def shuffled_strip(seed: int) -> zrm.ColorNode:
-    """A band of quads of which only some are out of order."""
+    """A band of quads of which only some are out of order; in every other one each triangle has corners of its own."""
     chance = random.Random(seed)
-    length = chance.randrange(8, 40)
+    length = chance.choice((chance.randrange(8, 40), chance.randrange(40, 600)))
     points = [(float(k // 2), float(k % 2), 0.0) for k in range(2 * length + 2)]
     triangles = [t for k in range(0, 2 * length, 2) for t in ((k, k + 1, k + 2), (k + 2, k + 1, k + 3))]
     for _ in range(chance.randrange(4)):
         a, b = chance.randrange(len(triangles)), chance.randrange(len(triangles))
         triangles[a], triangles[b] = triangles[b], triangles[a]
-    if seed % 2:  # each triangle has corners of its own
+    if seed % 2:
         points = [points[k] for triangle in triangles for k in triangle]
         triangles = [(k, k + 1, k + 2) for k in range(0, len(points), 3)]
-    node = zrm.ColorNode(f"strip {seed}", "paint")
+    return flat_mesh(seed, points, triangles)
+
+
+def crowd(seed: int) -> zrm.ColorNode:
+    """Many triangles on few points, group after group that the cache holds, and some that ask for two points more."""
+    chance = random.Random(seed)
+    groups = chance.randrange(1, 6)
+    points = [(float(k % 5), float(k // 5), 0.0) for k in range(16 * groups + 2)]
+    triangles = [tuple(chance.sample(range(k, k + 16), 3)) for k in range(0, 16 * groups, 16) for _ in range(700)]
+    for _ in range(chance.randrange(1, 5)):
+        triangles[chance.randrange(len(triangles))] = (chance.randrange(15), len(points) - 2, len(points) - 1)
+    return flat_mesh(seed, points, triangles)
+
+
+def flat_mesh(number: int, points: Any, triangles: Any) -> zrm.ColorNode:
+    node = zrm.ColorNode(f"mesh {number}", "paint")
     node.setPositions(np.array(points).ravel())
     node.setNormals([0.0, 0.0, 1.0] * len(points))
     node.setIndices(np.array(triangles).ravel())
