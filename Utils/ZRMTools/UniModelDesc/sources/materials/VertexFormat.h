@@ -2,6 +2,7 @@
 
 #include "base/types.h"
 #include <zr/containers.h>
+#include <zr/array.h>
 
 namespace model
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "nodes/BaseRenderNode.h"
+#include <zr/checked.h>
 
 /// What omni and spot lights share.
 namespace model

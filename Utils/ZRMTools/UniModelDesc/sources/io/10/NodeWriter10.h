@@ -5,6 +5,7 @@
 #include "io/MemBinaryFileW.h"
 #include "io/put.h"
 #include <parallel_hashmap/phmap.h>
+#include <zr/array.h>
 
 namespace model
 {
