@@ -78,7 +78,7 @@ class Meshes:
 
     def _primitive(self, primitive: Any, weights: list[float], label: str) -> Geometry | None:
         reader = self.scene.reader
-        attributes = vars(primitive.attributes) if primitive.attributes is not None else {}
+        attributes = vars(primitive.attributes) if primitive.attributes else {}  # an empty one stays a dict
         if attributes.get("POSITION") is None:
             self.report.skip(label, "it has no positions")
             return None
