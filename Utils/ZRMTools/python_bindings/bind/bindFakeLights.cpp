@@ -4,61 +4,67 @@
 
 namespace pyzrm
 {
+namespace
+{
+/// One sprite of either kind.
+template <class Light>
+Binder<Light> bindSprite()
+{
+    Binder<Light> binder;
+    binder.template constructor<>()
+        .method("setPos", &Light::setPos)
+        .method("setSize", &Light::setSize)
+        .method("setUV", &Light::setUV);
+    return binder;
+}
+
+template <class Lights>
+Binder<Lights> bindSet()
+{
+    Binder<Lights> binder;
+    binder.template constructor<const zr::string&>()
+        .method("set", &Lights::set)
+        .method("setTexture", &Lights::setTexture)
+        .method("setMinSizeInPixels", &Lights::setMinSizeInPixels)
+        .method("setMaxDistance", &Lights::setMaxDistance)
+        .method("setLuminance", &Lights::setLuminance)
+        .method("setShiftToCamera", &Lights::setShiftToCamera);
+    return binder;
+}
+
+template <class Lights>
+void bindAnimated(const char* nativeName)
+{
+    Binder<Lights>()
+        .template constructor<const zr::string&>()
+        .method("setAnimationArg", &Lights::setAnimationArg)
+        .method("setLightsAnimation", &Lights::setLightsAnimation)
+        .method("setControlNode", &Lights::setControlNode)
+        .repr(nativeName, describeNodes);
+}
+} // namespace
+
 void bindFakeLights()
 {
-    using Name = const zr::string&;
-    using FakeOmniLight = FakeOmniLights::FakeOmniLight;
     using FakeSpotLight = FakeSpotLights::FakeSpotLight;
 
-    Binder<IRenderNode>().constructor<>().method("hasBlock", [](Ref<IRenderNode> self, const zr::string& name)
-                                                 { return self->hasBlock(name.c_str()); });
+    Binder<IRenderNode>().constructor<>().define<zr::string>("hasBlock", [](IRenderNode& self, const zr::string& name)
+                                                             { return self.hasBlock(name.c_str()); });
 
-    Binder<FakeOmniLight>()
-        .constructor<>()
-        .method("setPos", &FakeOmniLight::setPos)
-        .method("setSize", &FakeOmniLight::setSize)
-        .method("setUV", &FakeOmniLight::setUV);
-    Binder<FakeOmniLights>()
-        .constructor<Name>()
-        .method("set", &FakeOmniLights::set)
-        .method("setTexture", &FakeOmniLights::setTexture)
-        .method("setMinSizeInPixels", &FakeOmniLights::setMinSizeInPixels)
-        .method("setMaxDistance", &FakeOmniLights::setMaxDistance)
-        .method("setLuminance", &FakeOmniLights::setLuminance)
-        .method("setShiftToCamera", &FakeOmniLights::setShiftToCamera)
+    bindSprite<FakeOmniLights::FakeOmniLight>();
+    bindSet<FakeOmniLights>()
         .method("setControlNode", &FakeOmniLights::setControlNode)
         .repr("FakeOmniLights", describeNodes);
-    Binder<AnimatedFakeOmniLights>()
-        .constructor<Name>()
-        .method("setAnimationArg", &AnimatedFakeOmniLights::setAnimationArg)
-        .method("setLightsAnimation", &AnimatedFakeOmniLights::setLightsAnimation)
-        .method("setControlNode", &AnimatedFakeOmniLights::setControlNode)
-        .repr("AnimatedFakeOmniLights", describeNodes);
+    bindAnimated<AnimatedFakeOmniLights>("AnimatedFakeOmniLights");
 
-    Binder<FakeSpotLight>()
-        .constructor<>()
-        .method("setPos", &FakeSpotLight::setPos)
-        .method("setSize", &FakeSpotLight::setSize)
-        .method("setUV", &FakeSpotLight::setUV)
+    bindSprite<FakeSpotLight>()
         .method("setBackUV", &FakeSpotLight::setBackUV)
         .method("setBackSide", &FakeSpotLight::setBackSide)
         .method("setDirection", &FakeSpotLight::setDirection);
-    Binder<FakeSpotLights>()
-        .constructor<Name>()
-        .method("set", &FakeSpotLights::set)
-        .method("setTexture", &FakeSpotLights::setTexture)
-        .method("setMinSizeInPixels", &FakeSpotLights::setMinSizeInPixels)
-        .method("setMaxDistance", &FakeSpotLights::setMaxDistance)
-        .method("setLuminance", &FakeSpotLights::setLuminance)
-        .method("setShiftToCamera", &FakeSpotLights::setShiftToCamera)
+    bindSet<FakeSpotLights>()
         .method("setConeSetup", &FakeSpotLights::setConeSetup)
         .method("setControlNode", &FakeSpotLights::setControlNode)
         .repr("FakeSpotLights", describeNodes);
-    Binder<AnimatedFakeSpotLights>()
-        .constructor<Name>()
-        .method("setAnimationArg", &AnimatedFakeSpotLights::setAnimationArg)
-        .method("setLightsAnimation", &AnimatedFakeSpotLights::setLightsAnimation)
-        .method("setControlNode", &AnimatedFakeSpotLights::setControlNode)
-        .repr("AnimatedFakeSpotLights", describeNodes);
+    bindAnimated<AnimatedFakeSpotLights>("AnimatedFakeSpotLights");
 }
 } // namespace pyzrm

@@ -18,7 +18,7 @@ void bindNodes()
         .constructor<Name, const Columns&>()
         .method("setMatrix", &Transform::setMatrix)
         .repr("Transform", name);
-    Binder<Lod>().constructor<Name, const std::vector<f32>&>().repr("Lod", name);
+    Binder<Lod>().constructor<Name, const zr::vector<f32>&>().repr("Lod", name);
     Binder<NumberRoot>().constructor<Name>().method("setControls", &NumberRoot::setControls).repr("NumberRoot", name);
     Binder<VisibilityNode>()
         .constructor<Name>()

@@ -3,31 +3,30 @@
 
 namespace pyzrm
 {
+namespace
+{
+/// What the three classes share; `V` is the value as a script gives it.
+template <class V>
+Binder<PropertyFacade<V>> bindShared()
+{
+    Binder<PropertyFacade<V>> binder;
+    binder.template constructor<>()
+        .template constructor<const V&>()
+        .template constructor<WholeNumber, const KeyList<V>&>()
+        .method("set", &PropertyFacade<V>::set);
+    return binder;
+}
+} // namespace
+
 void bindProperties()
 {
     const auto text = [](const auto& facade) { return facade.get()->toString(); };
 
-    Binder<PropertyFloat>()
-        .constructor<>()
-        .constructor<f32>()
-        .constructor<WholeNumber, const KeyList<f32>&>()
+    bindShared<f32>()
         .constructor<WholeNumber, const KeyList<f32>&, bool>()
-        .method("set", &PropertyFloat::set)
         .method("setAnim", &PropertyFloat::setAnim)
         .repr("PropertyFloat", text);
-    Binder<PropertyFloat2>()
-        .constructor<>()
-        .constructor<const Float2&>()
-        .constructor<WholeNumber, const KeyList<Float2>&>()
-        .method("set", &PropertyFloat2::set)
-        .method("setAnim", &PropertyFloat2::setAnim)
-        .repr("PropertyFloat2", text);
-    Binder<PropertyFloat3>()
-        .constructor<>()
-        .constructor<const Float3&>()
-        .constructor<WholeNumber, const KeyList<Float3>&>()
-        .method("set", &PropertyFloat3::set)
-        .method("setAnim", &PropertyFloat3::setAnim)
-        .repr("PropertyFloat3", text);
+    bindShared<Float2>().method("setAnim", &PropertyFloat2::setReducedAnim).repr("PropertyFloat2", text);
+    bindShared<Float3>().method("setAnim", &PropertyFloat3::setReducedAnim).repr("PropertyFloat3", text);
 }
 } // namespace pyzrm

@@ -17,13 +17,13 @@ void bindBlockNodes()
         .method("getName", &PBRNode::getName)
         .method("setIndices", &PBRNode::setIndices)
         .method("setControlNode", &PBRNode::setControlNode)
-        .method("addBlock",
-                [](Ref<PBRNode> self, std::optional<Ref<IBlock>> block)
-                {
-                    if (block) self->addBlock(*block);
-                })
+        .define<std::optional<Ref<IBlock>>>("addBlock",
+                                            [](PBRNode& self, const std::optional<Ref<IBlock>>& block)
+                                            {
+                                                if (block) self.addBlock(*block);
+                                            })
         .method("getBlock", &PBRNode::getBlock)
-        .method("hasBlock", [](Ref<PBRNode> self, Name type) { return self->hasBlock(type.c_str()); })
+        .define<zr::string>("hasBlock", [](PBRNode& self, Name type) { return self.hasBlock(type.c_str()); })
         .method("setShadowCaster", &PBRNode::setShadowCaster)
         .method("setTransparentMode", &PBRNode::setTransparentMode)
         .method("setOpacityValue", &PBRNode::setOpacityValue)

@@ -27,7 +27,7 @@ bool areNormalized(const zr::vector<f32>& weights)
 }
 } // namespace
 
-void BoneBlock::setBones(const std::vector<Ref<Bone>>& list)
+void BoneBlock::setBones(const zr::vector<Ref<Bone>>& list)
 {
     bones.clear();
     bones.reserve(list.size());

@@ -2,20 +2,60 @@
 
 namespace pyzrm
 {
-zr::string NormalBlock::check() const
+namespace
 {
-    if (uv.empty()) return "Normal block: Invalid texture coordinates.";
-    if (map.empty()) return "Normal block: normal texture isn't set.";
+constexpr MapBlock::Facts kNormal{BT_Normal, "Normal", "normal", /*map=*/1, /*slot=*/1};
+constexpr MapBlock::Facts kAorms{BT_Aorms, "Aorms", "aorms", /*map=*/12, /*slot=*/13};
+constexpr MapBlock::Facts kAo{BT_Ao, "AO", "AO", /*map=*/9, /*slot=*/9};
+constexpr MapBlock::Facts kDecal{BT_Decal, "Decal", "decal", /*map=*/3, /*slot=*/3};
+} // namespace
+
+zr::string MapBlock::check() const
+{
+    if (uv.empty()) return zr::string(facts.blockName) + " block: Invalid texture coordinates.";
+    if (map.empty()) return zr::string(facts.blockName) + " block: " + facts.textureName + " texture isn't set.";
     return {};
 }
 
+zr::string MapBlock::apply(model::BaseMeshRenderNode& node, u32& uvCounter) const
+{
+    addTexCoords(node, uvCounter, facts.map, uv);
+    node.getMaterial()->setTexture(facts.slot, map.c_str());
+    return {};
+}
+
+NormalBlock::NormalBlock() : MapBlock(kNormal) {}
+
 zr::string NormalBlock::apply(model::BaseMeshRenderNode& node, u32& uvCounter) const
 {
-    addTexCoords(node, uvCounter, 1, uv);
     setZeroAttribute(node, model::kTangent0, 3);
     setZeroAttribute(node, model::kBinormal0, 3);
-    node.getMaterial()->setTexture(1, map.c_str());
-    return {};
+    return MapBlock::apply(node, uvCounter);
+}
+
+AormsBlock::AormsBlock() : MapBlock(kAorms) {}
+
+AoBlock::AoBlock() : MapBlock(kAo) {}
+
+zr::string AoBlock::apply(model::BaseMeshRenderNode& node, u32& uvCounter) const
+{
+    model::PropertiesSet& material = *node.getMaterial();
+    setNamedProperty(material, "ambientOcclusionShift", shift);
+    if (animationArgument > -1)
+    {
+        auto property = model::create<model::ArgumentProperty>("model::ArgumentProperty");
+        property->setArgument(static_cast<u32>(animationArgument));
+        setNamedProperty(material, "ambientOcclusionAnim", property);
+    }
+    return MapBlock::apply(node, uvCounter);
+}
+
+DecalBlock::DecalBlock() : MapBlock(kDecal) {}
+
+zr::string DecalBlock::apply(model::BaseMeshRenderNode& node, u32& uvCounter) const
+{
+    setNamedProperty(*node.getMaterial(), "decalShift", shift);
+    return MapBlock::apply(node, uvCounter);
 }
 
 zr::string FlirBlock::check() const
@@ -27,57 +67,6 @@ zr::string FlirBlock::apply(model::BaseMeshRenderNode& node, u32&) const
 {
     node.getMaterial()->setChannel(0, 0);
     node.getMaterial()->setTexture(16, map.c_str());
-    return {};
-}
-
-zr::string AormsBlock::check() const
-{
-    if (uv.empty()) return "Aorms block: Invalid texture coordinates.";
-    if (map.empty()) return "Aorms block: aorms texture isn't set.";
-    return {};
-}
-
-zr::string AormsBlock::apply(model::BaseMeshRenderNode& node, u32& uvCounter) const
-{
-    addTexCoords(node, uvCounter, 12, uv);
-    node.getMaterial()->setTexture(13, map.c_str());
-    return {};
-}
-
-zr::string AoBlock::check() const
-{
-    if (uv.empty()) return "AO block: Invalid texture coordinates.";
-    if (map.empty()) return "AO block: AO texture isn't set.";
-    return {};
-}
-
-zr::string AoBlock::apply(model::BaseMeshRenderNode& node, u32& uvCounter) const
-{
-    addTexCoords(node, uvCounter, 9, uv);
-    model::PropertiesSet& material = *node.getMaterial();
-    material.setTexture(9, map.c_str());
-    setNamedProperty(material, "ambientOcclusionShift", shift);
-    if (animationArgument > -1)
-    {
-        auto property = model::create<model::ArgumentProperty>("model::ArgumentProperty");
-        property->setArgument(static_cast<u32>(animationArgument));
-        setNamedProperty(material, "ambientOcclusionAnim", property);
-    }
-    return {};
-}
-
-zr::string DecalBlock::check() const
-{
-    if (uv.empty()) return "Decal block: Invalid texture coordinates.";
-    if (map.empty()) return "Decal block: decal texture isn't set.";
-    return {};
-}
-
-zr::string DecalBlock::apply(model::BaseMeshRenderNode& node, u32& uvCounter) const
-{
-    addTexCoords(node, uvCounter, 3, uv);
-    node.getMaterial()->setTexture(3, map.c_str());
-    setNamedProperty(*node.getMaterial(), "decalShift", shift);
     return {};
 }
 

@@ -4,13 +4,10 @@
 
 namespace pyzrm
 {
-const char* getTypeName(u32 type)
+const char* IBlock::getTypeName() const
 {
-    static constexpr const char* kNames[] = {
-        "BT_Base",     "BT_Normal", "BT_Flir",  "BT_Damage", "BT_Aorms",  "BT_Bone",
-        "BT_Emissive", "BT_Ao",     "BT_Decal", "BT_Glass",  "BT_Number",
-    };
-    return type < std::size(kNames) ? kNames[type] : "UNKNOWN";
+    const u32 type = getType();
+    return type < std::size(kBlockFacts) ? kBlockFacts[type].name : "UNKNOWN";
 }
 
 void setAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride, zr::vector<f32> data)

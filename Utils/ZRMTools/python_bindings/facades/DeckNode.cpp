@@ -1,5 +1,5 @@
+#include "compute/Tangents.h"
 #include "inc/FixedNodes.h"
-#include "inc/Tangents.h"
 #include "inc/VertexChecks.h"
 #include "utils/mesh/DamageSplit.h"
 

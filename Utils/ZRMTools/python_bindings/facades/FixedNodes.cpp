@@ -9,10 +9,9 @@ namespace pyzrm
 {
 FixedNode::FixedNode(const zr::string& name, const zr::string& materialName, const char* materialType,
                      std::initializer_list<std::pair<model::Semantic, u8>> format)
-    : node(model::create<model::RenderNode>("model::RenderNode")),
+    : ControlledNode("model::RenderNode", name),
       material(new model::PropertiesSet())
 {
-    node->setName(name.c_str());
     material->setName(materialName.c_str());
     material->setMaterialName(materialType);
     for (const auto& [semantic, width] : format)

@@ -2,25 +2,28 @@
 
 #include <stdexcept>
 
-#include "base/Keys.h"
 #include "base/ObjectRegistry.h"
+#include "compute/ScriptKeys.h"
+#include "compute/VisibilityRanges.h"
 #include "utils/mesh/DamageSplit.h"
 
 namespace pyzrm
 {
 namespace
 {
-/// Sorted and simplified keys; `convert` makes a model value of a script's.
-template <class V, class S, class Convert>
-model::Keys<V> channelKeys(const KeyList<S>& list, Convert convert)
+/// One channel for each entry; `convert` makes a model value of a script's.
+template <class Channel, class V, class S, class Convert>
+zr::vector<Channel> makeChannels(const ArgumentKeys<S>& entries, Convert convert)
 {
-    model::Keys<V> keys;
-    keys.reserve(list.size());
-    for (const auto& [time, value] : list)
-        keys.push_back({time, convert(value)});
-    model::sortKeys(keys);
-    model::simplifyKeys(keys, model::kChannelTolerance);
-    return keys;
+    zr::vector<Channel> channels;
+    channels.reserve(entries.size());
+    for (const auto& [argument, list] : entries)
+    {
+        Channel& channel = channels.emplace_back();
+        channel.argument = argument.asHandle();
+        channel.keys = makeKeys<V>(list, convert, &model::kChannelTolerance);
+    }
+    return channels;
 }
 
 /// An argument of a number's control: cut first, then tested for its sign.
@@ -58,7 +61,7 @@ void Transform::setMatrix(const Columns& matrix)
     nodeAs<model::TransformNode>().setMatrix(toMatrix(matrix));
 }
 
-Lod::Lod(const zr::string& name, const std::vector<f32>& distances)
+Lod::Lod(const zr::string& name, const zr::vector<f32>& distances)
     : Node(name, model::create<model::LodNode>("model::LodNode"))
 {
     zr::vector<model::LodLevel> levels;
@@ -77,7 +80,7 @@ NumberRoot::NumberRoot(const zr::string& name) : Node(name, model::create<model:
 {
 }
 
-void NumberRoot::setControls(const std::vector<Float4>& controls)
+void NumberRoot::setControls(const zr::vector<Float4>& controls)
 {
     auto& list = nodeAs<model::TmpNumberRoot>().getControls();
     for (const auto& [uArgument, uFactor, vArgument, vFactor] : controls)
@@ -96,35 +99,6 @@ void VisibilityNode::setArguments(const ArgumentKeys<f32>& arguments)
     for (const auto& [argument, keys] : arguments)
         list.push_back({argument.asHandle(), keysToRanges(keys)});
     nodeAs<model::ArgVisibilityNode>().setArguments(std::move(list));
-}
-
-zr::vector<model::VisibilityRange> keysToRanges(const KeyList<f32>& keys)
-{
-    // A value of 1 has to lie inside of a range that is open at its end.
-    constexpr f64 kEnd = 1.0001;
-    zr::vector<model::VisibilityRange> ranges;
-    if (keys.size() == 1)
-    {
-        if (std::get<1>(keys[0]) >= 0.5f) ranges.push_back({-1.0, 1.0});
-        return ranges;
-    }
-    bool visible = false;
-    f64 start = 0.0;
-    for (const auto& [value, state] : keys)
-    {
-        if (!visible && state >= 0.5f)
-        {
-            start = value;
-            visible = true;
-        }
-        else if (visible && state < 0.5f)
-        {
-            ranges.push_back({start, value});
-            visible = false;
-        }
-    }
-    if (visible && start < kEnd) ranges.push_back({start, kEnd});
-    return ranges;
 }
 
 AnimationNode::AnimationNode(const zr::string& name)
@@ -154,29 +128,20 @@ void AnimationNode::setBaseScale(const Float3& scale)
 
 void AnimationNode::setPositionAnimation(const ArgumentKeys<Float3>& channels)
 {
-    zr::vector<model::PositionChannel> list;
-    list.reserve(channels.size());
-    for (const auto& [argument, keys] : channels)
-        list.push_back({argument.asHandle(), channelKeys<model::vec3d>(keys, toVec3d)});
-    nodeAs<model::ArgAnimationNode>().setPositionChannels(std::move(list));
+    nodeAs<model::ArgAnimationNode>().setPositionChannels(
+        makeChannels<model::PositionChannel, model::vec3d>(channels, toVec3d));
 }
 
 void AnimationNode::setRotationAnimation(const ArgumentKeys<Float4>& channels)
 {
-    zr::vector<model::RotationChannel> list;
-    list.reserve(channels.size());
-    for (const auto& [argument, keys] : channels)
-        list.push_back({argument.asHandle(), channelKeys<model::vec4d>(keys, toQuaternion)});
-    nodeAs<model::ArgAnimationNode>().setRotationChannels(std::move(list));
+    nodeAs<model::ArgAnimationNode>().setRotationChannels(
+        makeChannels<model::RotationChannel, model::vec4d>(channels, toQuaternion));
 }
 
 void AnimationNode::setScaleAnimation(const ArgumentKeys<Float3>& channels)
 {
-    zr::vector<model::ScaleChannel> list;
-    list.reserve(channels.size());
-    for (const auto& [argument, keys] : channels)
-        list.push_back({argument.asHandle(), {}, channelKeys<model::vec3d>(keys, toVec3d)});
-    nodeAs<model::ArgAnimationNode>().setScaleChannels(std::move(list));
+    nodeAs<model::ArgAnimationNode>().setScaleChannels(
+        makeChannels<model::ScaleChannel, model::vec3d>(channels, toVec3d));
 }
 
 Bone::Bone(const zr::string& name) : Node(name, model::create<model::Bone>("model::Bone")) {}

@@ -12,20 +12,6 @@ namespace pyzrm
 {
 namespace
 {
-template <class List>
-bool contains(const List& list, u32 value)
-{
-    return std::find(list.begin(), list.end(), value) != list.end();
-}
-
-zr::string joinTypeNames(const zr::vector<u32>& types)
-{
-    zr::string names;
-    for (const u32 type : types)
-        names.append(names.empty() ? "" : ", ").append(getTypeName(type));
-    return names;
-}
-
 void addPivot(model::BaseRenderNode& node, const model::vec3f& point)
 {
     if (auto* mesh = dynamic_cast<model::RenderNode*>(&node)) mesh->addPivot(point);
@@ -33,16 +19,14 @@ void addPivot(model::BaseRenderNode& node, const model::vec3f& point)
 }
 } // namespace
 
-PBRNode::PBRNode(const zr::string&, const zr::string& materialName)
-    : PBRNode(materialName, zr::vector<u32>{BT_Base, BT_Normal, BT_Flir, BT_Damage, BT_Aorms, BT_Emissive, BT_Ao,
-                                            BT_Decal, BT_Bone, BT_Number})
+PBRNode::PBRNode(const zr::string&, const zr::string& materialName) : PBRNode(materialName, &BlockFacts::inPbr)
 {
     material->setMaterialName("def_material");
 }
 
-PBRNode::PBRNode(const zr::string& materialName, zr::vector<u32> supported)
-    : supportedBlocks(std::move(supported)),
-      material(new model::PropertiesSet())
+PBRNode::PBRNode(const zr::string& materialName, bool BlockFacts::*supportsBlock)
+    : material(new model::PropertiesSet()),
+      supports(supportsBlock)
 {
     material->setName(materialName.c_str());
 }
@@ -60,12 +44,10 @@ zr::string PBRNode::build()
 
 zr::string PBRNode::checkBlocks() const
 {
-    for (const u32 type : requiredBlocks)
-        if (!findBlock(type))
-            return "Material " + material->name + " must have the following blocks " + joinTypeNames(requiredBlocks) +
-                   ".";
+    if (!findBlock(BT_Base))
+        return "Material " + material->name + " must have the following blocks " + kBlockFacts[BT_Base].name + ".";
     for (const auto& block : blocks)
-        if (!contains(supportedBlocks, block->getType()))
+        if (!(kBlockFacts[block->getType()].*supports))
             return "Material " + material->name + " doesn't support block " + block->getTypeName() + ".";
     if (indices.indices.empty()) return "Indices aren't set.";
     for (const auto& block : blocks)
@@ -188,7 +170,7 @@ void PBRNode::setOpacityFresnelFactor(Ref<PropertyFloat> factor)
     setNamedProperty(*material, "opacityFresnelFactor", factor->get());
 }
 
-void PBRNode::addTransparentPivot(const std::array<f32, 3>& point)
+void PBRNode::addTransparentPivot(const zr::array<f32, 3>& point)
 {
     const model::vec3f pivot(point[0], point[1], point[2]);
     for (const auto& part : splitNodes)
@@ -196,8 +178,7 @@ void PBRNode::addTransparentPivot(const std::array<f32, 3>& point)
     if (splitNodes.empty() && node) addPivot(*node, pivot);
 }
 
-GlassNode::GlassNode(const zr::string&, const zr::string& materialName)
-    : PBRNode(materialName, zr::vector<u32>{BT_Base, BT_Normal, BT_Flir, BT_Damage, BT_Aorms, BT_Bone, BT_Glass})
+GlassNode::GlassNode(const zr::string&, const zr::string& materialName) : PBRNode(materialName, &BlockFacts::inGlass)
 {
     material->setMaterialName("glass_instrumental_material");
     material->setBlending(1);

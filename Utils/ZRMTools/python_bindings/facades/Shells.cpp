@@ -5,23 +5,17 @@
 
 namespace pyzrm
 {
-SegmentsNode::SegmentsNode(const zr::string& name) : node(model::create<model::SegmentsNode>("model::SegmentsNode"))
-{
-    node->setName(name.c_str());
-}
-
-void SegmentsNode::set(const std::vector<std::tuple<Float3, Float3>>& segments)
+void SegmentsNode::set(const zr::vector<std::tuple<Float3, Float3>>& segments)
 {
     auto& list = node->getSegments();
     list.clear();
     list.reserve(segments.size());
     for (const auto& [start, end] : segments)
-        list.push_back({toVec3f(start), toVec3f(end)});
+        list.push_back({toValue(start), toValue(end)});
 }
 
-ShellNode::ShellNode(const zr::string& name) : node(model::create<model::ShellNode>("model::ShellNode"))
+ShellNode::ShellNode(const zr::string& name) : ControlledNode("model::ShellNode", name)
 {
-    node->setName(name.c_str());
     vertexFormat[model::kPosition0] = 3;
     vertices.setFormat(vertexFormat);
 }
@@ -32,11 +26,6 @@ zr::string ShellNode::build()
     if (indices.indices.empty()) return "Indices aren't set.";
     node->setGeometry(vertexFormat, vertices, indices);
     return {};
-}
-
-Connector::Connector(const zr::string& name) : node(model::create<model::Connector>("model::Connector"))
-{
-    node->setName(name.c_str());
 }
 
 void Connector::setPropertyFloat(const zr::string& key, f32 value)

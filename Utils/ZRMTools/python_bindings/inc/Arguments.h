@@ -1,15 +1,11 @@
 #pragma once
 
-#include <array>
 #include <tuple>
-#include <vector>
 
 #include "base/types.h"
 #include <zr/containers.h>
 
 /// The values of scripts as the facades take them. Floats arrive in 32 bits and are widened where a field is wider.
-/// Lists are plain `std::vector`s: what an object claims to be its length must end in MemoryError, and the core's
-/// allocator ends the process.
 namespace pyzrm
 {
 using zr::f32;
@@ -25,7 +21,7 @@ using Float3 = std::tuple<f32, f32, f32>;
 using Float4 = std::tuple<f32, f32, f32, f32>;
 using Float6 = std::tuple<f32, f32, f32, f32, f32, f32>;
 /// Columns of the model's matrix.
-using Columns = std::vector<Float4>;
+using Columns = zr::vector<Float4>;
 
 /// A whole number of a script, from -2^31 to 2^32 - 1.
 struct WholeNumber
@@ -39,11 +35,11 @@ struct WholeNumber
 
 /// (time, value) pairs, and lists of them for one argument each.
 template <class V>
-using KeyList = std::vector<std::tuple<f32, V>>;
+using KeyList = zr::vector<std::tuple<f32, V>>;
 template <class V>
-using ArgumentKeys = std::vector<std::tuple<WholeNumber, KeyList<V>>>;
+using ArgumentKeys = zr::vector<std::tuple<WholeNumber, KeyList<V>>>;
 
-/// The copy of an array of a script; one index from 0 up whatever its strides were.
+/// The copy of an array of a script, one index from 0 up whatever its strides were.
 template <class T>
 struct FlatArray
 {
@@ -52,17 +48,25 @@ struct FlatArray
 using Floats = FlatArray<f32>;
 using UInts = FlatArray<u32>;
 
+/// The copy of a list of numbers. Other than for a `FlatArray` every single value must be a T of its own accord.
 template <class T>
-zr::vector<T> copyOf(const std::vector<T>& list)
+struct NumberList
 {
-    return zr::vector<T>(list.begin(), list.end());
-}
+    zr::vector<T> values;
+};
+using FloatList = NumberList<f32>;
+using UIntList = NumberList<u32>;
 
-inline model::vec2f toVec2f(const Float2& v)
+/// The value that a property holds.
+inline f32 toValue(f32 value)
+{
+    return value;
+}
+inline model::vec2f toValue(const Float2& v)
 {
     return {std::get<0>(v), std::get<1>(v)};
 }
-inline model::vec3f toVec3f(const Float3& v)
+inline model::vec3f toValue(const Float3& v)
 {
     return {std::get<0>(v), std::get<1>(v), std::get<2>(v)};
 }

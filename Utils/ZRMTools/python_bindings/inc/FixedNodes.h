@@ -1,14 +1,14 @@
 #pragma once
 
+#include "inc/ControlledNode.h"
 #include "inc/IRenderNode.h"
-#include "inc/NodeFacades.h"
 #include "nodes/RenderNode.h"
 
 /// The meshes with a vertex format of their own: coloured meshes, mirrors, decks.
 namespace pyzrm
 {
 /// What they share. The mesh is filled by the setters and handed to the node at each build.
-class FixedNode : public IRenderNode
+class FixedNode : public ControlledNode<IRenderNode, model::RenderNode>
 {
 public:
     NodeList getNodes() const override { return {node}; }
@@ -25,7 +25,6 @@ protected:
 
     bool hasControlNode() const { return node->getControlNode(0) != nullptr; }
 
-    model::ObjectPtr<model::RenderNode> node;
     model::MaterialPtr material;
     model::Vertices vertices;
     model::Indices indices;
@@ -43,7 +42,6 @@ public:
     void setNormals(Floats data) { setData(model::kNormal0, std::move(data.values)); }
     void setIndices(UInts data) { setIndexList(std::move(data.values)); }
     void setColor(f32 red, f32 green, f32 blue);
-    void setControlNode(Ref<Node> control) { node->setControlNode(0, control->getNode()); }
 };
 
 class MirrorNode : public FixedNode
@@ -53,12 +51,11 @@ public:
 
     zr::string build() override;
 
-    void setPositions(const std::vector<f32>& list) { addPositions(copyOf(list)); }
+    void setPositions(FloatList list) { addPositions(list.values); }
     void setNormals(Floats data) { setData(model::kNormal0, std::move(data.values)); }
-    void setIndices(const std::vector<u32>& list) { setIndexList(copyOf(list)); }
+    void setIndices(UIntList list) { setIndexList(std::move(list.values)); }
     void setTexture(const zr::string& name) { texture = name; }
     void setTextureCoordinates(Floats data) { setData(model::kTexCoord0, std::move(data.values)); }
-    void setControlNode(Ref<Node> control) { node->setControlNode(0, control->getNode()); }
 
 private:
     zr::string texture;
@@ -74,11 +71,11 @@ public:
     zr::string build() override;
     NodeList getNodes() const override;
 
-    void setPositions(const std::vector<f32>& list) { addPositions(copyOf(list)); }
-    void setNormals(const std::vector<f32>& list) { setData(model::kNormal0, copyOf(list)); }
-    void setTiledUV(const std::vector<f32>& list) { setData(model::kTexCoord0, copyOf(list)); }
-    void setRegularUV(const std::vector<f32>& list) { setData(kRegularTexCoord, copyOf(list)); }
-    void setIndices(const std::vector<u32>& list) { setIndexList(copyOf(list)); }
+    void setPositions(FloatList list) { addPositions(list.values); }
+    void setNormals(FloatList list) { setData(model::kNormal0, std::move(list.values)); }
+    void setTiledUV(FloatList list) { setData(model::kTexCoord0, std::move(list.values)); }
+    void setRegularUV(FloatList list) { setData(kRegularTexCoord, std::move(list.values)); }
+    void setIndices(UIntList list) { setIndexList(std::move(list.values)); }
     void setBaseTiledMap(const zr::string& name) { baseTiledMap = name; }
     void setNormalTiledMap(const zr::string& name) { normalTiledMap = name; }
     void setAormsTiledMap(const zr::string& name) { aormsTiledMap = name; }
@@ -92,6 +89,7 @@ public:
     void setDecalId(WholeNumber id) { decalId = id.lowByte(); }
     void setArgument(WholeNumber handle) { argument = handle.asHandle(); }
     void setPerVertexArguments(Floats data) { perVertexArguments = std::move(data.values); }
+    /// Other than the base's: the node follows at `build`.
     void setControlNode(Ref<Node> facade) { control = facade.shared(); }
 
 private:

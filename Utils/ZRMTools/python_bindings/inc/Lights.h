@@ -58,10 +58,7 @@ public:
 
     void setPhi(Ref<PropertyFloat> phi) { light().setPhi(phi->get()); }
     void setTheta(Ref<PropertyFloat> theta) { light().setTheta(theta->get()); }
-    /// phi, and theta as the inner cone that is `blend`, 0 to 1, narrower; see `innerAngle`.
+    /// phi, and theta as the inner cone that is `blend`, 0 to 1, narrower; see compute/InnerAngle.h.
     void setAngles(Ref<PropertyFloat> phi, Ref<PropertyFloat> blend);
 };
-
-/// 2 atan(tan(outer / 2) (1 - blend)), angles in radians, in steps of 32 bits.
-f32 innerAngle(f32 outer, f32 blend);
 } // namespace pyzrm

@@ -30,7 +30,7 @@ public:
     /// @throws std::invalid_argument for a light of no kind
     void addLight(Ref<ILight> facade) { root->lights.push_back(facade->getNode()); }
     /// Nothing names a model.
-    zr::string getName() const { return root ? root->getName() : "EMPTY"; }
+    const zr::string& getName() const { return root->getName(); }
 
 private:
     model::ObjectPtr<model::RootNode> root;

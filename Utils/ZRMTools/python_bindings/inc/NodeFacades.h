@@ -50,7 +50,7 @@ class Lod : public Node
 {
 public:
     /// The far limit of each level; the model holds squares.
-    Lod(const zr::string& name, const std::vector<f32>& distances);
+    Lod(const zr::string& name, const zr::vector<f32>& distances);
 };
 
 class NumberRoot : public Node
@@ -59,7 +59,7 @@ public:
     explicit NumberRoot(const zr::string& name);
 
     /// Appends (u argument, u factor, v argument, v factor); arguments are cut, negative ones mean none.
-    void setControls(const std::vector<Float4>& controls);
+    void setControls(const zr::vector<Float4>& controls);
 };
 
 class VisibilityNode : public Node
@@ -98,7 +98,4 @@ public:
     void setMatrix(const Columns& matrix);
     void setInvertedBaseBoneMatrix(const Columns& matrix);
 };
-
-/// The ranges in which an argument's keys (value, state) say visible.
-zr::vector<model::VisibilityRange> keysToRanges(const KeyList<f32>& keys);
 } // namespace pyzrm

@@ -37,16 +37,14 @@ public:
     void setTwoSided(bool enable) { twoSided = enable; }
     void setPurposeWaterMask() { waterMask = true; }
     /// Adds a pivot to what the last build made; does nothing before.
-    void addTransparentPivot(const std::array<f32, 3>& point);
+    void addTransparentPivot(const zr::array<f32, 3>& point);
 
 protected:
     using MeshPtr = model::ObjectPtr<model::BaseMeshRenderNode>;
 
-    /// A material of that name that takes these blocks.
-    PBRNode(const zr::string& materialName, zr::vector<u32> supported);
+    /// A material of that name that takes the blocks of which `supports` is true.
+    PBRNode(const zr::string& materialName, bool BlockFacts::*supports);
 
-    zr::vector<u32> requiredBlocks{BT_Base};
-    zr::vector<u32> supportedBlocks;
     model::MaterialPtr material;
 
 private:
@@ -56,6 +54,7 @@ private:
     zr::string createNode();
     zr::string fillNode();
 
+    bool BlockFacts::*supports;
     MeshPtr node;
     zr::vector<model::ObjectPtr<model::BaseRenderNode>> splitNodes;
     std::shared_ptr<Node> control;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/ObjectRegistry.h"
-#include "inc/Arguments.h"
+#include "compute/ScriptKeys.h"
 #include "inc/Facade.h"
 #include "materials/Properties.h"
 
@@ -45,13 +45,9 @@ model::ObjectPtr<model::StaticProperty<V>> makeStatic(const char* name, V value)
     return property;
 }
 
-/// `keys` are sorted and, with `reduce`, simplified.
 template <class V>
-model::ObjectPtr<model::AnimatedProperty<V>> makeAnimated(const char* name, u32 argument, model::Keys<V> keys,
-                                                          bool reduce)
+model::ObjectPtr<model::AnimatedProperty<V>> makeAnimated(const char* name, u32 argument, model::Keys<V> keys)
 {
-    model::sortKeys(keys);
-    if (reduce) model::simplifyKeys(keys, model::kPropertyTolerance);
     auto property = model::create<model::AnimatedProperty<V>>(PropertyClass<V>::kAnimated);
     property->setName(name);
     property->setArgument(argument);
@@ -59,55 +55,36 @@ model::ObjectPtr<model::AnimatedProperty<V>> makeAnimated(const char* name, u32 
     return property;
 }
 
-/// The keys of a script as they come.
-model::Keys<f32> toKeys(const KeyList<f32>& list);
-
-class PropertyFloat : public Facade
+/// S is what a script gives: a float, or a tuple of them.
+template <class S>
+class PropertyFacade : public Facade
 {
 public:
-    PropertyFloat() : PropertyFloat(0.0f) {}
-    explicit PropertyFloat(f32 value) { set(value); }
-    PropertyFloat(WholeNumber argument, const KeyList<f32>& keys) : PropertyFloat(argument, keys, /*reduce=*/true) {}
-    PropertyFloat(WholeNumber argument, const KeyList<f32>& keys, bool reduce) { setAnim(argument, keys, reduce); }
+    PropertyFacade() : PropertyFacade(S()) {}
+    explicit PropertyFacade(const S& value) { set(value); }
+    PropertyFacade(WholeNumber argument, const KeyList<S>& keys) : PropertyFacade(argument, keys, /*reduce=*/true) {}
+    PropertyFacade(WholeNumber argument, const KeyList<S>& keys, bool reduce) { setAnim(argument, keys, reduce); }
 
-    void set(f32 value);
-    void setAnim(WholeNumber argument, const KeyList<f32>& keys, bool reduce);
+    void set(const S& value) { property = makeStatic(kName, toValue(value)); }
+    /// Keys are sorted and, with `reduce`, simplified.
+    void setAnim(WholeNumber argument, const KeyList<S>& list, bool reduce)
+    {
+        const auto convert = [](const S& value) { return toValue(value); };
+        auto keys = makeKeys<decltype(toValue(S()))>(list, convert, reduce ? &model::kPropertyTolerance : nullptr);
+        property = makeAnimated(kName, argument.asHandle(), std::move(keys));
+    }
+    void setReducedAnim(WholeNumber argument, const KeyList<S>& list) { setAnim(argument, list, /*reduce=*/true); }
 
     const model::PropertyPtr& get() const { return property; }
 
 private:
+    /// The name until the place that takes the property gives it another.
+    static constexpr const char* kName = "_DUMMY_NAME_";
+
     model::PropertyPtr property;
 };
 
-class PropertyFloat2 : public Facade
-{
-public:
-    PropertyFloat2() : PropertyFloat2(Float2()) {}
-    explicit PropertyFloat2(const Float2& value) { set(value); }
-    PropertyFloat2(WholeNumber argument, const KeyList<Float2>& keys) { setAnim(argument, keys); }
-
-    void set(const Float2& value);
-    void setAnim(WholeNumber argument, const KeyList<Float2>& keys);
-
-    const model::PropertyPtr& get() const { return property; }
-
-private:
-    model::PropertyPtr property;
-};
-
-class PropertyFloat3 : public Facade
-{
-public:
-    PropertyFloat3() : PropertyFloat3(Float3()) {}
-    explicit PropertyFloat3(const Float3& value) { set(value); }
-    PropertyFloat3(WholeNumber argument, const KeyList<Float3>& keys) { setAnim(argument, keys); }
-
-    void set(const Float3& value);
-    void setAnim(WholeNumber argument, const KeyList<Float3>& keys);
-
-    const model::PropertyPtr& get() const { return property; }
-
-private:
-    model::PropertyPtr property;
-};
+using PropertyFloat = PropertyFacade<f32>;
+using PropertyFloat2 = PropertyFacade<Float2>;
+using PropertyFloat3 = PropertyFacade<Float3>;
 } // namespace pyzrm

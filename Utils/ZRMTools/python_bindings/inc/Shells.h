@@ -1,6 +1,6 @@
 #pragma once
 
-#include "inc/NodeFacades.h"
+#include "inc/ControlledNode.h"
 #include "nodes/Connector.h"
 #include "nodes/SegmentsNode.h"
 #include "nodes/ShellNode.h"
@@ -8,20 +8,15 @@
 /// What hangs on the tree without being drawn: collision geometry and connectors.
 namespace pyzrm
 {
-class SegmentsNode : public Facade
+class SegmentsNode : public ControlledNode<Facade, model::SegmentsNode>
 {
 public:
-    explicit SegmentsNode(const zr::string& name);
+    explicit SegmentsNode(const zr::string& name) : ControlledNode("model::SegmentsNode", name) {}
 
-    const zr::string& getName() const { return node->getName(); }
     /// Replaces the segments, (start, end) each.
-    void set(const std::vector<std::tuple<Float3, Float3>>& segments);
-    void setControlNode(Ref<Node> control) { node->setControlNode(0, control->getNode()); }
+    void set(const zr::vector<std::tuple<Float3, Float3>>& segments);
 
     const model::ObjectPtr<model::SegmentsNode>& getNode() const { return node; }
-
-private:
-    model::ObjectPtr<model::SegmentsNode> node;
 };
 
 class IShellNode : public Facade
@@ -32,7 +27,7 @@ public:
     virtual model::ObjectPtr<model::BaseNode> getNode() const = 0;
 };
 
-class ShellNode : public IShellNode
+class ShellNode : public ControlledNode<IShellNode, model::ShellNode>
 {
 public:
     explicit ShellNode(const zr::string& name);
@@ -40,33 +35,25 @@ public:
     zr::string build() override;
     model::ObjectPtr<model::BaseNode> getNode() const override { return node; }
 
-    const zr::string& getName() const { return node->getName(); }
-    void setIndices(const std::vector<u32>& list) { indices.indices = copyOf(list); }
+    void setIndices(UIntList list) { indices.indices = std::move(list.values); }
     /// x, y, z for each vertex; replaces what was there.
-    void setPositions(const std::vector<f32>& list) { vertices[model::kPosition0].data = copyOf(list); }
-    void setControlNode(Ref<Node> control) { node->setControlNode(0, control->getNode()); }
+    void setPositions(FloatList list) { vertices[model::kPosition0].data = std::move(list.values); }
 
 private:
-    model::ObjectPtr<model::ShellNode> node;
     model::Indices indices;
     model::VertexFormat vertexFormat;
     model::Vertices vertices;
 };
 
-class Connector : public Facade
+class Connector : public ControlledNode<Facade, model::Connector>
 {
 public:
-    explicit Connector(const zr::string& name);
+    explicit Connector(const zr::string& name) : ControlledNode("model::Connector", name) {}
 
-    const zr::string& getName() const { return node->getName(); }
-    void setControlNode(Ref<Node> control) { node->setControlNode(0, control->getNode()); }
     /// Both replace the property of that key.
     void setPropertyFloat(const zr::string& key, f32 value);
     void setPropertyString(const zr::string& key, const zr::string& value);
 
     const model::ObjectPtr<model::Connector>& getNode() const { return node; }
-
-private:
-    model::ObjectPtr<model::Connector> node;
 };
 } // namespace pyzrm

@@ -16,10 +16,10 @@ public:
 
     void setBoneWeights(Floats data) { weights = std::move(data.values); }
     void setBoneIndices(UInts data) { indices = std::move(data.values); }
-    void setBones(const std::vector<Ref<Bone>>& list);
+    void setBones(const zr::vector<Ref<Bone>>& list);
     /// The names are the script's own affair.
-    const std::vector<zr::string>& getBoneNames() const { return names; }
-    void setBoneNames(const std::vector<zr::string>& list) { names = list; }
+    const zr::vector<zr::string>& getBoneNames() const { return names; }
+    void setBoneNames(const zr::vector<zr::string>& list) { names = list; }
     void setSkinBox(const Float6& box) { skinBox = toBox(box); }
 
     const zr::vector<std::shared_ptr<Bone>>& getBones() const { return bones; }
@@ -27,7 +27,7 @@ public:
 private:
     zr::vector<f32> weights;
     zr::vector<u32> indices;
-    std::vector<zr::string> names;
+    zr::vector<zr::string> names;
     zr::vector<std::shared_ptr<Bone>> bones;
     model::Box skinBox;
 };

@@ -5,19 +5,77 @@
 /// The blocks that are little more than one map.
 namespace pyzrm
 {
-class NormalBlock : public IBlock
+/// A map with texture coordinates of its own.
+class MapBlock : public IBlock
 {
 public:
-    u32 getType() const override { return BT_Normal; }
+    /// What sets one kind apart from the others; the names are those of its texts.
+    struct Facts
+    {
+        BlockType type;
+        const char* blockName;
+        const char* textureName;
+        std::size_t map;
+        std::size_t slot;
+    };
+
+    u32 getType() const override { return facts.type; }
     zr::string check() const override;
     zr::string apply(model::BaseMeshRenderNode& node, u32& uvCounter) const override;
 
-    void setNormalMap(const zr::string& name) { map = name; }
-    void setNormalMapUV(Floats data) { uv = std::move(data.values); }
+    void setMap(const zr::string& name) { map = name; }
+    void setUV(Floats data) { uv = std::move(data.values); }
+
+protected:
+    explicit MapBlock(const Facts& kind) : facts(kind) {}
 
 private:
+    const Facts& facts;
     zr::string map;
     zr::vector<f32> uv;
+};
+
+class NormalBlock : public MapBlock
+{
+public:
+    NormalBlock();
+
+    zr::string apply(model::BaseMeshRenderNode& node, u32& uvCounter) const override;
+};
+
+class AormsBlock : public MapBlock
+{
+public:
+    AormsBlock();
+};
+
+class AoBlock : public MapBlock
+{
+public:
+    AoBlock();
+
+    zr::string apply(model::BaseMeshRenderNode& node, u32& uvCounter) const override;
+
+    void setShift(Ref<PropertyFloat2> value) { shift = value->get(); }
+    /// None when its 32 bits are a negative number.
+    void setAnimationArgument(WholeNumber argument) { animationArgument = static_cast<i32>(argument.asHandle()); }
+
+private:
+    model::PropertyPtr shift;
+    i32 animationArgument = -1;
+};
+
+class DecalBlock : public MapBlock
+{
+public:
+    DecalBlock();
+
+    zr::string apply(model::BaseMeshRenderNode& node, u32& uvCounter) const override;
+
+    void setShift(Ref<PropertyFloat2> value) { shift = value->get(); }
+
+private:
+    model::PropertyPtr shift;
 };
 
 /// The infrared map; it lies on the albedo's texture coordinates.
@@ -32,58 +90,6 @@ public:
 
 private:
     zr::string map;
-};
-
-class AormsBlock : public IBlock
-{
-public:
-    u32 getType() const override { return BT_Aorms; }
-    zr::string check() const override;
-    zr::string apply(model::BaseMeshRenderNode& node, u32& uvCounter) const override;
-
-    void setAormsMap(const zr::string& name) { map = name; }
-    void setAormsMapUV(Floats data) { uv = std::move(data.values); }
-
-private:
-    zr::string map;
-    zr::vector<f32> uv;
-};
-
-class AoBlock : public IBlock
-{
-public:
-    u32 getType() const override { return BT_Ao; }
-    zr::string check() const override;
-    zr::string apply(model::BaseMeshRenderNode& node, u32& uvCounter) const override;
-
-    void setAoMap(const zr::string& name) { map = name; }
-    void setAoMapUV(Floats data) { uv = std::move(data.values); }
-    void setAoShift(Ref<PropertyFloat2> value) { shift = value->get(); }
-    void setAoAnimationArgument(WholeNumber argument) { animationArgument = static_cast<i32>(argument.asHandle()); }
-
-private:
-    zr::string map;
-    zr::vector<f32> uv;
-    model::PropertyPtr shift;
-    /// None when it is below 0.
-    i32 animationArgument = -1;
-};
-
-class DecalBlock : public IBlock
-{
-public:
-    u32 getType() const override { return BT_Decal; }
-    zr::string check() const override;
-    zr::string apply(model::BaseMeshRenderNode& node, u32& uvCounter) const override;
-
-    void setDecalMap(const zr::string& name) { map = name; }
-    void setDecalMapUV(Floats data) { uv = std::move(data.values); }
-    void setDecalShift(Ref<PropertyFloat2> value) { shift = value->get(); }
-
-private:
-    zr::string map;
-    zr::vector<f32> uv;
-    model::PropertyPtr shift;
 };
 
 /// The colour that glass lets through; any content is sound.

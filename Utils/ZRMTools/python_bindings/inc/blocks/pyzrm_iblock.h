@@ -3,30 +3,12 @@
 #include "inc/Arguments.h"
 #include "inc/Facade.h"
 #include "inc/PropertyFacades.h"
+#include "inc/blocks/BlockTypes.h"
 #include "nodes/BaseMeshRenderNode.h"
 #include <zr/exceptions.h>
 
 namespace pyzrm
 {
-/// The kinds of blocks. A mesh has at most one of each, and they are applied in this order.
-enum BlockType : u32
-{
-    BT_Base = 0,
-    BT_Normal = 1,
-    BT_Flir = 2,
-    BT_Damage = 3,
-    BT_Aorms = 4,
-    BT_Bone = 5,
-    BT_Emissive = 6,
-    BT_Ao = 7,
-    BT_Decal = 8,
-    BT_Glass = 9,
-    BT_Number = 10,
-};
-
-/// The name of a type, such as "BT_Base"; "UNKNOWN" for any other number.
-const char* getTypeName(u32 type);
-
 /// One aspect of a mesh's material. A block keeps what the script gives it and writes it into a model node at each
 /// build; it can serve several meshes.
 class IBlock : public Facade
@@ -45,7 +27,8 @@ public:
         ZR_RAISE("Calling pure virtual function.");
     }
 
-    const char* getTypeName() const { return pyzrm::getTypeName(getType()); }
+    /// For instance "BT_Base"; "UNKNOWN" for a type that is none.
+    const char* getTypeName() const;
 };
 
 /// Writes an attribute and its place in the material's vertex format.

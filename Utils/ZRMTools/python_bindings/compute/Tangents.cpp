@@ -1,4 +1,4 @@
-#include "inc/Tangents.h"
+#include "compute/Tangents.h"
 
 #include <cmath>
 
