@@ -4,18 +4,24 @@ Conventions that hold for the whole module:
 
 * Every call is positional and complete: no parameter has a name or a default.
 * ``None`` in place of an object, an object made by ``__new__`` without ``__init__``, and wrong types or tuple sizes
-  give ``TypeError``; nothing is stored then. Where ``None`` is accepted the signature says so.
+  give ``TypeError``, whose text names the place, for instance "Lod.__init__(): argument 2, entry 3: a float expected,
+  not str"; entries and keys count from 0. Nothing is stored then. Where ``None`` is accepted the signature says so.
 * Failures of a model come on two channels. ``Model.save`` and ``Model.addRenderNode`` return a text, ``""`` when all
-  went well; everything else raises. Check the text of each call.
+  went well, and raise what no text is foreseen for; everything else raises. Check the text of each call. All texts,
+  with cause and cure, stand in docs/messages.md.
 * A float goes through 32 bits, wherever it is stored: a value beyond that range becomes infinite.
-* A matrix is a list of four tuples of four floats, each tuple a column of the model's matrix, so that the translation
-  is the fourth value of the first three tuples. Tuples beyond the fourth are ignored; fewer give ``ValueError``.
+* A matrix is a list of four tuples of four floats, or an array of shape (4, 4). Each tuple or row of the array is a
+  column of the model's matrix, so that the translation is the fourth value of the first three. What lies beyond the
+  fourth is ignored; fewer give ``ValueError``.
 * A quaternion is (w, x, y, z). A key is (value of the argument, value). Keys may come in any order.
 * An argument handle is the number of an animation argument, 0 to 4294967294; 4294967295, or the negative number -1,
   means none. Numbers outside -2147483648 .. 4294967295 give ``TypeError``.
-* Array parameters take flat data: x, y, z, x, y, z. A contiguous array of the exact type is copied at the speed of
-  memory; strided arrays, other number types and plain sequences are converted. Shape (N,) or (N, 1); any other shape
-  gives ``IndexError``, what can't be converted ``TypeError``.
+* Array parameters take flat data: x, y, z, x, y, z. A contiguous array of the exact type, float32 or uint32, is copied
+  at the speed of memory; strided arrays, other number types and plain sequences are converted. Shape (N,) or (N, 1);
+  any other shape gives ``IndexError``, what can't be converted ``TypeError``.
+* Nine list parameters, ``_FloatList`` and ``_IndexList``, copy a flat array as fast, from float64 and the signed
+  integers too, but take each value by itself: another shape, a fraction as an index, or an index below 0 or beyond
+  4294967295 gives ``TypeError``.
 * Lengths, units and angles are not interpreted, except where a method says so: the file holds what the script gave.
 """
 
@@ -27,11 +33,13 @@ import numpy.typing as npt
 
 _Floats: TypeAlias = npt.NDArray[np.float32] | npt.NDArray[np.floating[Any]] | Sequence[float]
 _Indices: TypeAlias = npt.NDArray[np.uint32] | npt.NDArray[np.integer[Any]] | Sequence[int]
+_FloatList: TypeAlias = npt.NDArray[np.floating[Any] | np.integer[Any]] | Sequence[float]
+_IndexList: TypeAlias = npt.NDArray[np.integer[Any]] | Sequence[int]
 _Float2: TypeAlias = tuple[float, float]
 _Float3: TypeAlias = tuple[float, float, float]
 _Float4: TypeAlias = tuple[float, float, float, float]
 _Box: TypeAlias = tuple[float, float, float, float, float, float]
-_Matrix: TypeAlias = Sequence[_Float4]
+_Matrix: TypeAlias = Sequence[_Float4] | npt.NDArray[np.floating[Any] | np.integer[Any]]
 _FloatKeys: TypeAlias = Sequence[tuple[float, float]]
 _Float2Keys: TypeAlias = Sequence[tuple[float, _Float2]]
 _Float3Keys: TypeAlias = Sequence[tuple[float, _Float3]]
@@ -93,11 +101,14 @@ class Model(metaclass=_FacadeType):
         The model is changed for good: a second save works on the result of the first, and doubles two-sided meshes a
         second time. Texts, where {} is filled in: "Unsupported version {}", "Can't write to file {}",
         "if the model has bones, then you need to set a bounding box.", "Vertex data is invalid." (numbers of vertices
-        that differ or are not whole), "Too much transparent pivots.",
-        "Argument of animated fake omni lights must be valid. Node id: {}.", "Invalid data size. Node id: {}.".
+        that differ or are not whole), "Too much transparent pivots.", "Control node isn't set. BaseShellNode: {}.",
+        "Node '{}' has invalid {} handle.", "Argument of animated fake omni lights must be valid. Node id: {}.",
+        "Invalid data size. Node id: {}.", and rarer ones; see docs/messages.md.
 
-        Raises IndexError for an index at or beyond the number of vertices where a pass follows it, and ValueError for
-        a path with a NUL character.
+        Raises IndexError "invalid unordered_map<K, T> key" when something hangs on a node that is not in the tree: its
+        control node, or a skin's bone, was never added below the root with ``addChild``; or a light, fake light or
+        connector has no control node. Raises IndexError "Expected idx < size()" for an index at or beyond the number
+        of vertices where a pass follows it, and ValueError for a path with a NUL character.
         """
     def addRenderNode(self, node: IRenderNode, /) -> str:
         """Builds the node and adds it.
@@ -105,7 +116,8 @@ class Model(metaclass=_FacadeType):
         returns  "" or what is missing; nothing is added then. See the classes for the texts.
 
         Adding one object twice builds and adds it twice. An ``IRenderNode()`` gives "" and adds nothing.
-        Raises IndexError when the node's data refer to vertices that are not there.
+        Raises IndexError when the node's data refer to vertices that are not there. Whether the control node is in
+        the tree only ``save`` finds out.
         """
     def addSegmentsNode(self, node: SegmentsNode, /) -> None:
         """Adds collision segments."""
@@ -148,7 +160,10 @@ class Transform(Node):
     def __repr__(self, /) -> str: ...
 
 class Lod(Node):
-    """Levels of detail: child i is shown up to the i-th distance, from the one before it on."""
+    """Levels of detail: child i is shown up to the i-th distance, from the one before it on.
+
+    Its children stay at ``save``, also those without anything; a Lod without children goes.
+    """
 
     def __init__(self, name: str, distances: Sequence[float], /) -> None:
         """Makes a node with the far limit of each level, in the model's units. Neither sorted nor checked."""
@@ -166,7 +181,10 @@ class NumberRoot(Node):
     def __repr__(self, /) -> str: ...
 
 class VisibilityNode(Node):
-    """A node whose subtree is shown while every one of its arguments lies in one of its ranges."""
+    """A node whose subtree is shown while every one of its arguments lies in one of its ranges.
+
+    With nothing on it or below it, it goes at ``save``, as animated nodes do.
+    """
 
     def __init__(self, name: str, /) -> None: ...
     def setArguments(self, arguments: Sequence[tuple[int, _FloatKeys]], /) -> None:
@@ -445,7 +463,7 @@ class FakeOmniLights(IRenderNode):
     def setShiftToCamera(self, shift: float, /) -> None:
         """Default 0, in the model's units."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the lights hang on. Needed before ``save``."""
+        """The node that the lights hang on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class AnimatedFakeOmniLight(FakeOmniLights):
@@ -461,7 +479,7 @@ class AnimatedFakeOmniLight(FakeOmniLights):
         samples are 0. Numbers that do not count 0, 1, 2 ... leave no samples, and ``save`` fails.
         """
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the lights hang on. Needed before ``save``."""
+        """The node that the lights hang on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class FakeSpotLight(metaclass=_FacadeType):
@@ -497,7 +515,7 @@ class FakeSpotLights(IRenderNode):
     def setConeSetup(self, setup: _Float3, /) -> None:
         """Default 1, 0.8, 0.05."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the lights hang on. Needed before ``save``."""
+        """The node that the lights hang on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class AnimatedFakeSpotLight(FakeSpotLights):
@@ -509,7 +527,7 @@ class AnimatedFakeSpotLight(FakeSpotLights):
     def setLightsAnimation(self, animation: Sequence[tuple[int, _FloatKeys]], /) -> None:
         """As ``AnimatedFakeOmniLight.setLightsAnimation``."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the lights hang on. Needed before ``save``."""
+        """The node that the lights hang on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class SegmentsNode(metaclass=_FacadeType):
@@ -517,21 +535,21 @@ class SegmentsNode(metaclass=_FacadeType):
 
     def __init__(self, name: str, /) -> None: ...
     def set(self, segments: Sequence[tuple[_Float3, _Float3]], /) -> None:
-        """Replaces the segments, (start, end) each. Those shorter than 0.00001 on each axis go at ``save``."""
+        """Replaces the segments, (start, end) each. ``save`` keeps them all, short ones too."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the segments hang on. Needed before ``save``."""
+        """The node that the segments hang on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class ShellNode(metaclass=_FacadeType):
     """A collision mesh."""
 
     def __init__(self, name: str, /) -> None: ...
-    def setIndices(self, indices: _Indices, /) -> None:
-        """Three for each triangle, flat, 0 to 4294967295."""
-    def setPositions(self, positions: _Floats, /) -> None:
+    def setIndices(self, indices: _IndexList, /) -> None:
+        """Three for each triangle, flat."""
+    def setPositions(self, positions: _FloatList, /) -> None:
         """x, y, z for each vertex, flat. Another length gives "Vertex data is invalid." at ``save``."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the shell hangs on. Needed before ``save``."""
+        """The node that the shell hangs on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class Connector(metaclass=_FacadeType):
@@ -539,7 +557,7 @@ class Connector(metaclass=_FacadeType):
 
     def __init__(self, name: str, /) -> None: ...
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the connector hangs on. Needed before ``save``."""
+        """The node that the connector hangs on, in the tree; needed before ``save``."""
     def setPropertyFloat(self, key: str, value: float, /) -> None:
         """Adds a property, or replaces the one of that key."""
     def setPropertyString(self, key: str, value: str, /) -> None:
@@ -573,7 +591,7 @@ class OmniLight(ILight):
     def setSpecularAmount(self, amount: PropertyFloat, /) -> None: ...
     def setSoftness(self, softness: PropertyFloat, /) -> None: ...
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the light hangs on. Needed before ``save``."""
+        """The node that the light hangs on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class SpotLight(ILight):
@@ -600,7 +618,7 @@ class SpotLight(ILight):
         of which those within 0.001 of the others' interpolation are dropped.
         """
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the light hangs on. Needed before ``save``."""
+        """The node that the light hangs on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class Bone(Node):
@@ -695,7 +713,10 @@ class PBRNode(IRenderNode):
     def setIndices(self, indices: _Indices, /) -> None:
         """Three for each triangle, flat. One at or beyond the number of vertices gives IndexError where followed."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the mesh hangs on; a Bone when there is a BoneBlock. Needed before ``addRenderNode``."""
+        """The node that the mesh hangs on; a Bone when there is a BoneBlock.
+
+        Needed before ``addRenderNode``, and in the tree before ``save``.
+        """
     def addBlock(self, block: IBlock | None, /) -> None:
         """Adds a block, in place of one of the same type; None is ignored. Raises RuntimeError for an ``IBlock()``."""
     def getBlock(self, type_name: str, /) -> IBlock | None:
@@ -736,17 +757,17 @@ class MirrorNode(IRenderNode):
     """
 
     def __init__(self, name: str, material: str, /) -> None: ...
-    def setPositions(self, positions: _Floats, /) -> None:
+    def setPositions(self, positions: _FloatList, /) -> None:
         """Appends points x, y, z, flat, to those of earlier calls."""
     def setNormals(self, normals: _Floats, /) -> None:
         """x, y, z for each vertex, flat."""
-    def setIndices(self, indices: _Indices, /) -> None:
-        """Three for each triangle, flat, 0 to 4294967295."""
+    def setIndices(self, indices: _IndexList, /) -> None:
+        """Three for each triangle, flat."""
     def setTexture(self, name: str, /) -> None: ...
     def setTextureCoordinates(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the mirror hangs on. Needed before ``addRenderNode``."""
+        """The node that the mirror hangs on; needed before ``addRenderNode``, and in the tree before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class ColorNode(IRenderNode):
@@ -766,7 +787,7 @@ class ColorNode(IRenderNode):
     def setColor(self, red: float, green: float, blue: float, /) -> None:
         """Default 1, 0, 0."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the mesh hangs on. Needed before ``addRenderNode``."""
+        """The node that the mesh hangs on; needed before ``addRenderNode``, and in the tree before ``save``."""
     def __repr__(self, /) -> str: ...
 
 class DeckNode(IRenderNode):
@@ -780,16 +801,16 @@ class DeckNode(IRenderNode):
     """
 
     def __init__(self, name: str, material: str, /) -> None: ...
-    def setPositions(self, positions: _Floats, /) -> None:
+    def setPositions(self, positions: _FloatList, /) -> None:
         """Appends points x, y, z, flat, to those of earlier calls."""
-    def setNormals(self, normals: _Floats, /) -> None:
+    def setNormals(self, normals: _FloatList, /) -> None:
         """x, y, z for each vertex, flat."""
-    def setTiledUV(self, coordinates: _Floats, /) -> None:
+    def setTiledUV(self, coordinates: _FloatList, /) -> None:
         """u, v for each vertex, flat, for the tiled maps; tangents follow from these."""
-    def setRegularUV(self, coordinates: _Floats, /) -> None:
+    def setRegularUV(self, coordinates: _FloatList, /) -> None:
         """u, v for each vertex, flat, for the other maps."""
-    def setIndices(self, indices: _Indices, /) -> None:
-        """Three for each triangle, flat, 0 to 4294967295."""
+    def setIndices(self, indices: _IndexList, /) -> None:
+        """Three for each triangle, flat."""
     def setBaseTiledMap(self, name: str, /) -> None: ...
     def setNormalTiledMap(self, name: str, /) -> None: ...
     def setAormsTiledMap(self, name: str, /) -> None: ...
@@ -808,5 +829,5 @@ class DeckNode(IRenderNode):
     def setPerVertexArguments(self, arguments: _Floats, /) -> None:
         """One damage argument handle for each vertex, see DamageBlock."""
     def setControlNode(self, node: Node, /) -> None:
-        """The node that the deck hangs on. Needed before ``addRenderNode``."""
+        """The node that the deck hangs on; needed before ``addRenderNode``, and in the tree before ``save``."""
     def __repr__(self, /) -> str: ...
