@@ -5,6 +5,7 @@
 
 namespace zr
 {
+using i8 = std::int8_t;
 using u8 = std::uint8_t;
 using u16 = std::uint16_t;
 using u32 = std::uint32_t;
