@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 #include <platform/files.h>
 
@@ -16,8 +18,10 @@ bool isTerminal(FileHandle file) noexcept;
 
 /// Writes one line to a stream. It comes out whole through short writes and interruptions, and a reader that is gone
 /// costs the line, never the process. A stream that doesn't block and is full costs the line too; of a line that it
-/// took the beginning of, the rest is tried for a second. No answer: a log has nobody to tell.
-void writeLine(FileHandle file, const char* line, std::size_t size) noexcept;
+/// took the beginning of, the rest is tried for a second.
+///
+/// returns the bytes written: `size`, 0 for a line that is lost, or what is there of a torn one
+std::size_t writeLine(FileHandle file, const char* line, std::size_t size) noexcept;
 
 /// The sequence of bytes that sets the colour of what follows on a terminal. Bits of `attribute`: 1 blue, 2 green,
 /// 4 red, 8 bright. Zero-terminated, at most `kColourSize` bytes.
@@ -36,9 +40,9 @@ void writeDebugger(const char* text, std::size_t size) noexcept;
 /// a debugger is attached, and then to the controlling terminal where standard error doesn't show there anyway.
 DebuggerStream setDebuggerStream(DebuggerStream stream) noexcept;
 
-/// Shows `text` on the controlling terminal and reads one line of an answer, without its newline, zero-terminated and
-/// cut to the capacity. Waits for the person as long as it takes.
+/// Shows the parts of a text on the controlling terminal, one behind the other, and reads one line of an answer,
+/// without its newline, zero-terminated and cut to the capacity. Waits for the person as long as it takes.
 ///
 /// returns false when there is no terminal, it is in use by another job, or its input has ended
-bool askOnTerminal(const char* text, std::size_t size, char* answer, std::size_t capacity) noexcept;
+bool askOnTerminal(std::span<const std::string_view> parts, char* answer, std::size_t capacity) noexcept;
 } // namespace platform

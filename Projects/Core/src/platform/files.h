@@ -36,6 +36,13 @@ Error reserveSpace(FileHandle file, std::uint64_t size, bool& reserved) noexcept
 /// Cuts the file, or lengthens it with zeros; the position stays.
 Error setFileSize(FileHandle file, std::uint64_t size) noexcept;
 
+/// Opens `path` for writing behind whatever its end is at each write; makes an empty file when there is none. Only a
+/// regular file is opened.
+Error openForAppend(const char* path, FileHandle& file) noexcept;
+
+/// Comes back when what was written is on the disk.
+Error flushFile(FileHandle file) noexcept;
+
 /// Writes at the file's position, which moves on by what was written. A write that the system cuts short or
 /// interrupts is continued.
 ///

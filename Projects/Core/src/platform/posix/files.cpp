@@ -27,6 +27,18 @@ int openWith(const char* path, int flags) noexcept
     // Without O_NONBLOCK the open of a pipe waits for a reader, perhaps for ever.
     return uninterrupted([=] { return open(path, flags | O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, 0666); });
 }
+
+/// Takes over what was opened if it is a regular file, and closes it otherwise.
+Error keepRegular(int descriptor, FileHandle& file) noexcept
+{
+    if (descriptor == -1) return lastError();
+    const Error error = checkRegular(descriptor);
+    if (error)
+        close(descriptor);
+    else
+        file = {descriptor};
+    return error;
+}
 } // namespace
 
 Error openForWriting(const char* path, FileHandle& file, bool& created) noexcept
@@ -40,13 +52,17 @@ Error openForWriting(const char* path, FileHandle& file, bool& created) noexcept
         // Something stands there after all: a link to nothing, or a file that another process has just made.
         if (descriptor == -1 && errno == EEXIST) descriptor = openWith(path, O_CREAT);
     }
-    if (descriptor == -1) return lastError();
-    const Error error = checkRegular(descriptor);
-    if (error)
-        close(descriptor);
-    else
-        file = {descriptor};
-    return error;
+    return keepRegular(descriptor, file);
+}
+
+Error openForAppend(const char* path, FileHandle& file) noexcept
+{
+    return keepRegular(openWith(path, O_CREAT | O_APPEND), file);
+}
+
+Error flushFile(FileHandle file) noexcept
+{
+    return errorOf(uninterrupted([&] { return fdatasync(static_cast<int>(file.value)); }));
 }
 
 Error checkFileSize(std::uint64_t size) noexcept
