@@ -54,6 +54,15 @@ public:
     /// Keeps the heap block.
     void clear() noexcept { setLength(0); }
 
+    /// Empties the text and gives the heap block back.
+    void shrink() noexcept
+    {
+        std::free(std::exchange(heapPtr, nullptr));
+        heapCapacity = 0;
+        data = inlinePtr;
+        clear();
+    }
+
 protected:
     InlineStringBase(char* inlineArea, u64 inlineCharacters) noexcept
         : inlinePtr(inlineArea),

@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 
 #include <platform/files.h>
 #include <platform/memory.h>
+#include <zr/format.h>
+#include <zr/log/Control.h>
+#include <zr/log/Log.h>
 
 namespace
 {
 std::atomic<bool> outOfMemoryReported{false};
+
+constexpr zr::i64 kPatience = 2'000'000'000; // nanoseconds for the log's worker to write what it has
 } // namespace
 
 void* zr_malloc(std::size_t size)
@@ -32,10 +36,18 @@ void* zr_realloc(void* pointer, std::size_t size)
 void zr::outOfMemoryHandler(const char* function, i64 size)
 {
     const bool first = !outOfMemoryReported.exchange(true);
-    char line[256];
-    const int length =
-        std::snprintf(line, sizeof(line), "%s in %s for %lld bytes.\n", first ? "Out of memory" : "More out of memory",
-                      function, static_cast<long long>(size));
-    if (length > 0) platform::writeStandardError(line, std::min(static_cast<std::size_t>(length), sizeof(line) - 1));
+    const char* const format =
+        first ? "Out of memory in %s for %lld bytes." : "More out of memory in %s for %lld bytes.";
+    const long long bytes = size;
+    const bool logged = log::write(log::kCoreTag, first ? log::kAlert : log::kError, format, function, bytes);
+    // The log loses what comes while it is busy, perhaps with the very message that found no memory.
+    if (!logged || !log::flush(kPatience))
+    {
+        char text[256];
+        const i32 wanted = formatText(text, sizeof(text) - 1, format, function, bytes);
+        const auto length = static_cast<std::size_t>(std::min<i32>(wanted, sizeof(text) - 2));
+        text[length] = '\n';
+        platform::writeStandardError(text, length + 1);
+    }
     std::abort();
 }

@@ -56,6 +56,9 @@ bool start(const Options& options = {}) noexcept;
 /// isn't started. At exit and in the child of a fork it need not be called.
 void stop() noexcept;
 
+/// Waits until the worker has written what came so far, at most that long. False when it hasn't.
+bool flush(i64 nanoseconds) noexcept;
+
 /// Messages that got no record since the process began.
 u64 droppedMessages() noexcept;
 

@@ -39,7 +39,8 @@ public:
     thread() noexcept = default;
 
     /// Starts a thread that calls `function`, under `name` (UTF-8, may be empty; the system gets 127 bytes of it).
-    /// A setting that the system refuses is ignored. An exception that leaves the function ends the process.
+    /// A setting that the system refuses is ignored; the thread makes them itself before it calls the function. An
+    /// exception that leaves the function ends the process.
     ///
     /// Raises `std::system_error` when the system can't create the thread.
     thread(std::function<void()> function, const ThreadInfo& info, std::string_view name);
@@ -95,7 +96,8 @@ public:
 
 /// The process-wide policy; null at the start.
 IThreadPolicy* threadPolicy() noexcept;
-/// Sets the policy, which the core owns from now on, and gives back the one before to the caller.
+/// Sets the policy, null for none, and gives the one before. The core never ends a policy by itself: who ends the
+/// runtime at unload does, after the last pool.
 IThreadPolicy* setThreadPolicy(IThreadPolicy* policy) noexcept;
 
 /// The affinity of named threads that have none of their own; 0, at the start, means none.

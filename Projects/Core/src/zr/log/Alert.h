@@ -1,0 +1,10 @@
+#pragma once
+
+#include <zr/types.h>
+
+namespace zr::log
+{
+/// Calls the alert handler if `level` is in the alert mask, alerts are not silenced and a handler is set. Not from
+/// within itself: an alert that a handler raises shows as a line alone.
+void raiseAlert(const char* text, u32 level) noexcept;
+} // namespace zr::log
