@@ -5,7 +5,7 @@
 #ifdef ZR_STD_STACKTRACE
 #include <stacktrace>
 #else
-#include <boost/stacktrace/stacktrace.hpp>
+#include <boost/stacktrace.hpp>
 #endif
 
 namespace platform
