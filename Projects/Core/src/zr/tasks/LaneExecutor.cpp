@@ -47,7 +47,7 @@ private:
 
 LaneExecutor::LaneExecutor(std::string_view executorName)
     : name(executorName),
-      tasks(sizeof(ExecutorTask), kTasksPerChunk, "ExecutorTask", alignof(ExecutorTask) - 1),
+      tasks(sizeof(ExecutorTask), kTasksPerChunk, "ExecutorTask", 63),
       queues{Queue(kInitialCapacity), Queue(kInitialCapacity), Queue(kInitialCapacity), Queue(kInitialCapacity),
              Queue(kInitialCapacity)},
       barrier(SharedGroupBarrier::create("LaneExecutor Barrier"))

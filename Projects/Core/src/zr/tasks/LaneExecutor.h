@@ -17,15 +17,16 @@ namespace zr
 struct ExecutorTask
 {
     ExecutorTask(std::function<void()>&& call, const BarrierPtr& group, std::string_view text)
-        : barrier(group),
-          name(text),
-          function(std::move(call))
+        : function(std::move(call)),
+          barrier(group),
+          name(text)
     {
     }
 
+    // What every task needs comes first, in one cache line; most names are short.
+    std::function<void()> function;
     BarrierPtr barrier;
     TaskName name;
-    std::function<void()> function;
 };
 
 /// An executor with one lock-free queue a lane. Tasks of one lane that one thread pushed come out in that order.
