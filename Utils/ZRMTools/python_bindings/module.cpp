@@ -82,12 +82,14 @@ PYBIND11_MODULE(pyzrm_313, m)
     pybind11::options options;
     options.disable_function_signatures();
 
+    pyzrm::bindStartAndStop(m);
     m.def(
         "get_num_alived_objects", [] { return model::getObjectRegistry().getCount(); },
         "Returns number of alived objects.");
     m.def("dev_mode", &pyzrm::isDevMode, "Returns if development mode is enabled.");
     m.def("enable_model_optimization", &pyzrm::enableModelOptimization,
           "Controls which optimizationa will be enabled.");
+    pyzrm::bindLog(m);
 
     pyzrm::declareClasses(m);
     pyzrm::bindModel();

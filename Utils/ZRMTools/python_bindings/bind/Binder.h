@@ -176,6 +176,8 @@ private:
 };
 
 void declareClasses(py::module_& m);
+void bindStartAndStop(py::module_& m);
+void bindLog(py::module_& m);
 void bindModel();
 void bindNodes();
 void bindBlocks();

@@ -45,6 +45,22 @@ _Float2Keys: TypeAlias = Sequence[tuple[float, _Float2]]
 _Float3Keys: TypeAlias = Sequence[tuple[float, _Float3]]
 _Float4Keys: TypeAlias = Sequence[tuple[float, _Float4]]
 
+def init() -> None:
+    """Initialization of plugin.
+
+    Starts the threads of the core's task system: one worker for each processor that the process may use, and a timer. They
+    sleep: nothing that a script calls needs them, and `Model.save` writes the same bytes with and without. A second call
+    does nothing. RuntimeError when the system has no thread left; then nothing was started.
+
+    Whatever is left out, the end of the process stops them. After `os.fork` the child has none, and may call `init` anew.
+    """
+
+def deinit() -> None:
+    """Deinitialization of plugin.
+
+    Ends what `init` started and waits for the threads. Without a running task system it does nothing.
+    """
+
 def get_num_alived_objects() -> int:
     """Returns number of alived objects.
 
@@ -63,6 +79,37 @@ def enable_model_optimization(name: str, enable: bool, /) -> None:
     The switches hold for every later ``Model.save`` of the process, and all are on at the start. In the order in which
     the passes run: "optimizeTransformations", "mergePopertiesSets", "optimizeTextureChannels", "mergeNodes",
     "extremlyOptimizeMeshes", "optimizeVertexCache". Any other name is ignored.
+    """
+
+def log_error(text: str | bytes, /) -> None:
+    """Writes error message to log.
+
+    Each of the four writes one line to standard error, whether `init` was called or not:
+
+        1970-01-01 00:00:01.000 ERROR   PYZRM_313 (1234): text
+
+    The date counts from the start of the process's log as if that were 1970; behind the tag stands the calling thread's
+    number. On a terminal the line has the colour of its level. The text is taken as it is, a percent sign too, up to its
+    first NUL; a line ends after 65535 bytes. No call fails for what becomes of the line: on a closed or full standard error
+    it is lost. TypeError for anything but a text, and for one with lone surrogates.
+    """
+
+def log_info(text: str | bytes, /) -> None:
+    """Writes info message to log.
+
+    As `log_error`, with the label INFO.
+    """
+
+def log_warning(text: str | bytes, /) -> None:
+    """Writes warning message to log.
+
+    As `log_error`, with the label WARNING.
+    """
+
+def log_debug(text: str | bytes, /) -> None:
+    """Writes debug message to log.
+
+    As `log_error`, with the label DEBUG.
     """
 
 class _FacadeType(type): ...
