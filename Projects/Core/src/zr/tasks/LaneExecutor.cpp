@@ -72,10 +72,13 @@ bool LaneExecutor::isWithinTask() noexcept
 void LaneExecutor::finish()
 {
     isStopping = true;
-    for (Queue& queue : queues)
-        for (TaskPtr task; queue.try_dequeue(task);)
-            Settling dropped(std::move(task), *barrier);
-    wait();
+    // A task whose pusher had looked at the flag before may come behind the look at its queue.
+    do
+    {
+        for (Queue& queue : queues)
+            for (TaskPtr task; queue.try_dequeue(task);)
+                Settling dropped(std::move(task), *barrier);
+    } while (!barrier->waitUntil(std::chrono::steady_clock::now() + std::chrono::milliseconds(1)));
     isStopping = false;
 }
 
