@@ -17,6 +17,8 @@ add_library(zrm_flags INTERFACE)
 target_compile_options(zrm_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     -Wno-sign-conversion # clang counts it in -Wconversion, g++ does not
+    # The queues of the task system use fences, which the thread sanitizer doesn't know.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan>
     # A fused multiply-add rounds once where two operations round twice: the bytes of a file would depend on the compiler.
     -ffp-contract=off
     # Exceptions carry __FILE__; what a script sees is the path under this root, wherever the project was built.
