@@ -111,9 +111,6 @@ endif()
 if(ZRM_BUILD_BENCHMARKS)
     find_package(benchmark CONFIG QUIET) # optional: without it only benchmarks that bring their own main() are built
 endif()
-# One header, which Debian's releases keep in different folders.
-zrm_header_target(zrm::concurrentqueue concurrentqueue.h libconcurrentqueue-dev
-    SUFFIXES concurrentqueue concurrentqueue/moodycamel)
 
 if(ZRM_BUILD_MODULE)
     if(NOT pybind11_DIR)
