@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 
+#include <zr/array.h>
 #include <zr/containers.h>
 #include <zr/tasks/Executor.h>
 #include <zr/threads/Semaphore.h>
