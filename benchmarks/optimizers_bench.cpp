@@ -141,10 +141,9 @@ void printWeldRatios()
             whole =
                 std::min(whole, secondsOf([&] { removed = weldVertices(copy.vertices, copy.indices, kTolerance); }));
             pairs = std::min(
-                pairs, secondsOf(
-                           [&] {
-                               benchmark::DoNotOptimize(findWeldTargets({packed.data(), c.count, kFloats}, kTolerance));
-                           }));
+                pairs,
+                secondsOf(
+                    [&] { benchmark::DoNotOptimize(findWeldTargets({packed.data(), c.count, kFloats}, kTolerance)); }));
             peer = std::min(peer, secondsOf([&] { benchmark::DoNotOptimize(remap(mesh, packed)); }));
         }
         std::printf("  %-16s %8u vertices, %8u removed: %6.1f ns a vertex, %5.2f times the peer; pairs alone %5.2f\n",
@@ -221,21 +220,12 @@ const auto kBefore = [](std::size_t i) { return i - 1; };
 const auto kTransform = [](std::size_t) { return std::size_t{3}; };
 
 const TreeCase kTreeCases[] = {
-    {"wide, transforms",
-     [](std::size_t n)
-     {
-         return makeTree(
-             n, [](std::size_t) { return 0; }, kTransform, kAlways);
-     }},
+    {"wide, transforms", [](std::size_t n) { return makeTree(n, [](std::size_t) { return 0; }, kTransform, kAlways); }},
     {"deep, transforms",
      [](std::size_t n) { return makeTree(n, kBefore, kTransform, [n](std::size_t i) { return i == n; }); }},
     {"deep, unused", [](std::size_t n) { return makeTree(n, kBefore, kTransform, [](std::size_t) { return false; }); }},
     {"deep, plain nodes",
-     [](std::size_t n)
-     {
-         return makeTree(
-             n, kBefore, [](std::size_t) { return std::size_t{0}; }, kAlways);
-     }},
+     [](std::size_t n) { return makeTree(n, kBefore, [](std::size_t) { return std::size_t{0}; }, kAlways); }},
     {"deep, transform and visibility by turns",
      [](std::size_t n)
      {
@@ -251,11 +241,7 @@ const TreeCase kTreeCases[] = {
              [n](std::size_t i) { return i == n; });
      }},
     {"deep, transform and animation by turns",
-     [](std::size_t n)
-     {
-         return makeTree(
-             n, kBefore, [](std::size_t i) { return 2 + i % 2; }, kAlways);
-     }},
+     [](std::size_t n) { return makeTree(n, kBefore, [](std::size_t i) { return 2 + i % 2; }, kAlways); }},
     {"random, all kinds",
      [](std::size_t n)
      {

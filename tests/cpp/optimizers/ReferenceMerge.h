@@ -95,8 +95,7 @@ inline ObjectPtr<FakeSpotLightsNode> merge(const NodeList<FakeSpotLightsNode>& g
             FakeSpotLight light = member->lights[i];
             const SpotControl& control = zr::at(member->controls, light.controlIndex);
             const auto found =
-                std::find_if(controls.begin(), controls.end(),
-                             [&](const SpotControl& entry)
+                std::find_if(controls.begin(), controls.end(), [&](const SpotControl& entry)
                              { return entry.parent == control.parent && isClose(entry.direction, control.direction); });
             light.controlIndex = static_cast<u32>(found - controls.begin());
             if (found == controls.end()) controls.push_back(control);
@@ -121,8 +120,7 @@ inline ObjectPtr<NumberNode> merge(const NodeList<NumberNode>& group)
     {
         const ParentEntry& entry = zr::at(member->parents, 0);
         const auto found =
-            std::find_if(entries.begin(), entries.end(),
-                         [&](const auto& known)
+            std::find_if(entries.begin(), entries.end(), [&](const auto& known)
                          { return known.first.parent == entry.parent && known.first.argument == entry.argument; });
         const u32 place = static_cast<u32>(found - entries.begin());
         if (found == entries.end()) entries.push_back({entry, {}});

@@ -73,9 +73,10 @@ class HashList
         Iterator() = default;
         /// An iterator is also a constant one.
         template <class Other>
-        requires(std::is_const_v<Reference>&& std::is_same_v<const Other, Reference> && !std::is_const_v<Other>)
-            Iterator(const Iterator<Other>& other)
-        noexcept : links(other.links) {}
+            requires(std::is_const_v<Reference> && std::is_same_v<const Other, Reference> && !std::is_const_v<Other>)
+        Iterator(const Iterator<Other>& other) noexcept : links(other.links)
+        {
+        }
 
         reference operator*() const { return static_cast<Element*>(links)->value; }
         pointer operator->() const { return &**this; }
@@ -120,7 +121,9 @@ public:
 
     HashList() noexcept = default;
     /// A copy iterates in the order of its source and grows as the source would.
-    HashList(const HashList& other) requires(std::is_copy_constructible_v<Value>) : HashList()
+    HashList(const HashList& other)
+        requires(std::is_copy_constructible_v<Value>)
+        : HashList()
     {
         buckets.assign(other.buckets.size(), Bucket{});
         for (const Value& value : other)
@@ -134,7 +137,8 @@ public:
         }
     }
     HashList(HashList&& other) noexcept { swap(other); }
-    HashList& operator=(const HashList& other) requires(std::is_copy_constructible_v<Value>)
+    HashList& operator=(const HashList& other)
+        requires(std::is_copy_constructible_v<Value>)
     {
         HashList copy(other);
         swap(copy);
@@ -201,7 +205,8 @@ public:
     }
     /// Gives the number of erased elements, 0 or 1.
     template <class Query>
-    requires(!std::is_convertible_v<const Query&, const_iterator>) std::size_t erase(const Query& key)
+        requires(!std::is_convertible_v<const Query&, const_iterator>)
+    std::size_t erase(const Query& key)
     {
         Links* found = lookup(key, hashOf(key));
         if (!found) return 0;

@@ -71,8 +71,7 @@ bool Vertices::isValid() const
 bool Vertices::isConsistent() const
 {
     const u32 count = getVertexCount();
-    return isValid() && std::all_of(attributes.begin(), attributes.end(),
-                                    [count](const auto& entry)
+    return isValid() && std::all_of(attributes.begin(), attributes.end(), [count](const auto& entry)
                                     { return entry.second.stride == 0 || entry.second.count() == count; });
 }
 

@@ -18,15 +18,14 @@ void declare(py::module_& m, const char* name)
 template <class... Args, class Function>
 decltype(auto) callWith(const py::args& given, const Place& call, Function&& function)
 {
-    return [&]<std::size_t... I>(std::index_sequence<I...>)->decltype(auto)
+    return [&]<std::size_t... I>(std::index_sequence<I...>) -> decltype(auto)
     {
         constexpr bool isOnly = sizeof...(Args) == 1;
         // Braces, as they fix the order.
         std::tuple<std::decay_t<Args>...> values{Reader<std::decay_t<Args>>::read(
             PyTuple_GET_ITEM(given.ptr(), I + 1), call.argument(isOnly ? 0 : I + 1))...};
         return function(std::get<I>(std::move(values))...);
-    }
-    (std::index_sequence_for<Args...>());
+    }(std::index_sequence_for<Args...>());
 }
 
 /// @throws py::type_error for keywords, or a number of arguments behind self that is none of `counts`
@@ -59,8 +58,7 @@ public:
         constructors->makers.push_back(
             [](const py::args& given, const Place& call)
             {
-                return callWith<Args...>(given, call,
-                                         [](auto&&... values)
+                return callWith<Args...>(given, call, [](auto&&... values)
                                          { return std::make_shared<T>(std::forward<decltype(values)>(values)...); });
             });
         return *this;
@@ -69,16 +67,14 @@ public:
     template <class C, class R, class... Args>
     Binder& method(const char* name, R (C::*function)(Args...))
     {
-        return define<Args...>(name,
-                               [function](T& self, std::decay_t<Args>&&... args) -> R
+        return define<Args...>(name, [function](T& self, std::decay_t<Args>&&... args) -> R
                                { return (self.*function)(std::forward<Args>(args)...); });
     }
 
     template <class C, class R, class... Args>
     Binder& method(const char* name, R (C::*function)(Args...) const)
     {
-        return define<Args...>(name,
-                               [function](const T& self, std::decay_t<Args>&&... args) -> R
+        return define<Args...>(name, [function](const T& self, std::decay_t<Args>&&... args) -> R
                                { return (self.*function)(std::forward<Args>(args)...); });
     }
 
@@ -92,8 +88,8 @@ public:
                        const std::size_t count = sizeof...(Args);
                        checkCount(given, keywords, {&count, 1}, call);
                        const Ref<T> self = Reader<Ref<T>>::read(PyTuple_GET_ITEM(given.ptr(), 0), call);
-                       return callWith<Args...>(
-                           given, call, [&](auto&&... values) { return run(function, *self, std::move(values)...); });
+                       return callWith<Args...>(given, call, [&](auto&&... values)
+                                                { return run(function, *self, std::move(values)...); });
                    });
     }
 
@@ -129,10 +125,9 @@ private:
     Binder& add(const char* name, const char* pythonName, Function function)
     {
         const std::string text = className + "." + name + "()";
-        type.attr(name) =
-            py::cpp_function([function, text](const py::args& given, const py::kwargs& keywords) -> py::object
-                             { return function(given, keywords, Place(text.c_str())); },
-                             py::name(pythonName), py::is_method(type));
+        type.attr(name) = py::cpp_function(
+            [function, text](const py::args& given, const py::kwargs& keywords) -> py::object
+            { return function(given, keywords, Place(text.c_str())); }, py::name(pythonName), py::is_method(type));
         return *this;
     }
 

@@ -11,6 +11,7 @@
 #include "bind/sequences.h"
 #include "inc/Arguments.h"
 #include "inc/Facade.h"
+#include <zr/array.h>
 
 /// How the values of scripts become the arguments of facades: `Reader<T>::read(value, place)` gives a T, raises
 /// TypeError with the place of what is no T, or lets an exception of the script through.
@@ -100,10 +101,7 @@ struct Reader<std::tuple<T...>>
         std::array<py::object, sizeof...(T)> items;
         if (!takeItems(source, items)) place.refuse("a tuple of " + std::to_string(sizeof...(T)));
         return [&]<std::size_t... I>(std::index_sequence<I...>)
-        {
-            return std::tuple<T...>{Reader<T>::read(items[I], place)...};
-        }
-        (std::index_sequence_for<T...>());
+        { return std::tuple<T...>{Reader<T>::read(items[I], place)...}; }(std::index_sequence_for<T...>());
     }
 };
 
@@ -123,7 +121,8 @@ std::array<f32, N> readFloats(std::array<py::object, N> items, bool isComplete, 
 }
 
 template <std::same_as<f32>... T>
-requires(sizeof...(T) > 1) struct Reader<std::tuple<T...>>
+    requires(sizeof...(T) > 1)
+struct Reader<std::tuple<T...>>
 {
     static std::tuple<T...> read(py::handle source, const Place& place)
     {

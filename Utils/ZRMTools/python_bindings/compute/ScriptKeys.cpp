@@ -12,8 +12,7 @@ zr::vector<f32> sampleAnimation(const ArgumentKeys<f32>& animation)
     for (const auto& [light, list] : animation)
     {
         if (light.value != expected++) return {};
-        const auto keys = makeKeys<f32>(
-            list, [](f32 value) { return value; }, &model::kPropertyTolerance);
+        const auto keys = makeKeys<f32>(list, [](f32 value) { return value; }, &model::kPropertyTolerance);
         for (u32 k = 0; k < model::kSamplesPerLight; ++k)
             samples.push_back(model::evaluateKeys(keys, k / f64(model::kSamplesPerLight - 1)));
     }

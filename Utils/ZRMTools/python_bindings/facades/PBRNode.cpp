@@ -7,6 +7,7 @@
 #include "nodes/NumberNode.h"
 #include "nodes/SkinNode.h"
 #include "utils/mesh/DamageSplit.h"
+#include <zr/array.h>
 
 namespace pyzrm
 {
@@ -24,7 +25,7 @@ PBRNode::PBRNode(const zr::string&, const zr::string& materialName) : PBRNode(ma
     material->setMaterialName("def_material");
 }
 
-PBRNode::PBRNode(const zr::string& materialName, bool BlockFacts::*supportsBlock)
+PBRNode::PBRNode(const zr::string& materialName, bool BlockFacts::* supportsBlock)
     : material(new model::PropertiesSet()),
       supports(supportsBlock)
 {

@@ -4,6 +4,7 @@
 #include "inc/NodeFacades.h"
 #include "inc/blocks/pyzrm_iblock.h"
 #include "nodes/BaseMeshRenderNode.h"
+#include <zr/array.h>
 
 namespace pyzrm
 {
@@ -43,7 +44,7 @@ protected:
     using MeshPtr = model::ObjectPtr<model::BaseMeshRenderNode>;
 
     /// A material of that name that takes the blocks of which `supports` is true.
-    PBRNode(const zr::string& materialName, bool BlockFacts::*supports);
+    PBRNode(const zr::string& materialName, bool BlockFacts::* supports);
 
     model::MaterialPtr material;
 
@@ -54,7 +55,7 @@ private:
     zr::string createNode();
     zr::string fillNode();
 
-    bool BlockFacts::*supports;
+    bool BlockFacts::* supports;
     MeshPtr node;
     zr::vector<model::ObjectPtr<model::BaseRenderNode>> splitNodes;
     std::shared_ptr<Node> control;

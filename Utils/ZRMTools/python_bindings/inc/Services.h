@@ -6,7 +6,8 @@
 
 namespace pyzrm
 {
-/// The core's task system, from `init` to `deinit`. Nothing of a model needs it. Either may come twice, or without the other.
+/// The core's task system, from `init` to `deinit`. Nothing of a model needs it. Either may come twice, or without the
+/// other.
 void init();
 void deinit();
 

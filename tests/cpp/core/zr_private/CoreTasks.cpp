@@ -77,10 +77,8 @@ TEST(CoreTasks, RunsEachQueuedTaskOnceOrNotAtAllWhenItStops)
                 const auto& executor = i % 2 ? tasks.getCpuExecutor() : tasks.getIoExecutor();
                 executor.push(task, static_cast<AsyncTaskPriority>(i % 5), barrier, "task");
             }
-            tasks.getTimer().add(
-                zr::TimerKind::kCpuHigh, [] { return true; }, 0.0);
-            tasks.getTimer().add(
-                zr::TimerKind::kSync1, [] { return true; }, 0.0);
+            tasks.getTimer().add(zr::TimerKind::kCpuHigh, [] { return true; }, 0.0);
+            tasks.getTimer().add(zr::TimerKind::kSync1, [] { return true; }, 0.0);
             if (round % 2) barrier->wait();
             zr::stopCoreTasks();
             EXPECT_EQ(barrier->getPending(), 0u);
@@ -131,8 +129,8 @@ TEST(CoreTasks, IsForgottenInTheChildOfAFork)
             {
                 zr::coreTasks()->getCpuExecutor().push([] {}, AsyncTaskPriority::kNormal,
                                                        zr::SharedGroupBarrier::create("group"), "task");
-                zr::coreTasks()->getTimer().remove(zr::coreTasks()->getTimer().add(
-                    zr::TimerKind::kSync2, [] { return true; }, 0.0));
+                zr::coreTasks()->getTimer().remove(
+                    zr::coreTasks()->getTimer().add(zr::TimerKind::kSync2, [] { return true; }, 0.0));
             }
         });
     for (int round = 0; round < 20; ++round)

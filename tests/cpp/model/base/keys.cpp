@@ -78,10 +78,8 @@ void compareWithStepByStep(Make make)
 TEST(Keys, SimplifyEqualsTheStepByStepForm)
 {
     compareWithStepByStep<f32>([](test::Random& random) { return static_cast<f32>(randomNumber(random)); });
-    compareWithStepByStep<vec4d>(
-        [](test::Random& random) {
-            return vec4d{randomNumber(random), 0.0, randomNumber(random), 1.0};
-        });
+    compareWithStepByStep<vec4d>([](test::Random& random)
+                                 { return vec4d{randomNumber(random), 0.0, randomNumber(random), 1.0}; });
 }
 
 TEST(Keys, Evaluate)

@@ -73,7 +73,8 @@ TEST(PropertyList, IndexNeverShows)
         PropertyList& list = lists[which];
         auto& plain = plains[which];
         const zr::string name = nameOf(random.below(120));
-        const auto find = [&plain](const zr::string& key) {
+        const auto find = [&plain](const zr::string& key)
+        {
             return std::find_if(plain.begin(), plain.end(), [&](const auto& entry) { return entry->getName() == key; });
         };
         const PropertyPtr property = plain.empty() || random.below(3) ? PropertyPtr(make<UIntProperty>(name, 0u))

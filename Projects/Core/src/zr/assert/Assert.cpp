@@ -37,10 +37,8 @@ using Report = fmt::basic_memory_buffer<char, 8168>;
     constexpr std::size_t kOwnFrames = 2; // this one and assertImpl
     basic_string<char> text;
     platform::renderStack(
-        kOwnFrames,
-        [](void* out, const char* part, std::size_t size)
-        { static_cast<basic_string<char>*>(out)->append(part, size); },
-        &text);
+        kOwnFrames, [](void* out, const char* part, std::size_t size)
+        { static_cast<basic_string<char>*>(out)->append(part, size); }, &text);
     return text;
 }
 

@@ -133,8 +133,7 @@ f64 Timer::State::tick(f64 passed)
 
 void Timer::State::send(const EntryPtr& entry)
 {
-    targets->send(
-        entry->kind, [own = self.lock(), entry] { own->call(entry); }, log::kCoreTag);
+    targets->send(entry->kind, [own = self.lock(), entry] { own->call(entry); }, log::kCoreTag);
 }
 
 /// Runs an entry's function. Its period starts anew when it goes, also by an exception.

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "base/types.h"
-#include <zr/containers.h>
 #include <zr/array.h>
+#include <zr/containers.h>
 
 namespace model
 {

@@ -42,8 +42,7 @@ u32 removeRepeatedTextureChannels(Vertices& vertices, TextureChannels& channels)
     for (const auto& [semantic, attribute] : vertices.getAttributes())
     {
         if (semantic < kTexCoord0 || semantic > kTexCoord15) continue;
-        const auto found = std::find_if(kept.begin(), kept.end(),
-                                        [&, &candidate = attribute](i32 earlier)
+        const auto found = std::find_if(kept.begin(), kept.end(), [&, &candidate = attribute](i32 earlier)
                                         { return isRepeat(candidate, vertices.getAttribute(earlier)); });
         if (found == kept.end())
             kept.push_back(semantic);

@@ -63,11 +63,9 @@ TEST(Timer, CallsUntilTheFunctionSaysNo)
     Targets targets;
     zr::Timer timer(targets);
     std::atomic<int> calls{0};
-    timer.add(
-        TimerKind::kIo, [&] { return ++calls < 3; }, 0.002);
+    timer.add(TimerKind::kIo, [&] { return ++calls < 3; }, 0.002);
     std::atomic<int> others{0};
-    timer.add(
-        TimerKind::kCpuHigh, [&] { return ++others, true; }, 0.002);
+    timer.add(TimerKind::kCpuHigh, [&] { return ++others, true; }, 0.002);
     waitUntil([&] { return calls == 3; });
     const int before = others;
     waitUntil([&] { return others >= before + 3; }); // as much time as would do for more calls
@@ -79,12 +77,9 @@ TEST(Timer, SendsNoSecondCallWhileOneIsOnItsWay)
     Targets targets;
     zr::Timer timer(targets);
     std::atomic<int> ticks{0};
-    timer.add(
-        TimerKind::kSync1, [] { return true; }, 0.001);
-    timer.add(
-        TimerKind::kSync2, [] { return true; }, 0.001);
-    timer.add(
-        TimerKind::kIo, [&] { return ++ticks, true; }, 0.001);
+    timer.add(TimerKind::kSync1, [] { return true; }, 0.001);
+    timer.add(TimerKind::kSync2, [] { return true; }, 0.001);
+    timer.add(TimerKind::kIo, [&] { return ++ticks, true; }, 0.001);
     waitUntil([&] { return ticks >= 5; });
     EXPECT_EQ(targets.queues[0].getPending(), 1u);
     EXPECT_EQ(targets.queues[1].getPending(), 1u);
@@ -118,8 +113,7 @@ TEST(Timer, RunsTheQueueInWhichARemovedCallWaits)
     Targets targets;
     zr::Timer timer(targets);
     bool ran = false;
-    const zr::u64 id = timer.add(
-        TimerKind::kSync1, [&] { return ran = true; }, 0.001);
+    const zr::u64 id = timer.add(TimerKind::kSync1, [&] { return ran = true; }, 0.001);
     waitUntil([&] { return targets.queues[0].getPending() == 1; });
     timer.remove(id);
     EXPECT_TRUE(ran);
@@ -156,8 +150,7 @@ TEST(Timer, LetsAFunctionRemoveItselfOrAnotherOne)
         [&]
         {
             const int before = targets.sent;
-            const zr::u64 other = timer.add(
-                TimerKind::kCpuHigh, [] { return true; }, 0.0);
+            const zr::u64 other = timer.add(TimerKind::kCpuHigh, [] { return true; }, 0.0);
             waitUntil([&] { return targets.sent > before; });
             timer.remove(other);
             ran = true;
@@ -170,8 +163,7 @@ TEST(Timer, SettlesACallThatRaises)
 {
     Targets targets;
     zr::Timer timer(targets);
-    const zr::u64 id = timer.add(
-        TimerKind::kSync1, []() -> bool { throw std::runtime_error("call"); }, 0.001);
+    const zr::u64 id = timer.add(TimerKind::kSync1, []() -> bool { throw std::runtime_error("call"); }, 0.001);
     for (int round = 0; round < 2; ++round)
     {
         waitUntil([&] { return targets.queues[0].getPending() == 1; });

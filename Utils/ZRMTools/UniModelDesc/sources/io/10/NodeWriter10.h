@@ -69,10 +69,7 @@ private:
         io::put(file, value);
     }
     /// A reference to a node of the tree: its number.
-    void putField(const ObjectPtr<Node>& node)
-    {
-        put(nodeIndexOf(indices, node.get()));
-    }
+    void putField(const ObjectPtr<Node>& node) { put(nodeIndexOf(indices, node.get())); }
     /// The count, then the entries.
     template <class T>
     void putField(const zr::vector<T>& list)
@@ -93,10 +90,7 @@ private:
     {
         put(key.time, key.value);
     }
-    void putField(const PropertyPtr& property)
-    {
-        property->write(file);
-    }
+    void putField(const PropertyPtr& property) { property->write(file); }
     void putField(const PropertyList& properties);
     void putField(const Vertices& vertices);
     void putField(const Indices& list);
@@ -113,20 +107,11 @@ private:
     void putField(const FakeSpotLight& light);
     void putField(const SpotControl& control);
 
-    void putCount(std::size_t count)
-    {
-        put(static_cast<u32>(count));
-    }
+    void putCount(std::size_t count) { put(static_cast<u32>(count)); }
     /// In the width in which the boxes are held; the root's are widened.
-    void putBox(const Box& box)
-    {
-        put(box.min, box.max);
-    }
+    void putBox(const Box& box) { put(box.min, box.max); }
     /// One byte: the low one.
-    void putByte(u32 value)
-    {
-        put(static_cast<u8>(value));
-    }
+    void putByte(u32 value) { put(static_cast<u8>(value)); }
 
     /// The head of everything that hangs on the tree.
     void writeRecordHeader(const BaseNode& node);

@@ -36,9 +36,8 @@ public:
     u32 add(const SpotControl& control)
     {
         zr::vector<u32>& ofNode = places[control.parent.get()];
-        const auto found =
-            std::find_if(ofNode.begin(), ofNode.end(),
-                         [&](u32 place) { return isSameDirection(list[place].direction, control.direction); });
+        const auto found = std::find_if(ofNode.begin(), ofNode.end(), [&](u32 place)
+                                        { return isSameDirection(list[place].direction, control.direction); });
         if (found != ofNode.end()) return *found;
         ofNode.push_back(static_cast<u32>(list.size()));
         list.push_back(control);
