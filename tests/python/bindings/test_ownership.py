@@ -76,54 +76,45 @@ def test_models_die_in_every_order(folder: Path) -> None:
             model.getRootTransform().addChild(node)
 
 
-UNDER_OTHERS = """
-import gc, itertools, pyzrm_313 as z
-def under_a_node_that_goes():
-    model, node = z.Model(), z.Transform("a")
-    node.addChild(model.getRootTransform())
-    del node
+def color_mesh(model: zrm.Model, control: zrm.Node) -> None:
+    mesh = color_node()
+    mesh.setControlNode(control)
+    assert model.addRenderNode(mesh) == ""
+
+
+def hang_root_under(case: int, kept: list[Any]) -> zrm.Model:
+    """The node above the root goes, goes deep down, goes with its model, or stays."""
+    model, node = zrm.Model(), zrm.Transform("a")
+    root = model.getRootTransform()
+    if case == 1:
+        node.addChild(zrm.Node("between")).addChild(zrm.Bone("b")).addChild(root)
+    else:
+        (zrm.Model().getRootTransform() if case == 2 else node).addChild(root)
+    if case == 3:
+        kept.append(node)
     return model
-def under_a_model_that_goes():
-    model, other = z.Model(), z.Model()
-    other.getRootTransform().addChild(model.getRootTransform())
-    return model
-def under_a_deep_node():
-    model, top = z.Model(), z.Node("top")
-    top.addChild(z.Node("between")).addChild(z.Bone("b")).addChild(model.getRootTransform())
-    return model
-def under_a_node_that_stays():
-    model, node = z.Model(), z.Transform("a")
-    kept.append(node)
-    node.addChild(model.getRootTransform())
-    return model
-kept = []
-for make, count in itertools.product((under_a_node_that_goes, under_a_model_that_goes, under_a_deep_node,
-                                      under_a_node_that_stays), (0, 1, 2)):
-    model = make()
-    gc.collect()
-    print(make.__name__, count, flush=True)
-    for k in range(count):
-        mesh, control = z.ColorNode("n", "m"), z.Transform("t")
-        mesh.setPositions([0.0, 0, 0, 1, 0, 0, 0, 1, 0]), mesh.setNormals([0.0, 0, 1] * 3), mesh.setIndices([0, 1, 2])
-        model.getRootTransform().addChild(control)
-        mesh.setControlNode(control if k else model.getRootTransform())
-        assert model.addRenderNode(mesh) == ""
-    for _ in range(2):
-        try:
-            model.save("model.zrm", 10)
-        except (IndexError, RuntimeError, ValueError):
-            pass
-    model.getRootTransform().addChild(z.Node("late"))
-    del model
-    kept.clear()
-    gc.collect()
-print("end")
-"""
+
+
+def save_under_others() -> None:
+    for case, count in itertools.product(range(4), range(3)):
+        kept: list[Any] = []
+        model = hang_root_under(case, kept)
+        gc.collect()
+        print(case, count, flush=True)
+        for k in range(count):
+            color_mesh(model, model.getRootTransform().addChild(zrm.Transform("t")) if k else model.getRootTransform())
+        for _ in range(2):
+            outcome(model.save, "model.zrm", 10)
+        model.getRootTransform().addChild(zrm.Node("late"))
+        del model
+        kept.clear()
+        gc.collect()
+    print("end")
 
 
 def test_a_root_under_what_is_gone(folder: Path) -> None:
     """In a process of its own: the model is saved whatever became of the nodes above its root."""
-    ran = run_python(UNDER_OTHERS, folder)
+    ran = run_python("from bindings.test_ownership import save_under_others as run\nrun()", folder)
     last = ran.stdout.splitlines()[-1] if ran.stdout else ""
     assert ran.returncode == 0 and last == "end", f"after {last}: {ran.stderr[-500:]}"
 
@@ -187,33 +178,21 @@ def test_globals_at_interpreter_exit(folder: Path) -> None:
     assert (ran.returncode, ran.stdout, ran.stderr) == (0, "", "")
 
 
-# A chain of nodes with a connector at its end: built from above or from below, saved, and dropped from either end.
-CHAIN = """
-import gc, sys, pyzrm_313 as z
-kinds, count, downward, facades_first = {kinds}, {count}, {downward}, {facades_first}
-model, hook = z.Model(), z.Connector("hook")
-root = model.getRootTransform()
-nodes = [root, *(getattr(z, kinds[i % len(kinds)])(str(i)) for i in range(count))]
-for i in range(count) if downward else range(count - 1, -1, -1):
-    nodes[i].addChild(nodes[i + 1])
-try:
-    nodes[-1].addChild(root)
-    raise SystemExit("a cycle")
-except ValueError:
-    pass
-hook.setControlNode(nodes[-1])
-model.addConnector(hook)
-assert model.save("deep.zrm", 10) == ""
-if facades_first:
-    del nodes, root, hook
-else:
-    del model
-gc.collect()
-for name in ("model", "nodes", "root", "hook"):
-    globals().pop(name, None)
-gc.collect()
-print(z.get_num_alived_objects())
-"""
+def chain(kinds: list[str], count: int, downward: bool) -> None:
+    """Nodes with a connector at the end: built from above or from below, saved, and dropped from either end."""
+    model, hook = zrm.Model(), zrm.Connector("hook")
+    nodes: list[Any] = [model.getRootTransform(), *(getattr(zrm, kinds[i % len(kinds)])(str(i)) for i in range(count))]
+    for i in range(count)[:: 1 if downward else -1]:
+        nodes[i].addChild(nodes[i + 1])
+    assert outcome(nodes[-1].addChild, nodes[0]) is ValueError
+    hook.setControlNode(nodes[-1])
+    model.addConnector(hook)
+    assert model.save("deep.zrm", 10) == ""
+    if downward:
+        del nodes, hook
+    else:
+        del model
+    gc.collect()
 
 
 @pytest.mark.parametrize(
@@ -221,8 +200,8 @@ print(z.get_num_alived_objects())
     [(["Bone"], 300_000, True, 300_001), (["Bone"], 300_000, False, 300_001), (["Node", "Transform"], 100_000, True, 1)],
 )
 def test_a_deep_chain(folder: Path, kinds: list[str], count: int, downward: bool, left: int) -> None:
-    code = CHAIN.format(kinds=kinds, count=count, downward=downward, facades_first=downward)
-    ran = run_python(code, folder)
+    code = "import gc, pyzrm_313\nfrom bindings.test_ownership import chain\n"
+    ran = run_python(f"{code}chain({kinds}, {count}, {downward})\ngc.collect()\nprint(pyzrm_313.get_num_alived_objects())", folder)
     assert (ran.returncode, ran.stdout.strip()) == (0, "0"), ran.stderr[-500:]
     data = (folder / "deep.zrm").read_bytes()
     if left == 1:

@@ -1,4 +1,4 @@
-"""Calls that do more than store: ranges, reduced keys, cone angles, samples, tangents, splits, places and names."""
+"""Calls that do more than store: reduced keys, cone angles, samples, splits, places and names."""
 
 from __future__ import annotations
 
@@ -41,25 +41,6 @@ def test_matrices(folder: Path) -> None:
     assert [[tuple(column) for column in matrix.T.tolist()] for matrix in found] == [MATRIX, IDENTITY[::-1], MATRIX, MATRIX]
     wide = saved(zrm.Transform("t", [(0.1, 1e300, -1e300, math.nan)] * 4)).matrix[:, 0].tolist()
     assert wide[:3] == [f32(0.1), math.inf, -math.inf] and math.isnan(wide[3])
-
-
-RANGES: list[tuple[list[tuple[float, float]], list[list[float]]]] = [
-    ([], []), ([(0.25, 1.0)], [[-1.0, 1.0]]), ([(0.25, 0.5)], [[-1.0, 1.0]]), ([(0.25, 0.0)], []), ([(0.25, math.nan)], []),
-    ([(0.0, 0.0), (0.25, 1.0), (0.5, 0.0), (0.75, 1.0)], [[0.25, 0.5], [0.75, 1.0001]]),
-    ([(0.0, 1.0), (2.0, 1.0)], [[0.0, 1.0001]]), ([(0.0, 0.0), (1.5, 1.0)], []),
-    ([(0.0, 0.49), (0.5, 0.51), (0.75, 0.5), (1.0, 0.4999)], [[0.5, 1.0]]),
-    ([(0.0, 1.0), (0.5, 0.0), (0.25, 1.0), (0.75, 0.0)], [[0.0, 0.75]]),  # overlapping ranges merge
-    ([(0.0, 1.0), (0.5, 0.0), (0.5, 1.0), (0.75, 0.0)], [[0.0, 0.5], [0.5, 0.75]]),  # touching ones do not
-]  # fmt: skip
-
-
-@pytest.mark.parametrize(("keys", "ranges"), RANGES)
-def test_visibility_ranges(folder: Path, keys: list[tuple[float, float]], ranges: list[list[float]]) -> None:
-    node = zrm.VisibilityNode("v")
-    node.setArguments([(9, [(0.0, 1.0)])])
-    node.setArguments([(3, keys), (-1, [(0.0, 1.0)]), (2, [])])
-    found = [(entry.argument, entry.ranges.tolist()) for entry in saved(node).arguments]
-    assert found == ([(3, ranges)] if ranges else []) + [(NONE, [[-1.0, 1.0]])]
 
 
 SIMPLIFIED: list[tuple[list[tuple[float, float]], list[tuple[float, float]]]] = [  # keys (time, x), and what is left
@@ -132,15 +113,6 @@ def inner(phi: float, blend: float) -> np.float32:
     return np.float32(2) * np.float32(np.arctan(np.float64(slope * (np.float32(1) - np.float32(blend)))))
 
 
-@pytest.mark.parametrize("phi", [0.0, 0.1, 1.0, 3.0, -1.0, 1e30, math.nan, math.inf])
-def test_constant_angles(folder: Path, phi: float) -> None:
-    for blend in (0.0, 0.3, 1.0, math.nan):
-        light = zrm.SpotLight("l")
-        light.setAngles(zrm.PropertyFloat(phi), zrm.PropertyFloat(blend))
-        with np.errstate(all="ignore"):
-            assert saved(light).theta.value == pytest.approx(float(inner(phi, blend)), abs=1e-6, nan_ok=True)
-
-
 def test_animated_angles(folder: Path) -> None:
     constant, blend = zrm.PropertyFloat(5, [(0.0, 1.0), (1.0, 1.0)], False), zrm.PropertyFloat(6, [(0.0, 0.0), (1.0, 1.0)])
     light = zrm.SpotLight("l")
@@ -182,13 +154,6 @@ def test_tangents_of_a_deck(folder: Path) -> None:
         binormals = np.cross(normals, tangents)
         binormals[binormals @ across < 0] *= -1
         assert np.allclose(parts["TANGENT0"], tangents, atol=2e-3) and np.allclose(parts["BINORMAL0"], binormals, atol=2e-3)
-
-
-def test_tangents_without_area(folder: Path) -> None:
-    normals = [0.0, 0.0, 1.0, 0.0, 1.0, 0.0, 1.0, 0.0, 0.0, 0.0, 0.0, -1.0]
-    parts = saved(deck_node(POSITIONS, normals, [0.5] * 8)).mesh.split()
-    assert parts["TANGENT0"].tolist() == [[-1.0, 0.0, 0.0], [1.0, 0.0, 0.0], [0.0, 0.0, 1.0], [1.0, 0.0, 0.0]]
-    assert parts["BINORMAL0"].tolist() == [[0.0, -1.0, 0.0], [0.0, 0.0, -1.0], [0.0, -1.0, 0.0], [0.0, -1.0, 0.0]]
 
 
 def split_block(arguments: list[float], uv: list[float] = UV) -> zrm.DamageBlock:

@@ -17,6 +17,12 @@ UV = [0.0, 0.0, 1.0, 0.0, 1.0, 1.0, 0.0, 1.0]
 INDICES = [0, 1, 2, 0, 2, 3]
 IDENTITY = [(1.0, 0.0, 0.0, 0.0), (0.0, 1.0, 0.0, 0.0), (0.0, 0.0, 1.0, 0.0), (0.0, 0.0, 0.0, 1.0)]
 _TURNS = [(1.0, 0.0, 0.0, 0.0), (0.0, 1.0, 0.0, 0.0), (0.0, 0.0, 1.0, 0.0), (0.0, 0.0, 0.0, -1.0)]
+_SHAPES: tuple[Any, ...] = (
+    np.ndarray.tolist, lambda flat: tuple(flat.tolist()), lambda flat: np.repeat(flat, 2)[::2],
+    lambda flat: flat[::-1].copy()[::-1], lambda flat: flat.reshape(-1, 1), lambda flat: flat, lambda flat: flat.astype(float),
+    lambda flat: np.frombuffer(b"x" + flat.tobytes(), flat.dtype, offset=1),
+    lambda flat: flat.astype(flat.dtype.newbyteorder(">")),
+)  # fmt: skip
 
 
 def narrow(value: Any) -> Any:
@@ -60,56 +66,28 @@ class Source:
 
     def shaped(self, flat: Any) -> Any:
         """For calls that take an array."""
-        how = self.random.randrange(9)
-        if how == 0:
-            return flat.tolist()
-        if how == 1:
-            return tuple(flat.tolist())
-        if how == 2:
-            return np.repeat(flat, 2)[::2]
-        if how == 3:
-            return flat[::-1].copy()[::-1]
-        if how == 4:
-            return flat.reshape(-1, 1)
-        if how == 5:
-            return np.frombuffer(b"x" + flat.tobytes(), flat.dtype, offset=1)
-        if how == 6:
-            return flat.astype(flat.dtype.newbyteorder(">"))
-        return flat if how == 7 else flat.astype(np.float64)
+        return self.random.choice(_SHAPES)(flat)
 
     # ------------------------------------------------------------ single values
 
-    def k_f(self) -> float:
-        return self.random.uniform(-8.0, 8.0)
-
-    def k_f2(self) -> Any:
-        return self.numbers(2)
-
-    def k_f3(self) -> Any:
-        return self.numbers(3)
+    k_f = lambda self: self.random.uniform(-8.0, 8.0)
+    k_f2 = lambda self: self.numbers(2)
+    k_f3 = lambda self: self.numbers(3)
 
     def k_quaternion(self) -> Expected:
         w, *xyz = self.numbers(4)
         return Expected((w, *xyz), narrow([*xyz, w]))
 
-    def k_text(self) -> str:
-        return self.random.choice(("albedo", "map", "ä✓", "x" * 5000, "a/b.png", " "))
+    k_text = lambda self: self.random.choice(("albedo", "map", "ä✓", "x" * 5000, "a/b.png", " "))
 
     def k_map(self) -> Expected:
         text = self.random.choice(("Albedo.PNG", "map", "Straße Ä", "Y" * 5000))
         return Expected(text, text.lower())
 
-    def k_bool(self) -> bool:
-        return self.random.random() < 0.5
-
-    def k_sides(self) -> bool:
-        return self.k_bool()
-
-    def k_handle(self) -> int:
-        return self.random.randrange(100)
-
-    def k_mode(self) -> int:
-        return self.random.choice((0, 1, 2, 3, 4, 5, 6, 7, -1, NONE))
+    k_bool = lambda self: self.random.random() < 0.5
+    k_sides = lambda self: self.k_bool()
+    k_handle = lambda self: self.random.randrange(100)
+    k_mode = lambda self: self.random.choice((0, 1, 2, 3, 4, 5, 6, 7, -1, NONE))
 
     def k_byte(self) -> Expected:
         value = self.random.choice((0, 7, 255, 256, 300, -1, NONE))
@@ -154,11 +132,8 @@ class Source:
         found = [(narrow(time), list(narrow(value)) if width > 1 else [narrow(value)]) for time, value in keys]
         return Expected(facade(argument, self.shuffled(keys)), (f"model::AnimatedProperty<{form}>", argument, found))
 
-    def k_value2(self) -> Expected:
-        return self.k_value1(2)
-
-    def k_value3(self) -> Expected:
-        return self.k_value1(3)
+    k_value2 = lambda self: self.k_value1(2)
+    k_value3 = lambda self: self.k_value1(3)
 
     def channels(self, value: Any, found: Any) -> Expected:
         passed, expected = [], []
@@ -168,11 +143,8 @@ class Source:
             expected.append({"argument": argument, "keys": [(narrow(time), found(narrow(v))) for time, v in keys]})
         return Expected(passed, expected)
 
-    def k_moves(self) -> Expected:
-        return self.channels(lambda: self.bent(3), list)
-
-    def k_turns(self) -> Expected:
-        return self.channels(lambda: lambda k: _TURNS[k], lambda turn: [*turn[1:], turn[0]])
+    k_moves = lambda self: self.channels(lambda: self.bent(3), list)
+    k_turns = lambda self: self.channels(lambda: lambda k: _TURNS[k], lambda turn: [*turn[1:], turn[0]])
 
     def k_ranges(self) -> Expected:
         """Arguments in any order, each shown twice; they are sorted."""
@@ -186,14 +158,9 @@ class Source:
 
     # ------------------------------------------------------------ geometry
 
-    def k_points(self) -> Expected:
-        return self.array(self.count, 3)
-
-    def k_normals(self) -> Expected:
-        return self.array(self.count, 3, 1.0)
-
-    def k_uvs(self) -> Expected:
-        return self.array(self.count, 2)
+    k_points = lambda self: self.array(self.count, 3)
+    k_normals = lambda self: self.array(self.count, 3, 1.0)
+    k_uvs = lambda self: self.array(self.count, 2)
 
     def k_triangles(self) -> Expected:
         flat = np.array([self.random.randrange(self.count) for _ in range(3 * self.random.randrange(1, 6))], np.uint32)
@@ -225,17 +192,14 @@ class Source:
         indices = self.k_triangles().found
         return Expected(self.listed(np.array(indices, np.uint32)), indices)
 
-    def k_quad_points(self) -> Expected:
-        return Expected(self.listed(np.array(POSITIONS, np.float32)), np.array(POSITIONS, np.float32).reshape(-1, 3))
+    def quad(self, flat: Any, width: int) -> Expected:
+        rows = np.array(flat, np.float32)
+        return Expected(self.listed(rows), rows.reshape(-1, width))
 
-    def k_quad_normals(self) -> Expected:
-        return Expected(self.listed(np.array(NORMALS, np.float32)), np.array(NORMALS, np.float32).reshape(-1, 3))
-
-    def k_quad_uvs(self) -> Expected:
-        return Expected(self.listed(np.array(UV, np.float32)), np.array(UV, np.float32).reshape(-1, 2))
-
-    def k_quad(self) -> Expected:
-        return Expected(self.listed(np.array(INDICES, np.uint32)), INDICES)
+    k_quad_points = lambda self: self.quad(POSITIONS, 3)
+    k_quad_normals = lambda self: self.quad(NORMALS, 3)
+    k_quad_uvs = lambda self: self.quad(UV, 2)
+    k_quad = lambda self: Expected(self.listed(np.array(INDICES, np.uint32)), INDICES)
 
     def k_segments(self) -> Expected:
         rows = [(self.numbers(3), self.numbers(3)) for _ in range(self.random.randrange(1, 4))]
@@ -272,18 +236,14 @@ class Source:
         values = self.numbers(2)
         return Expected([(k, [(0.5, value)]) for k, value in enumerate(values)], [[narrow(v)] * 128 for v in values])
 
-    def k_argument(self) -> float:
-        return self.random.uniform(0.0, 50.0)
+    k_argument = lambda self: self.random.uniform(0.0, 50.0)
 
     def k_still(self) -> Expected:
         value = self.k_f()
         return Expected(zrm.PropertyFloat(value), narrow(value))
 
-    def k_names(self) -> list[str]:
-        return ["a", "ä"]
-
-    def k_controls(self) -> Any:
-        return [self.numbers(4)]
+    k_names = lambda self: ["a", "ä"]
+    k_controls = lambda self: [self.numbers(4)]
 
     def k_flat(self) -> Expected:
         """A blend of 1, which leaves an inner angle of 0."""

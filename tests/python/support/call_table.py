@@ -100,10 +100,8 @@ NODES: dict[str, tuple[str, dict[str, Any], list[Row]]] = {
     "NumberRoot": ("TmpNumberRoot", {}, [("?setControls:controls", nothing)]),
     "VisibilityNode": ("ArgVisibilityNode", {"arguments": []}, [("?setArguments:ranges", into("arguments"))]),
     "AnimationNode": ("Arg", STILL, [
-        ("?setBaseMatrix:matrix", into("matrix")),
-        ("?setBasePosition:f3", into("base_position")),
-        ("?setBaseRotation:quaternion", into("base_rotation")),
-        ("?setBaseScale:f3", into("base_scale")),
+        ("?setBaseMatrix:matrix", into("matrix")), ("?setBasePosition:f3", into("base_position")),
+        ("?setBaseRotation:quaternion", into("base_rotation")), ("?setBaseScale:f3", into("base_scale")),
         ("?setPositionAnimation:moves", into("position_channels")),
         ("?setRotationAnimation:turns", into("rotation_channels")),
         ("?setScaleAnimation:moves",
@@ -118,8 +116,7 @@ NODES: dict[str, tuple[str, dict[str, Any], list[Row]]] = {
 
 BLOCKS: dict[str, list[Row]] = {
     "BaseBlock": [
-        ("setPositions:points setNormals:normals", base),
-        ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(0, 0)),
+        ("setPositions:points setNormals:normals", base), ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(0, 0)),
         ("?setAlbedoMapUVShift:value2", uniform("diffuseShift")),
     ],
     "ColorBaseBlock": [
@@ -130,23 +127,18 @@ BLOCKS: dict[str, list[Row]] = {
     "NormalBlock": [("setNormalMap:map setNormalMapUV:uvs", normal_map)],
     "FlirBlock": [("setFlirMap:map", lambda e, name: (e.material["channels"].__setitem__(0, 0), e.texture(16, name)))],
     "DamageBlock": [
-        ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(5, 5)),
-        ("?setNormalMap:map setNormalMapUV:uvs", damage_normal),
-        ("?setMask:map", texture(15)),
-        ("?setMaskRGBA:map", texture(18)),
+        ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(5, 5)), ("?setNormalMap:map setNormalMapUV:uvs", damage_normal),
+        ("?setMask:map", texture(15)), ("?setMaskRGBA:map", texture(18)),
         ("setArgument:handle", lambda e, handle: e.record.update(damage=handle)),
     ],
     "AormsBlock": [("setAormsMap:map setAormsMapUV:uvs", mapped(12, 13))],
     "BoneBlock": [
         ("setBoneWeights:weights setBoneIndices:bone_numbers setBones:bones", bones),
-        ("?setSkinBox:box", lambda e, box: e.record.update(skin_box=box, version=1)),
-        ("?setBoneNames:names", nothing),
+        ("?setSkinBox:box", lambda e, box: e.record.update(skin_box=box, version=1)), ("?setBoneNames:names", nothing),
     ],
     "EmissiveBlock": [
-        ("?setEmissiveMap:map setEmissiveMapUV:uvs", mapped(8, 8)),
-        ("?setAmount:value1", uniform("selfIlluminationValue")),
-        ("setColor:value3", uniform("selfIlluminationColor")),
-        ("?setUVShift:value2", uniform("emissiveShift")),
+        ("?setEmissiveMap:map setEmissiveMapUV:uvs", mapped(8, 8)), ("?setAmount:value1", uniform("selfIlluminationValue")),
+        ("setColor:value3", uniform("selfIlluminationColor")), ("?setUVShift:value2", uniform("emissiveShift")),
         ("?setEmissiveType:mode", glow),
     ],
     "EmissiveColorBlock": [
@@ -154,14 +146,12 @@ BLOCKS: dict[str, list[Row]] = {
         ("setColor:value3", lambda e, value: (e.uniform("selfIlluminationColor", value), glow(e, 2))),
     ],
     "AoBlock": [
-        ("setAoMap:map setAoMapUV:uvs", mapped(9, 9)),
-        ("?setAoShift:value2", uniform("ambientOcclusionShift")),
+        ("setAoMap:map setAoMapUV:uvs", mapped(9, 9)), ("?setAoShift:value2", uniform("ambientOcclusionShift")),
         ("?setAoAnimationArgument:handle",
          lambda e, handle: e.uniform("ambientOcclusionAnim", ("model::ArgumentProperty", handle))),
     ],
     "DecalBlock": [
-        ("setDecalMap:map setDecalMapUV:uvs", mapped(3, 3)),
-        ("?setDecalShift:value2", uniform("decalShift")),
+        ("setDecalMap:map setDecalMapUV:uvs", mapped(3, 3)), ("?setDecalShift:value2", uniform("decalShift")),
     ],
     "GlassFilterBlock": [
         ("?setColor:value3", uniform("color")),
@@ -176,11 +166,9 @@ BLOCKS: dict[str, list[Row]] = {
 
 _MESH: list[Row] = [
     ("setIndices:triangles", lambda e, indices: e.record["mesh"].update(indices=indices)),
-    ("?setShadowCaster:mode", shadow),
-    ("?setOpacityValue:value1", uniform("opacityValue")),
+    ("?setShadowCaster:mode", shadow), ("?setOpacityValue:value1", uniform("opacityValue")),
     ("?setOpacityFresnelPower:value1", uniform("opacityFresnelPower")),
-    ("?setOpacityFresnelFactor:value1", uniform("opacityFresnelFactor")),
-    ("?setDecalId:byte", of_material("decal_id")),
+    ("?setOpacityFresnelFactor:value1", uniform("opacityFresnelFactor")), ("?setDecalId:byte", of_material("decal_id")),
     ("?setTwoSided:sides", lambda e, two_sided: setattr(e, "two_sided", two_sided)),
     ("?setPurposeWaterMask:", lambda e: setattr(e, "purpose", 1)),
     ("?+addTransparentPivot:f3", lambda e, point: e.record["pivots"].append(point)),
@@ -214,23 +202,15 @@ MESHES: dict[str, tuple[dict[str, Any], list[tuple[str, Any]], list[Row]]] = {
     ]),
     "MirrorNode": ({"material_name": "mirror_material", "channels": [0, *[-1] * 12]}, [_RED], [
         *_FLAT,
-        ("setTextureCoordinates:quad_uvs", lambda e, uvs: e.attribute("TEXCOORD0", uvs)),
-        ("setTexture:map", texture(0)),
+        ("setTextureCoordinates:quad_uvs", lambda e, uvs: e.attribute("TEXCOORD0", uvs)), ("setTexture:map", texture(0)),
     ]),
     "DeckNode": ({"material_name": "deck_material", "channels": [0, 0, 0, 1, 1, -1, -1, 1, *[-1] * 5]}, [], [
         *_FLAT,
-        ("setTiledUV:quad_uvs setRegularUV:uv_list", deck_tangents),
-        ("setBaseTiledMap:map", texture(0)),
-        ("setNormalTiledMap:map", texture(1)),
-        ("setAormsTiledMap:map", texture(2)),
-        ("setBaseMap:map", texture(3)),
-        ("setAormsMap:map", texture(4)),
-        ("?setRainMask:map", texture(5)),
-        ("?setDamageMask:map", texture(6)),
-        ("?setDamageMap:map", texture(7)),
-        ("?setDamageMaskRGBA:map", texture(9)),
-        ("?setTransparentMode:mode", mode_of(0, 1, 2, 3)),
-        ("?setDecalId:byte", of_material("decal_id")),
+        ("setTiledUV:quad_uvs setRegularUV:uv_list", deck_tangents), ("setBaseTiledMap:map", texture(0)),
+        ("setNormalTiledMap:map", texture(1)), ("setAormsTiledMap:map", texture(2)), ("setBaseMap:map", texture(3)),
+        ("setAormsMap:map", texture(4)), ("?setRainMask:map", texture(5)), ("?setDamageMask:map", texture(6)),
+        ("?setDamageMap:map", texture(7)), ("?setDamageMaskRGBA:map", texture(9)),
+        ("?setTransparentMode:mode", mode_of(0, 1, 2, 3)), ("?setDecalId:byte", of_material("decal_id")),
         ("?setArgument:handle", lambda e, handle: e.record.update(damage=handle)),
     ]),
 }  # fmt: skip
@@ -259,8 +239,7 @@ def _float(name: str, value: float) -> tuple[str, Any]:
 
 
 _LAMPS: list[Row] = [
-    ("?setTexture:map", texture(0)),
-    ("?setLuminance:value1", uniform("luminance")),
+    ("?setTexture:map", texture(0)), ("?setLuminance:value1", uniform("luminance")),
     ("?setShiftToCamera:f", plain_uniform("shiftToCamera")),
 ]
 
@@ -278,8 +257,7 @@ def motion(sprites: str, land: Callable[..., object]) -> list[Row]:
 _OMNI: list[Row] = [*_LAMPS, ("?setMinSizeInPixels:f", sizes(0)), ("?setMaxDistance:f", sizes(1))]
 _SPOT: list[Row] = [
     *_LAMPS,
-    ("?setMinSizeInPixels:f", plain_uniform("minSizeInPixels")),
-    ("?setMaxDistance:f", plain_uniform("maxDistance")),
+    ("?setMinSizeInPixels:f", plain_uniform("minSizeInPixels")), ("?setMaxDistance:f", plain_uniform("maxDistance")),
     ("?setConeSetup:f3", plain_uniform("coneSetup", "osg::Vec3f")),
 ]
 _OMNI_START = [
@@ -336,14 +314,10 @@ def own_property(form: str) -> Callable[..., object]:
 
 
 _LIGHT: list[Row] = [
-    ("?setColor:value3", setting("color")),
-    ("?setBrightness:value1", setting("brightness")),
-    ("?setDistance:value1", setting("distance")),
-    ("?setSpecularAmount:value1", setting("specular_amount")),
-    ("?setSoftness:value1", setting("softness")),
-    ("?setVolumeRadiusFactor:still", volume("radius_factor")),
-    ("?setVolumeDensityFactor:still", volume("density_factor")),
-    ("?setVolumeNearDistance:still", volume("near_distance")),
+    ("?setColor:value3", setting("color")), ("?setBrightness:value1", setting("brightness")),
+    ("?setDistance:value1", setting("distance")), ("?setSpecularAmount:value1", setting("specular_amount")),
+    ("?setSoftness:value1", setting("softness")), ("?setVolumeRadiusFactor:still", volume("radius_factor")),
+    ("?setVolumeDensityFactor:still", volume("density_factor")), ("?setVolumeNearDistance:still", volume("near_distance")),
     ("?setVolumeType:handle", volume("volume_type")),
 ]
 # Class: model's method that adds it, class of the file, fields of a new one, rows.

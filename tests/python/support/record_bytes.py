@@ -56,11 +56,6 @@ class Output:
             self.u32(self.strings.setdefault(raw, len(self.strings)))
         return self
 
-    def name(self, name: str) -> Output:
-        raw = name.encode("utf-8", "surrogateescape")
-        self.at("name").u32(len(raw)).body.extend(raw)
-        return self
-
     def each(self, write: Callable[..., object], entries: Sequence[Any]) -> Output:
         self.u32(len(entries))
         for entry in entries:
@@ -69,8 +64,9 @@ class Output:
 
     def start(self, record: Record, where: str) -> Output:
         self.record = f"{where} {record['type_name']} {record['name']!r}"
-        self.at("type").text(record["type_name"]).name(record["name"]).u32(0)
-        return self.at("properties").each(write_property, record["properties"])
+        name = record["name"].encode("utf-8", "surrogateescape")
+        self.at("type").text(record["type_name"]).at("name").u32(len(name)).body.extend(name)
+        return self.u32(0).at("properties").each(write_property, record["properties"])
 
     def finish(self) -> bytes:
         table = b"".join(text + b"\0" for text in self.strings)
@@ -144,24 +140,25 @@ def write_range(out: Output, entry: Record) -> None:
     out.u32(entry["argument"], len(entry["ranges"])).array("f8", entry["ranges"])
 
 
+def write_level(out: Output, level: Any) -> None:
+    out.array("f8", level)
+
+
+# The fields of a tree node in the order of the file, whatever class has them.
+NODE_FIELDS: dict[str, Any] = {
+    "mode": "u1", "axis_mode": "u1", "matrix": "f8", "base_position": "f8", "base_rotation": "f8",
+    "base_scale_rotation": "f8", "base_scale": "f8", "position_channels": write_channel, "rotation_channels": write_channel,
+    "scale_channels": write_channel, "inverted_base_bone_matrix": "f8", "axis": "f8", "arguments": write_range,
+    "levels": write_level,
+}  # fmt: skip
+
+
 def write_node(out: Output, node: Record) -> None:
     out.start(node, f"node {node['index']}")
-    if "mode" in node:
-        out.at("modes").u8(node["mode"], node["axis_mode"])
-    if "matrix" in node:
-        out.at("matrix").array("f8", node["matrix"])
-    if "base_position" in node:
-        for field in ("base_position", "base_rotation", "base_scale_rotation", "base_scale"):
-            out.at(field).array("f8", node[field])
-        for field in ("position_channels", "rotation_channels", "scale_channels"):
-            out.at(field).each(write_channel, node[field])
-    for field in ("inverted_base_bone_matrix", "axis"):
+    for field, how in NODE_FIELDS.items():
         if field in node:
-            out.at(field).array("f8", node[field])
-    if "arguments" in node:
-        out.at("arguments").each(write_range, node["arguments"])
-    if "levels" in node:
-        out.at("levels").u32(len(node["levels"])).array("f8", node["levels"])
+            out.at(field)
+            out.array(how, node[field]) if isinstance(how, str) else out.each(how, node[field])
 
 
 # ---------------------------------------------------------------- what hangs on the tree
@@ -254,20 +251,15 @@ def write_fake(out: Output, node: Record) -> None:
     return None
 
 
+# The writer of a record by a field that only its kind has.
+WRITERS = {"light_type": write_light, "bones": write_skin, "parents": write_render, "controls": write_fake}
+
+
 def write_record(out: Output, record: Record) -> None:
     out.start(record, out.record)
     if "material" in record:
         out.at("material").u32(0, record["material"])
-    writer: Callable[[Output, Record], None] = write_control
-    if "light_type" in record:
-        writer = write_light
-    elif "bones" in record:
-        writer = write_skin
-    elif "parents" in record:
-        writer = write_render
-    elif "controls" in record:
-        writer = write_fake
-    writer(out, record)
+    next((write for field, write in WRITERS.items() if field in record), write_control)(out, record)
 
 
 def compose(file: Record) -> Output:
