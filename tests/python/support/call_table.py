@@ -12,6 +12,7 @@ from typing import Any
 
 import numpy as np
 
+from .arguments import narrow
 from .every_record import IDENTITY, STILL, number
 
 Row = tuple[str, Callable[..., object]]
@@ -266,7 +267,7 @@ _OMNI_START = [
 ]  # fmt: skip
 _SPOT_START = [
     _float("shiftToCamera", 0.0), _float("minSizeInPixels", 20.0), _float("maxDistance", 1000.0),
-    ("coneSetup", ("model::Property<osg::Vec3f>", (1.0, 0.8, 0.05))), _float("luminance", 1.0),
+    ("coneSetup", ("model::Property<osg::Vec3f>", narrow((1.0, 0.8, 0.05)))), _float("luminance", 1.0),
 ]  # fmt: skip
 _OMNI_NEW = {"version": 0, "lights": [], "animation": None}
 _SPOT_NEW = {"version": 1, "lights": [], "animation": None, "directions": None, "control_directions": [[0.0, 0.0, 0.0]]}

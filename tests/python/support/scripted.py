@@ -84,6 +84,7 @@ class Expectation:
         mesh.update(vertices=np.concatenate([self.attributes[n] for n in names], 1), vertex_format=self.material["vertex_format"])
         if "bones" in record:
             record["argument"] = record.pop("damage", NONE)
+            del record["purpose"]
             record["skin_box"] = record["skin_box"] or (NO_BOX if record["pivots"] else None)
         else:
             record["parents"] = [[record["parents"][0][0], record.pop("damage", NONE)]]

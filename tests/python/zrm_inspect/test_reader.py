@@ -75,24 +75,24 @@ REFUSED: list[tuple[str, Any, str]] = [  # path in the file of every record, val
     ("root.materials.0.textures.0.name", "Wood.png", "capitals"), ("root.materials.0.casts_shadow", 2, "shadow bits"),
     ("root.materials.0.depth_bias", 2, "depth bias is 2"),
     ("root.materials.0.vertex_format", vertex_format(POSITION0=4), "6 floats a vertex where the format has 4"),
-    ("render_nodes.5.material", 3, "used by no render node"), ("render_nodes.4.material", 5, "material 5 of 5"),
+    ("render_nodes.4.material", 1, "used by no render node"), ("render_nodes.4.material", 3, "material 3 of 3"),
     ("render_nodes.0.material", 1, "material 1 is used before material 0"),
-    ("render_nodes.0.parents.0.0", 12, "parent 12 of 12"), ("render_nodes.4.parents.1.0", 12, "parent 12 of 12"),
+    ("render_nodes.0.parents.0.0", 12, "parent 12 of 12"), ("render_nodes.3.parents.1.0", 12, "parent 12 of 12"),
     ("render_nodes.0.mesh.width", 1, "wider than"),
     ("render_nodes.0.mesh", SMALL["render_nodes"][0]["mesh"] | {"indices": [0, 1, 255], "width": 1}, "wider than"),
     ("render_nodes.0.mesh", SMALL["render_nodes"][0]["mesh"] | {"indices": [0, 1, 65535], "width": 2}, "wider than"),
-    ("render_nodes.5.mesh.width", 2, "wider than"), ("render_nodes.1.purpose", 2, "purpose 2"),
+    ("render_nodes.4.mesh.width", 2, "wider than"), ("render_nodes.1.purpose", 2, "purpose 2"),
     ("render_nodes.2.pivots", [[0, 0, 0]] * 7, "7 pivots"),
-    ("render_nodes.1.properties", [(UINT, "__VERSION__", 3)], "version 3"), ("render_nodes.8.bones.0", 12, "bone 12 of 12"),
-    ("render_nodes.8.bones.1", 1, "no bone"), ("render_nodes.12.controls.1", 12, "12 of 12"),
-    ("render_nodes.13.animation.argument", NONE, "has no argument"),
-    ("render_nodes.13.animation.samples", [[0.0] * 128], "is 128, not 256"), ("render_nodes.18.controls.1", 12, "12 of 12"),
+    ("render_nodes.1.properties", [(UINT, "__VERSION__", 3)], "version 3"), ("render_nodes.6.bones.0", 12, "bone 12 of 12"),
+    ("render_nodes.6.bones.1", 1, "no bone"), ("render_nodes.8.controls.1", 12, "12 of 12"),
+    ("render_nodes.8.animation.argument", NONE, "has no argument"),
+    ("render_nodes.8.animation.samples", [[0.0] * 128], "is 128, not 256"), ("render_nodes.11.controls.1", 12, "12 of 12"),
     ("render_nodes.0.type_name", "model::ShellNode", "no type of a record in RENDER_NODES"),
     ("connectors.0.control", 12, "control node 12 of 12"), ("shell_nodes.0.control", 12, "control node 12 of 12"),
     ("shell_nodes.1.control", 12, "control node 12 of 12"), ("light_nodes.0.control", 12, "control node 12 of 12"),
     ("light_nodes.0.light_type", 2, "light type 2"),
-    ("light_nodes.0.volume", SMALL["light_nodes"][3]["volume"], "is 10, not 7"),
-    ("light_nodes.2.volume.near_distance", ("model::ArgumentProperty", "near", 3), "as a volume setting"),
+    ("light_nodes.0.volume", SMALL["light_nodes"][1]["volume"], "is 10, not 7"),
+    ("light_nodes.1.volume.near_distance", ("model::ArgumentProperty", "near", 3), "as a volume setting"),
     ("shell_nodes.3.skin_box", [[0, 0, 0], [1, -1, 1]], "isn't valid"),
     ("shell_nodes.3.skin_box", [[0, 0, float("nan")], [1, 1, 1]], "isn't valid"),
     ("shell_nodes.3.skin_box", [[0, 0, 0]], "neither"), ("sections", ["light_nodes", "connectors"], "out of order"),
@@ -152,7 +152,7 @@ def test_huge_counts_allocate_nothing() -> None:
             parse(good[:position] + b"\xfe\xff\xff\xff" + good[position + 4 :])
         except ZrmError:
             refused += 1
-    assert refused > 400
+    assert refused > 300
 
 
 def bent(number: int, weight: float) -> Record:
@@ -221,7 +221,7 @@ def test_command_line(tmp_path: Path, capsys: pytest.CaptureFixture[str]) -> Non
     assert "TmpNumberRoot '\\udcff\\x00x'" in told and "'beam.png'" in told
     assert main([str(good), "--json"]) == 0
     data = json.loads(capsys.readouterr().out)
-    assert [entry["class"] for entry in data["connectors"]] == ["Connector"] * 2 and len(data["nodes"]) == 12
+    assert [entry["class"] for entry in data["connectors"]] == ["Connector"] and len(data["nodes"]) == 12
     assert main([str(bad), str(good)]) == 1
     assert capsys.readouterr().err == f"{bad}: offset 299: the file ends here: 4 bytes needed, 3 left\n"
     assert main([str(tmp_path / "none")]) == 1
