@@ -208,15 +208,3 @@ def test_a_deep_chain(folder: Path, kinds: list[str], count: int, downward: bool
         assert len(zrm_inspect.parse(data).nodes) == 1
     else:
         assert data.count(b"\x06\0\0\x00299999") == 1 and len(data) > 100 * count
-
-
-def test_many_siblings_move(folder: Path) -> None:
-    model = zrm.Model()
-    root, other = model.getRootTransform(), zrm.Bone("other")
-    nodes = [root.addChild(zrm.Lod(str(i), [1.0])) for i in range(20_000)]
-    root.addChild(other)
-    for node in nodes[::2]:
-        other.addChild(node)
-    zrm.enable_model_optimization("optimizeTransformations", False)
-    file = save(model)
-    assert sum(node.parent == 0 for node in file.nodes) == 10_001 and len(file.nodes) == 20_002

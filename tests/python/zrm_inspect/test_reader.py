@@ -173,30 +173,25 @@ def test_warned(record: Record, form: Any, texts: list[str]) -> None:
     assert [text for _, text in warnings] == texts and all(offset > 87 for offset, _ in warnings)
 
 
-def named(handle: int) -> list[Any]:
-    return [("model::ArgumentProperty", "a", handle)]
+def test_handle_count() -> None:
+    """The highest argument in use, wherever it stands but in the root's own properties."""
+    def named(handle: int) -> Any:
+        return [("model::ArgumentProperty", "a", handle)]
 
-
-def numbers(handle: int) -> Record:
-    return render([(0, 1)], numbers=[[(handle, 1.0, 4, 1.0)]]) | {"type_name": "model::NumberNode"}
-
-
-COUNTED: list[tuple[int, Any, Any, Any]] = [  # handles; arguments in the root, which don't count, in the tree, in what is drawn
-    (0, [], [], []), (0, named(9), [], []), (10, [], named(9), []), (0, [], named(NONE), []), (8, [], [], [render([(0, 7)])]),
-    (8, [], [], [render([(0, 7), (0, 6)])]), (6, [], [], [numbers(5)]), (5, [], [], [numbers(NONE)]),
-]  # fmt: skip
-
-
-@pytest.mark.parametrize("handles, of_root, of_node, drawn", COUNTED)
-def test_handle_count(handles: int, of_root: Any, of_node: Any, drawn: Any) -> None:
-    def data(told: int) -> bytes:
-        top = root([MATERIAL | {"vertex_format": MESH_FORMAT}] * bool(drawn), told)
-        top["properties"] = of_root + top["properties"]
-        return small([(-1, node(properties=of_node))], root=top, render_nodes=drawn)
-
-    assert parse(data(handles)).root.handle_count == handles
-    with pytest.raises(ZrmError, match="handles"):
-        parse(data(handles + 1))
+    numbers = render([(0, 1)], numbers=[[(5, 1.0, 4, 1.0)]]) | {"type_name": "model::NumberNode"}
+    for handles, of_root, of_node, drawn in (
+        (0, named(9), [], []), (10, [], named(9), []), (0, [], named(NONE), []), (8, [], [], [render([(0, 7), (0, 6)])]),
+        (6, [], [], [numbers]),
+    ):  # fmt: skip
+        for told in (handles, handles + 1):
+            top = root([MATERIAL | {"vertex_format": MESH_FORMAT}] * bool(drawn), told)
+            top["properties"] = of_root + top["properties"]
+            data = small([(-1, node(properties=of_node))], root=top, render_nodes=drawn)
+            if told == handles:
+                assert parse(data).root.handle_count == handles
+            else:
+                with pytest.raises(ZrmError, match="handles"):
+                    parse(data)
 
 
 def test_deep_chain() -> None:
