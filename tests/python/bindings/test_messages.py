@@ -10,8 +10,8 @@ import pytest
 import pyzrm_313 as zrm
 from conftest import SWITCHES
 from support.arguments import INDICES, NORMALS, POSITIONS, UV
-from support.quick import BOX, base_block, bone_block, color_node, damage_block, deck_node, hang, model_of, number_block
-from support.quick import outcome, pbr, save, shell_node
+from support.quick import BOX, base_block, bone_block, changed, color_node, damage_block, deck_node, hang, model_of
+from support.quick import number_block, outcome, pbr, save, shell_node
 from support.scripted import plain
 
 CONTROL = zrm.Bone("control")
@@ -19,11 +19,7 @@ COLOR, WEIGHTS = zrm.PropertyFloat3(), [1.0, 0.0, 0.0, 0.0]
 
 
 def made(kind: type, **calls: Any) -> Any:
-    """An object with the given setters called, in their order."""
-    thing = kind("n", "paint") if issubclass(kind, zrm.IRenderNode) else kind()
-    for name, value in calls.items():
-        getattr(thing, name)(value)
-    return thing
+    return changed(kind("n", "paint") if issubclass(kind, zrm.IRenderNode) else kind(), **calls)
 
 
 COLOUR_BASE = made(zrm.ColorBaseBlock, setPositions=POSITIONS, setNormals=NORMALS, setColor=COLOR)
@@ -130,12 +126,6 @@ def sprites(kind: Any, sprite: Any, argument: float | None = None, animation: An
         lights.setLightsAnimation([(0, KEYS), (1, KEYS)])
         lights.setLightsAnimation(animation)
     return lights
-
-
-def changed(thing: Any, **calls: Any) -> Any:
-    for name, value in calls.items():
-        getattr(thing, name)(value)
-    return thing
 
 
 def pivoted() -> zrm.Model:

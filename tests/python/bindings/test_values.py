@@ -10,7 +10,8 @@ import numpy as np
 import pytest
 import pyzrm_313 as zrm
 from support.arguments import IDENTITY, INDICES, NORMALS, POSITIONS, UV
-from support.quick import base_block, bone_block, color_node, damage_block, deck_node, f32, hang, model_of, pbr, save, saved
+from support.quick import base_block, bone_block, changed, color_node, damage_block, deck_node, f32, hang, model_of, pbr
+from support.quick import save, saved
 from support.record_bytes import NONE
 from support.scripted import plain
 
@@ -157,9 +158,7 @@ def test_tangents_of_a_deck(folder: Path) -> None:
 
 
 def split_block(arguments: list[float], uv: list[float] = UV) -> zrm.DamageBlock:
-    block = damage_block()
-    block.setAlbedoMapUV(uv), block.setArgument(-1), block.setPerVertexArguments(arguments)
-    return block
+    return changed(damage_block(), setAlbedoMapUV=uv, setArgument=-1, setPerVertexArguments=arguments)
 
 
 def test_per_vertex_damage_is_split(folder: Path) -> None:

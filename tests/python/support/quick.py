@@ -58,29 +58,23 @@ def saved(facade: Any) -> Any:
     return record
 
 
-def base_block() -> zrm.BaseBlock:
-    block = zrm.BaseBlock()
-    block.setPositions(POSITIONS)
-    block.setNormals(NORMALS)
-    block.setAlbedoMapUV(UV)
-    block.setAlbedoMap("albedo")
-    return block
+def changed(thing: Any, **calls: Any) -> Any:
+    """With the given setters called, in their order."""
+    for name, value in calls.items():
+        getattr(thing, name)(value)
+    return thing
 
 
-def damage_block() -> zrm.DamageBlock:
-    block = zrm.DamageBlock()
-    block.setAlbedoMap("damage albedo")
-    block.setAlbedoMapUV(UV)
-    block.setArgument(7)
-    return block
+def base_block() -> Any:
+    return changed(zrm.BaseBlock(), setPositions=POSITIONS, setNormals=NORMALS, setAlbedoMapUV=UV, setAlbedoMap="albedo")
 
 
-def bone_block(bones: Iterable[zrm.Bone] = ()) -> zrm.BoneBlock:
-    block = zrm.BoneBlock()
-    block.setBones(list(bones))
-    block.setBoneWeights([1.0, 0.0, 0.0, 0.0] * 4)
-    block.setBoneIndices([0, 0, 0, 0] * 4)
-    return block
+def damage_block() -> Any:
+    return changed(zrm.DamageBlock(), setAlbedoMap="damage albedo", setAlbedoMapUV=UV, setArgument=7)
+
+
+def bone_block(bones: Iterable[zrm.Bone] = ()) -> Any:
+    return changed(zrm.BoneBlock(), setBones=list(bones), setBoneWeights=[1.0, 0.0, 0.0, 0.0] * 4, setBoneIndices=[0] * 16)
 
 
 def number_block() -> zrm.NumberBlock:
@@ -91,38 +85,24 @@ def number_block() -> zrm.NumberBlock:
 
 def pbr(*blocks: zrm.IBlock, kind: type[zrm.PBRNode] = zrm.PBRNode) -> Any:
     """A mesh of blocks with the quad's indices and no control node; a base block unless one is given."""
-    node = kind("mesh", "paint")
-    node.setIndices(INDICES)
-    for block in blocks if any(block.getTypeName() == "BT_Base" for block in blocks) else (base_block(), *blocks):
+    node = changed(kind("mesh", "paint"), setIndices=INDICES, addBlock=base_block())
+    for block in blocks:
         node.addBlock(block)
     return node
 
 
-def color_node() -> zrm.ColorNode:
-    node = zrm.ColorNode("colour", "paint")
-    node.setPositions(POSITIONS)
-    node.setNormals(NORMALS)
-    node.setIndices(INDICES)
-    return node
+def color_node() -> Any:
+    return changed(zrm.ColorNode("colour", "paint"), setPositions=POSITIONS, setNormals=NORMALS, setIndices=INDICES)
 
 
-def deck_node(points: Any = POSITIONS, normals: Any = NORMALS, uv: Any = UV, indices: Any = INDICES) -> zrm.DeckNode:
-    node = zrm.DeckNode("deck", "paint")
-    node.setPositions(points)
-    node.setNormals(normals)
-    node.setTiledUV(uv)
-    node.setRegularUV(uv)
-    node.setIndices(indices)
-    for setter in ("setBaseTiledMap", "setNormalTiledMap", "setAormsTiledMap", "setBaseMap", "setAormsMap"):
-        getattr(node, setter)("map")
-    return node
+def deck_node(points: Any = POSITIONS, normals: Any = NORMALS, uv: Any = UV, indices: Any = INDICES) -> Any:
+    maps = ("setBaseTiledMap", "setNormalTiledMap", "setAormsTiledMap", "setBaseMap", "setAormsMap")
+    node = changed(zrm.DeckNode("deck", "paint"), setPositions=points, setNormals=normals, setTiledUV=uv, setRegularUV=uv)
+    return changed(node, setIndices=indices, **dict.fromkeys(maps, "map"))
 
 
-def shell_node(positions: Any = POSITIONS, indices: Any = INDICES) -> zrm.ShellNode:
-    shell = zrm.ShellNode("shell")
-    shell.setPositions(positions)
-    shell.setIndices(indices)
-    return shell
+def shell_node(positions: Any = POSITIONS, indices: Any = INDICES) -> Any:
+    return changed(zrm.ShellNode("shell"), setPositions=positions, setIndices=indices)
 
 
 def f32(value: float) -> float:
