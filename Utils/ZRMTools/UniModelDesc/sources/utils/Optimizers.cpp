@@ -5,7 +5,6 @@
 #include "RootNode.h"
 #include "nodes/BaseMeshRenderNode.h"
 #include "utils/VertexUtils.h"
-#include "utils/tree/TransformTree.h"
 #include <zr/exceptions.h>
 
 namespace model
@@ -32,6 +31,9 @@ bool fixZeroNormals(Vertices& vertices)
     return isChanged;
 }
 
+/// Beyond all coordinate sets, and far from the limits of its type.
+constexpr i32 kFarSet = 1000;
+
 /// Numbers the used coordinate sets anew by their first appearance in the table and tells which attribute goes where.
 SemanticRemap renumberChannels(TextureChannels& channels)
 {
@@ -48,8 +50,8 @@ SemanticRemap renumberChannels(TextureChannels& channels)
     for (std::size_t i = 0; i < used.size(); ++i)
     {
         // A number that is no coordinate set would overflow here; as a semantic it is refused by the checked format.
-        const i32 set = std::clamp(used[i], -1000, 1000);
-        remap.emplace_back(kTexCoord0 + set, kTexCoord0 + static_cast<i32>(i));
+        const i32 set = std::clamp(used[i], -kFarSet, kFarSet);
+        remap.push_back({kTexCoord0 + set, kTexCoord0 + static_cast<i32>(i)});
     }
     return remap;
 }
@@ -88,23 +90,6 @@ u32 optimizeTextureChannels(BaseMeshRenderNode& mesh)
     return repeats;
 }
 } // namespace
-
-void optimizeTransformations(RootNode* root)
-{
-    if (!root->rootTransform) return;
-    TransformTree tree(*root);
-    for (std::size_t changes = 1; changes != 0;)
-    {
-        changes = tree.replaceEmptyNodes() + tree.removeDummyNodes();
-        const std::size_t deadEnds = tree.removeDeadEnds();
-        changes += deadEnds + tree.moveTransforms();
-        // What the moves emptied, and what lay above dead leaves; without such leaves it waits for the next round.
-        for (std::size_t more = deadEnds; more != 0;)
-            more = tree.removeDeadEnds();
-        tree.compactTop();
-    }
-    tree.markDeleted();
-}
 
 void optimizeTextureChannels(RootNode* root, u32* removed)
 {

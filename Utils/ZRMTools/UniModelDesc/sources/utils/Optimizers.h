@@ -9,6 +9,7 @@
 ///
 /// A pass that raises leaves what it has already done to earlier nodes; `mergeNodes` changes the root's lists only as
 /// its last action. None recurses by the depth of the tree, and the cost of each is near linear in what it works on.
+/// A pass has the model to itself: nodes share materials, control nodes and properties.
 namespace model
 {
 class RootNode;

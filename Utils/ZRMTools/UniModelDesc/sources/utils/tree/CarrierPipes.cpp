@@ -1,6 +1,6 @@
 #include "utils/tree/CarrierPipes.h"
 
-namespace model
+namespace model::utils
 {
 zr::vector<CarrierPipes::Carrier> CarrierPipes::takeLeaving(u64 round)
 {
@@ -25,4 +25,4 @@ zr::vector<CarrierPipes::Carrier> CarrierPipes::takeAll(u64 round)
     leaving.clear();
     return carriers;
 }
-} // namespace model
+} // namespace model::utils

@@ -6,7 +6,7 @@
 
 #include "nodes/Node.h"
 
-namespace model
+namespace model::utils
 {
 /// Carriers of a matrix on their way down through chains of visibility nodes.
 ///
@@ -77,4 +77,4 @@ private:
     phmap::flat_hash_map<const Node*, Place> places;
     std::map<u64, zr::vector<Traveller>> leaving;
 };
-} // namespace model
+} // namespace model::utils

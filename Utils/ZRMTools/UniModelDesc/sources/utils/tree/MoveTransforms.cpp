@@ -1,129 +1,112 @@
+#include "utils/tree/MoveTransforms.h"
+
 #include <algorithm>
 #include <utility>
 
-#include "RootNode.h"
 #include "base/ObjectRegistry.h"
-#include "nodes/BaseMeshRenderNode.h"
-#include "nodes/FakeSpotLights3Node.h"
-#include "nodes/TransformNode.h"
-#include "utils/tree/TransformTree.h"
+#include "utils/tree/CandidateOrder.h"
 
-namespace model
+namespace model::utils
 {
 namespace
 {
-Vertices* verticesOf(BaseNode& node)
+/// What `OptimizerTrait::transformMoveRule` says of a child.
+enum MoveRule
 {
-    if (auto* mesh = dynamic_cast<BaseMeshRenderNode*>(&node)) return &mesh->vertices;
-    if (auto* lights = dynamic_cast<FakeSpotLights3Node*>(&node)) return &lights->vertices;
-    return nullptr;
-}
+    kTakes = 0,   ///< into its own matrix
+    kRefuses = 1, ///< the matrix stays above
+    kPasses = 2,  ///< a carrier below the child takes it
+};
 
 bool hasOneVisibilityChild(const Node& node)
 {
     const Node* child = node.firstChild();
     return child && child == node.lastChild() && child->getType() == kArgVisibilityNode;
 }
+
+bool endsRound(const Node* transform)
+{
+    return !NotedTree::canLeave(*transform);
+}
 } // namespace
 
-/// Bakes matrices into what hangs on the tree. A mesh on many nodes would be gone through once for each of them, so its
-/// matrices are collected and applied together.
-class TransformTree::Bakes
+MoveTransforms::MoveTransforms(NotedTree& notedTree) : tree(notedTree), isWalkOrdered(notedTree.isHung())
 {
-public:
-    /// Whether the user can take the matrix.
-    bool apply(const Use& use, const f64* m)
+    for (const ObjectPtr<BaseNode>& user : tree.root.getAllNodes())
+        isWalkOrdered |= user && dependsOnOrder(*user);
+}
+
+std::size_t MoveTransforms::run()
+{
+    ++round;
+    zr::vector<Node*> candidates = takeCandidates();
+    const bool endsEarly = std::any_of(candidates.begin(), candidates.end(), endsRound);
+    std::size_t moved = 0;
+    if (isWalkOrdered || endsEarly)
+        sortByWalk(candidates, tree.top());
+    else
     {
-        Vertices* vertices = use.user->getNumControlNodes() > 1 ? verticesOf(*use.user) : nullptr;
-        if (!vertices) return use.user->applyMatrix(use.index, m);
-        const auto [found, isNew] = places.try_emplace(vertices, static_cast<u32>(pending.size()));
-        if (isNew) pending.push_back({vertices, {}});
-        matrixd copy;
-        std::copy_n(m, 16, copy.m);
-        pending[found->second].matrices.emplace_back(use.index, copy);
-        return true;
+        fillPipes(candidates);
+        sortByParents(candidates);
+        hasEmptiedCarriers = !pipes.empty();
+        moved += hasEmptiedCarriers;
+        for (const CarrierPipes::Carrier& carrier : pipes.takeLeaving(round))
+            hangBelow(*carrier.place, *carrier.node);
     }
 
-    /// Applies what was collected, also when the pass is left by an exception.
-    ~Bakes()
+    Bakes bakes;
+    for (std::size_t i = 0; i < candidates.size(); ++i)
     {
-        for (const Pending& mesh : pending)
+        if (endsEarly && endsRound(candidates[i]))
         {
-            zr::vector<SelectorMatrix> list;
-            for (const auto& [selector, matrix] : mesh.matrices)
-                list.push_back({selector, matrix.m});
-            mesh.vertices->applyMatrices(list);
+            for (; i < candidates.size(); ++i)
+                tree.note(kMaybeMovable, *candidates[i]);
+            return 0;
         }
+        moved += move(static_cast<TransformNode&>(*candidates[i]), bakes);
     }
+    return moved;
+}
 
-private:
-    struct Pending
-    {
-        Vertices* vertices;
-        zr::vector<std::pair<u32, matrixd>> matrices;
-    };
-
-    zr::vector<Pending> pending;
-    phmap::flat_hash_map<const Vertices*, u32> places;
-};
-
-zr::vector<Node*> TransformTree::takeCandidates()
+std::size_t MoveTransforms::takeEmptied()
 {
-    zr::vector<Node*> candidates = std::exchange(maybeMovable, {});
-    const auto isGone = [this](const Node* node) { return !isInTree(*node); };
+    return std::exchange(hasEmptiedCarriers, false) ? 1 : 0;
+}
+
+void MoveTransforms::stop()
+{
+    for (const CarrierPipes::Carrier& carrier : pipes.takeAll(round))
+    {
+        carrier.place->parent()->insert(carrier.node, carrier.place);
+        carrier.node->insert(carrier.place, nullptr);
+        tree.noteNew(*carrier.node);
+    }
+}
+
+zr::vector<Node*> MoveTransforms::takeCandidates()
+{
+    zr::vector<Node*> candidates = tree.take(kMaybeMovable);
+    const auto isGone = [this](const Node* node) { return !tree.isInTree(*node); };
     candidates.erase(std::remove_if(candidates.begin(), candidates.end(), isGone), candidates.end());
-    // The addresses decide nothing: what order counts is made below.
+    // The addresses decide nothing: what order counts is made by `run`.
     std::sort(candidates.begin(), candidates.end());
     candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
     return candidates;
 }
 
-void TransformTree::sortByWalk(zr::vector<Node*>& nodes) const
-{
-    if (nodes.size() < 2) return;
-    const phmap::flat_hash_set<const Node*> wanted(nodes.begin(), nodes.end());
-    nodes.clear();
-    // The walk goes along the links and keeps no path.
-    for (Node* node = root.rootTransform.get(); node && nodes.size() < wanted.size();)
-    {
-        if (wanted.find(node) != wanted.end()) nodes.push_back(node);
-        Node* next = node->firstChild();
-        for (Node* up = node; !next && up != root.rootTransform.get(); up = up->parent())
-            next = up->nextSibling();
-        node = next;
-    }
-}
-
-/// Each node behind its parent, when both are there: the parent's matrix comes into it first, and what it gives to its
-/// parent doesn't move twice. Transforms that have another node between them don't meet.
-void TransformTree::sortByParents(zr::vector<Node*>& nodes) const
-{
-    if (nodes.size() < 2) return;
-    phmap::flat_hash_set<const Node*> waiting(nodes.begin(), nodes.end());
-    zr::vector<Node*> sorted;
-    zr::vector<Node*> path;
-    for (Node* node : nodes)
-    {
-        for (Node* at = node; at && waiting.erase(at) != 0; at = at->parent())
-            path.push_back(at);
-        for (; !path.empty(); path.pop_back())
-            sorted.push_back(path.back());
-    }
-    nodes = std::move(sorted);
-}
-
-bool TransformTree::canEnterPipe(const Node& node) const
+bool MoveTransforms::canEnterPipe(const Node& node) const
 {
     return hasOneVisibilityChild(node) && node.parent()->getType() == kArgVisibilityNode &&
-           carriers.find(&node) != carriers.end() && !users.isUsed(&node);
+           carriers.find(&node) != carriers.end() && !tree.users.isUsed(&node);
 }
 
-bool TransformTree::isPassable(const Node& node) const
+bool MoveTransforms::isPassable(const Node& node) const
 {
-    return node.getType() == kArgVisibilityNode && hasOneVisibilityChild(node) && !users.isUsed(&node);
+    return node.getType() == kArgVisibilityNode && hasOneVisibilityChild(node) && !tree.users.isUsed(&node);
 }
 
-void TransformTree::fillPipes(zr::vector<Node*>& candidates)
+/// Takes the carriers that can enter a pipe out of the candidates and out of the tree.
+void MoveTransforms::fillPipes(zr::vector<Node*>& candidates)
 {
     const auto first =
         std::partition(candidates.begin(), candidates.end(), [this](const Node* node) { return !canEnterPipe(*node); });
@@ -142,106 +125,67 @@ void TransformTree::fillPipes(zr::vector<Node*>& candidates)
         pipes.put(carrier.node, *carrier.place, round, [this](const Node& node) { return isPassable(node); });
 }
 
-void TransformTree::emptyPipes()
-{
-    for (const CarrierPipes::Carrier& carrier : pipes.takeAll(round))
-    {
-        carrier.place->parent()->insert(carrier.node, carrier.place);
-        carrier.node->insert(carrier.place, nullptr);
-        noteNew(*carrier.node);
-    }
-}
-
 /// Puts a carrier between a node and all that hangs on and below it.
-void TransformTree::hangBelow(Node& node, Node& carrier)
+void MoveTransforms::hangBelow(Node& node, Node& carrier)
 {
-    replaceControlNode(node, carrier);
-    hangAllChildren(node, carrier, nullptr);
-    hang(node, carrier, nullptr);
-    noteNew(carrier);
+    tree.replaceControlNode(node, carrier);
+    tree.hangAllChildren(node, carrier, nullptr);
+    tree.hang(node, carrier, nullptr);
+    tree.noteNew(carrier);
 }
 
-std::size_t TransformTree::moveTransforms()
+std::size_t MoveTransforms::move(TransformNode& transform, Bakes& bakes)
 {
-    ++round;
-    zr::vector<Node*> candidates = takeCandidates();
-    const auto endsWalk = [](const Node* node) { return !node->parent() || node->parent()->isOptimizationBarrier(); };
-    const bool endsEarly = std::any_of(candidates.begin(), candidates.end(), endsWalk);
     std::size_t moved = 0;
-    if (isWalkOrdered || endsEarly)
-        sortByWalk(candidates);
-    else
-    {
-        fillPipes(candidates);
-        sortByParents(candidates);
-        hasEmptiedCarriers = !pipes.empty();
-        moved += hasEmptiedCarriers;
-        for (const CarrierPipes::Carrier& carrier : pipes.takeLeaving(round))
-            hangBelow(*carrier.place, *carrier.node);
-    }
-
-    Bakes bakes;
-    for (std::size_t i = 0; i < candidates.size(); ++i)
-    {
-        if (endsEarly && endsWalk(candidates[i]))
-        {
-            maybeMovable.insert(maybeMovable.end(), candidates.begin() + static_cast<std::ptrdiff_t>(i),
-                                candidates.end());
-            return 0;
-        }
-        moveTransform(static_cast<TransformNode&>(*candidates[i]), bakes, moved);
-    }
-    return moved;
-}
-
-void TransformTree::moveTransform(TransformNode& transform, Bakes& bakes, std::size_t& moved)
-{
-    if (!moveUsers(transform, bakes, moved)) return;
+    if (!moveUsers(transform, bakes, moved)) return moved;
     zr::vector<Node*> children;
     for (Node* child = transform.firstChild(); child; child = child->nextSibling())
         children.push_back(child);
     for (Node* child : children)
         moved += moveToChild(transform, *child);
+    return moved;
 }
 
-bool TransformTree::moveUsers(TransformNode& transform, Bakes& bakes, std::size_t& moved)
+/// Returns whether nothing stayed on the transform.
+bool MoveTransforms::moveUsers(TransformNode& transform, Bakes& bakes, std::size_t& moved)
 {
-    const zr::vector<Use> uses = users.take(&transform);
+    const zr::vector<Use> uses = tree.users.take(&transform);
     ObjectPtr<Node> place;
     bool areAllMoved = true;
     for (const Use& use : uses)
     {
-        if (!bakes.apply(use, transform.matrix.m))
+        if (!bakes.apply(use, transform.matrix))
         {
-            users.restore(use, &transform);
+            tree.users.restore(use, &transform);
             areAllMoved = false;
             continue;
         }
         if (!place)
         {
             place = create<Node>("model::Node");
-            hang(*transform.parent(), *place, &transform);
-            hang(*place, transform, nullptr);
+            tree.hang(*transform.parent(), *place, &transform);
+            tree.hang(*place, transform, nullptr);
         }
-        users.hang(use, place);
+        tree.users.hang(use, place);
         ++moved;
     }
-    if (place) noteNew(*place);
-    noteLeaf(transform);
+    if (place) tree.noteNew(*place);
+    tree.noteLeaf(transform);
     return areAllMoved;
 }
 
-bool TransformTree::moveToChild(TransformNode& transform, Node& child)
+/// Returns whether the child took the matrix and left the transform.
+bool MoveTransforms::moveToChild(TransformNode& transform, Node& child)
 {
     // The attachments may have put a new node above the transform.
     Node& parent = *transform.parent();
     switch (child.transformMoveRule())
     {
-    case 0:
+    case kTakes:
         child.applyMatrix(transform.matrix.m);
-        if (child.getType() == kTransformNode) maybeEmpty.push_back(&child);
+        if (child.getType() == kTransformNode) tree.note(kMaybeEmpty, child);
         break;
-    case 2:
+    case kPasses:
     {
         const auto carrier = create<TransformNode>("model::TransformNode");
         carrier->name = transform.name;
@@ -253,7 +197,7 @@ bool TransformTree::moveToChild(TransformNode& transform, Node& child)
     default:
         return false;
     }
-    hang(parent, child, &transform);
+    tree.hang(parent, child, &transform);
     return true;
 }
-} // namespace model
+} // namespace model::utils

@@ -4,7 +4,7 @@
 
 #include "RootNode.h"
 
-namespace model
+namespace model::utils
 {
 NodeUsers::NodeUsers(const RootNode& root)
 {
@@ -41,4 +41,4 @@ bool NodeUsers::replace(const Node* from, const ObjectPtr<Node>& to)
         hang(use, to);
     return !uses.empty();
 }
-} // namespace model
+} // namespace model::utils

@@ -8,7 +8,10 @@
 namespace model
 {
 class RootNode;
+}
 
+namespace model::utils
+{
 /// Something that hangs on a node of the tree by one of its control nodes.
 struct Use
 {
@@ -40,4 +43,4 @@ private:
     /// Never holds an empty list.
     phmap::flat_hash_map<const Node*, zr::vector<Use>> lists;
 };
-} // namespace model
+} // namespace model::utils
