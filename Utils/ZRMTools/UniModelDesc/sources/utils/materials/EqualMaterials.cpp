@@ -11,8 +11,15 @@
 #include <zr/exceptions.h>
 
 // The rule is a loop over all pairs: each material is compared with every distinct one before it, and in the end all
-// with all. Here only those pairs are compared that the keys leave possible, in the same order, so that the first match
-// still decides.
+// with all. Here materials are first parted into classes that cannot hold equal ones between them, and the loop runs
+// within each class, in the same order, so that the first match still decides.
+//
+//     materials        exact fields     property names      numbers
+//     0 red   1.0      {0 1 3 4}   ->   {0 1 4}        ->   {0 4}    0 and 4 are compared
+//     1 red   2.0                                           {1}
+//     2 blue  1.0      {2}
+//     3 red   (none)                    {3}
+//     4 red   1.000001
 namespace model
 {
 namespace
@@ -20,151 +27,56 @@ namespace
 /// Equality allows 1e-5 after rounding to `f32`; what parts materials must lie clearly beyond.
 constexpr f64 kPartTolerance = 1.001e-5;
 
-/// The materials that `isEqual` can tell equal without more ado: one class of one shape. Ascending positions.
-using Members = zr::vector<u32>;
-
-/// Materials whose property lists are of one shape and that are the same in everything exact.
-struct Shape
+/// Numbers of materials, ascending. No material of another class can equal one of these.
+struct MaterialClass
 {
-    std::size_t distinct = 0;
+    zr::vector<u32> members;
+    /// Equality may go one way only.
     bool isIrregular = false;
-    /// All that were kept so far; filled only for the shapes that are `loose`.
-    Members kept;
-    /// Those of one class each.
-    zr::vector<Members> classes;
 };
 
-/// Shapes that agree in everything exact.
-struct Bucket
+/// Parts the members of one shape by their numbers and appends the classes.
+void partByNumbers(const zr::vector<u32>& members, const zr::vector<MaterialKey>& keys,
+                   zr::vector<MaterialClass>& classes)
 {
-    /// Those whose lists hold an object or a name twice: only they can equal a material of another shape.
-    zr::vector<u32> loose;
-};
-
-/// One distinct material of the root.
-struct Entry
-{
-    PropertiesSet* material = nullptr;
-    MaterialKey key;
-    u32 bucket = 0;
-    u32 shape = 0;
-    u32 partition = 0;
-};
-
-class MaterialTable
-{
-public:
-    /// materials  distinct, in the order of their first use
-    explicit MaterialTable(const zr::vector<MaterialPtr>& materials);
-
-    std::size_t size() const { return entries.size(); }
-    const PropertiesSet& material(u32 number) const { return *entries[number].material; }
-
-    /// The first kept material that equals this one, its own number when there is none. Then it is kept itself.
-    u32 findOrKeep(u32 number);
-
-    /// Calls `function` with each kept material behind `number` that might equal it, though not the other way round.
-    template <class Function>
-    void forEachLooseBehind(u32 number, Function function) const
-    {
-        for (const u32 loose : buckets[entries[number].bucket].loose)
-            if (canEqual(shapes[loose], entries[number]))
-            {
-                const Members& kept = shapes[loose].kept;
-                std::for_each(std::upper_bound(kept.begin(), kept.end(), number), kept.end(), function);
-            }
-    }
-
-private:
-    /// Whether a material of the shape can equal the entry, which is of another shape or irregular: a list of fewer
-    /// distinct properties may find each of them in a longer one.
-    bool canEqual(const Shape& shape, const Entry& entry) const
-    {
-        return shape.isIrregular || shape.distinct < entry.key.distinct || entry.key.isIrregular;
-    }
-
-    void part();
-    u32 findIn(const Members& kept, u32 number, u32 best) const;
-
-    zr::vector<Entry> entries;
-    zr::vector<Shape> shapes;
-    zr::vector<Bucket> buckets;
-};
-
-/// Bucket, irregular, repeating, number of distinct properties and of numbers, and the hash: all that shapes rely on is
-/// there beside the hash.
-using ShapeKey = std::tuple<u32, bool, bool, std::size_t, std::size_t, u64>;
-
-MaterialTable::MaterialTable(const zr::vector<MaterialPtr>& materials) : entries(materials.size())
-{
-    phmap::flat_hash_map<u64, u32> bucketNumbers;
-    std::map<ShapeKey, u32> shapeNumbers;
-    for (std::size_t i = 0; i < materials.size(); ++i)
-    {
-        Entry& entry = entries[i];
-        entry.material = materials[i].get();
-        entry.key = makeMaterialKey(*entry.material);
-        const MaterialKey& key = entry.key;
-        const auto [bucket, isNewBucket] = bucketNumbers.try_emplace(key.exact, static_cast<u32>(buckets.size()));
-        if (isNewBucket) buckets.emplace_back();
-        entry.bucket = bucket->second;
-        // All irregular lists of a bucket share one shape: nothing can be told about them.
-        const ShapeKey shapeKey = key.isIrregular ? ShapeKey(entry.bucket, true, false, 0, 0, 0)
-                                                  : ShapeKey(entry.bucket, false, key.isRepeating, key.distinct,
-                                                             key.numbers.size(), key.shape);
-        const auto [shape, isNewShape] = shapeNumbers.try_emplace(shapeKey, static_cast<u32>(shapes.size()));
-        entry.shape = shape->second;
-        if (!isNewShape) continue;
-        shapes.emplace_back();
-        shapes.back().distinct = entry.key.distinct;
-        shapes.back().isIrregular = entry.key.isIrregular;
-        if (entry.key.isRepeating || entry.key.isIrregular) buckets[entry.bucket].loose.push_back(entry.shape);
-    }
-    part();
+    zr::vector<const zr::vector<f64>*> rows;
+    for (const u32 member : members)
+        rows.push_back(&keys[member].numbers);
+    const std::size_t first = classes.size();
+    const zr::vector<u32> parts = partByTolerance(rows, kPartTolerance);
+    classes.resize(first + 1 + *std::max_element(parts.begin(), parts.end()));
+    for (std::size_t i = 0; i < members.size(); ++i)
+        classes[first + parts[i]].members.push_back(members[i]);
 }
 
-void MaterialTable::part()
+zr::vector<MaterialClass> partMaterials(const zr::vector<MaterialPtr>& materials)
 {
-    zr::vector<zr::vector<u32>> byShape(shapes.size());
-    for (u32 i = 0; i < entries.size(); ++i)
-        byShape[entries[i].shape].push_back(i);
-    for (std::size_t shape = 0; shape < shapes.size(); ++shape)
+    zr::vector<MaterialKey> keys;
+    for (const MaterialPtr& material : materials)
+        keys.push_back(makeMaterialKey(*material));
+
+    phmap::flat_hash_map<u64, bool> isIrregular; // by the exact fields
+    for (const MaterialKey& key : keys)
+        isIrregular[key.exact] |= key.isIrregular;
+
+    // What all properties have in common says nothing about irregular lists.
+    std::map<std::tuple<u64, bool, u64, std::size_t>, zr::vector<u32>> shapes;
+    for (u32 i = 0; i < keys.size(); ++i)
     {
-        if (shapes[shape].isIrregular) continue;
-        zr::vector<const zr::vector<f64>*> rows;
-        for (const u32 number : byShape[shape])
-            rows.push_back(&entries[number].key.numbers);
-        const zr::vector<u32> classes = partByTolerance(rows, kPartTolerance);
-        for (std::size_t i = 0; i < classes.size(); ++i)
-            entries[byShape[shape][i]].partition = classes[i];
-        shapes[shape].classes.resize(1 + *std::max_element(classes.begin(), classes.end()));
+        const MaterialKey& key = keys[i];
+        if (isIrregular[key.exact])
+            shapes[{key.exact, true, 0, 0}].push_back(i);
+        else
+            shapes[{key.exact, false, key.shape, key.numbers.size()}].push_back(i);
     }
-}
 
-u32 MaterialTable::findIn(const Members& kept, u32 number, u32 best) const
-{
-    for (const u32 candidate : kept)
-    {
-        if (candidate >= best) break;
-        if (material(candidate).isEqual(material(number))) return candidate;
-    }
-    return best;
-}
-
-u32 MaterialTable::findOrKeep(u32 number)
-{
-    const Entry& entry = entries[number];
-    Shape& own = shapes[entry.shape];
-    u32 best = number;
-    if (!own.isIrregular) best = findIn(own.classes[entry.partition], number, best);
-    const zr::vector<u32>& loose = buckets[entry.bucket].loose;
-    for (const u32 shape : loose)
-        if (canEqual(shapes[shape], entry)) best = findIn(shapes[shape].kept, number, best);
-    if (best != number) return best;
-
-    if (!own.isIrregular) own.classes[entry.partition].push_back(number);
-    if (std::find(loose.begin(), loose.end(), entry.shape) != loose.end()) own.kept.push_back(number);
-    return number;
+    zr::vector<MaterialClass> classes;
+    for (const auto& [shape, members] : shapes)
+        if (std::get<bool>(shape))
+            classes.push_back({members, true});
+        else
+            partByNumbers(members, keys, classes);
+    return classes;
 }
 
 /// The render nodes that have a material, and the number of each one's material.
@@ -181,49 +93,62 @@ struct Uses
         }
     }
 
+    /// Distinct, in the order of their first use.
     zr::vector<MaterialPtr> materials;
     zr::vector<BaseRenderNode*> nodes;
     zr::vector<u32> numbers;
 };
 
+/// Gives each material the first kept one that equals it, or keeps it. Returns what was kept.
+zr::vector<u32> replaceEqual(const zr::vector<u32>& members, const zr::vector<MaterialPtr>& materials,
+                             zr::vector<u32>& replacements)
+{
+    zr::vector<u32> kept;
+    for (const u32 member : members)
+    {
+        const auto found = std::find_if(kept.begin(), kept.end(),
+                                        [&](u32 earlier) { return materials[earlier]->isEqual(*materials[member]); });
+        replacements[member] = found == kept.end() ? member : *found;
+        if (found == kept.end()) kept.push_back(member);
+    }
+    return kept;
+}
+
 /// Of two kept materials the one behind was not equal to the one in front when it was looked at the one way. The other
 /// way counts when a node with it stands in front of some node with the other.
-void checkNoneEqual(const MaterialTable& table, const Uses& uses)
+void checkNoneEqual(const zr::vector<zr::vector<u32>>& classes, const Uses& uses)
 {
-    zr::vector<u32> first(table.size());
-    zr::vector<u32> last(table.size());
+    if (classes.empty()) return;
+    zr::vector<u32> first(uses.materials.size());
+    zr::vector<u32> last(uses.materials.size());
     for (std::size_t i = uses.numbers.size(); i-- > 0;)
         first[uses.numbers[i]] = static_cast<u32>(i);
     for (std::size_t i = 0; i < uses.numbers.size(); ++i)
         last[uses.numbers[i]] = static_cast<u32>(i);
-    for (std::size_t i = 0; i < uses.numbers.size(); ++i)
-    {
-        const u32 number = uses.numbers[i];
-        if (first[number] != i) continue;
-        table.forEachLooseBehind(number,
-                                 [&](u32 behind)
-                                 {
-                                     if (first[behind] < last[number] &&
-                                         table.material(behind).isEqual(table.material(number)))
-                                         throw zr::ExtException("There is still equal properties sets.", "", -1);
-                                 });
-    }
+    for (const zr::vector<u32>& kept : classes)
+        for (const u32 a : kept)
+            for (const u32 b : kept)
+                if (a != b && first[a] < last[b] && uses.materials[a]->isEqual(*uses.materials[b]))
+                    throw zr::ExtException("There is still equal properties sets.", "", -1);
 }
 } // namespace
 
 bool mergeEqualPropertiesSets(RootNode* root)
 {
     Uses uses(*root);
-    MaterialTable table(uses.materials);
     zr::vector<u32> replacements(uses.materials.size());
-    for (u32 i = 0; i < replacements.size(); ++i)
-        replacements[i] = table.findOrKeep(i);
+    zr::vector<zr::vector<u32>> unsettled;
+    for (const MaterialClass& materialClass : partMaterials(uses.materials))
+    {
+        zr::vector<u32> kept = replaceEqual(materialClass.members, uses.materials, replacements);
+        if (materialClass.isIrregular) unsettled.push_back(std::move(kept));
+    }
     for (std::size_t i = 0; i < uses.nodes.size(); ++i)
     {
         uses.numbers[i] = replacements[uses.numbers[i]];
         uses.nodes[i]->material = uses.materials[uses.numbers[i]];
     }
-    checkNoneEqual(table, uses);
+    checkNoneEqual(unsettled, uses);
     return root->getMaterials().size() != uses.materials.size();
 }
 } // namespace model

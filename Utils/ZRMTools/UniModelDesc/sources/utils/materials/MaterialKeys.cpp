@@ -136,23 +136,18 @@ MaterialKey makeMaterialKey(const PropertiesSet& material)
     zr::vector<IProperty*> list;
     for (const PropertyPtr& property : material.properties)
         list.push_back(property.get());
-    std::stable_sort(list.begin(), list.end(),
-                     [](const IProperty* a, const IProperty* b) { return compareNames(*a, *b) < 0; });
+    std::sort(list.begin(), list.end(),
+              [](const IProperty* a, const IProperty* b) { return compareNames(*a, *b) < 0; });
     Hasher shape;
     ValueCollector collector(shape, key.numbers);
     for (std::size_t i = 0; i < list.size(); ++i)
     {
-        const bool isKnownName = i > 0 && compareNames(*list[i - 1], *list[i]) == 0;
-        // Entries of one name that are not all the same object are irregular, whatever their order.
-        if (isKnownName && list[i - 1] != list[i]) key.isIrregular = true;
-        if (isKnownName) continue;
-        ++key.distinct;
+        key.isIrregular |= i > 0 && compareNames(*list[i - 1], *list[i]) == 0;
         shape.addText(list[i]->getName());
         shape.add(list[i]->tag);
         list[i]->accept(collector);
     }
     key.shape = shape.value();
-    key.isRepeating = key.distinct < list.size();
     return key;
 }
 
