@@ -15,6 +15,16 @@ constexpr u32 kNoRegion = 0xFFFFFFFFu;
 ///
 /// Whether the common ancestor is a level-of-detail node: the tree without such nodes falls into *regions*. Regions and
 /// level-of-detail nodes make a tree of their own, usually a tiny one, and the common ancestor in it tells.
+///
+///     top                     0
+///     ├ a                     0
+///     │ └ lod                 1 (lod)    a and c meet in region 0, which is no level-of-detail node: they can merge.
+///     │   ├ b                 2          b and c meet in 1, which is one: they cannot.
+///     │   └ c                 3          c and d meet in 3.
+///     │     └ d               3
+///     └ e                     0
+///
+/// A region is numbered when a place in it is first looked at, always behind the one above it.
 class ControlPlaces
 {
 public:

@@ -1,11 +1,11 @@
 #include "utils/merge/MergeLights.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include <parallel_hashmap/phmap.h>
 
 #include "base/ObjectRegistry.h"
+#include "utils/merge/MergeRule.h"
 #include <zr/checked.h>
 
 namespace model
@@ -65,12 +65,6 @@ auto mergedLights(const Group<T>& group, Controls& controls)
     return lights;
 }
 } // namespace
-
-bool isSameDirection(const vec3f& a, const vec3f& b)
-{
-    return std::abs(a.x() - b.x()) <= kDirectionTolerance && std::abs(a.y() - b.y()) <= kDirectionTolerance &&
-           std::abs(a.z() - b.z()) <= kDirectionTolerance;
-}
 
 ObjectPtr<FakeOmniLightsNode> mergeFakeOmniLights(const Group<FakeOmniLightsNode>& group)
 {

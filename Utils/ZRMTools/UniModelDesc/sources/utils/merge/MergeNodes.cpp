@@ -1,95 +1,15 @@
-#include <set>
-
-#include <parallel_hashmap/phmap.h>
-
+#include "RootNode.h"
 #include "utils/Optimizers.h"
+#include "utils/RemoveEmpty.h"
 #include "utils/merge/GroupNodes.h"
-#include "utils/merge/Merge.h"
+#include "utils/merge/ListPlaces.h"
 #include "utils/merge/MergeLights.h"
-#include "utils/mesh/MeshOptimizers.h"
+#include "utils/merge/MergeMeshes.h"
 
 namespace model
 {
 namespace
 {
-class RenderRule final : public MergeRule
-{
-public:
-    bool canJoin(const BaseRenderNode& node) const override
-    {
-        const u32 type = variant(node);
-        return node.material && node.material->blending != 1 && (type == 1 || type == kTriangles);
-    }
-    u32 variant(const BaseRenderNode& node) const override
-    {
-        return static_cast<const RenderNode&>(node).indices.primitiveType;
-    }
-    bool isPlain(const BaseRenderNode& node) const override { return node.properties.empty(); }
-    bool agree(const BaseRenderNode& key, const BaseRenderNode& node) const override
-    {
-        return propertiesEqual(key.properties, node.properties);
-    }
-    bool isBillboardAlone() const override { return true; }
-};
-
-class OmniRule : public MergeRule
-{
-public:
-    bool canJoin(const BaseRenderNode&) const override { return true; }
-    u32 variant(const BaseRenderNode&) const override { return 0; }
-    bool isPlain(const BaseRenderNode& node) const override { return node.properties.empty(); }
-    bool agree(const BaseRenderNode& key, const BaseRenderNode& node) const override
-    {
-        return propertiesEqual(key.properties, node.properties);
-    }
-    bool isBillboardAlone() const override { return false; }
-};
-
-class NumberRule final : public OmniRule
-{
-public:
-    bool canJoin(const BaseRenderNode& node) const override
-    {
-        return node.material && node.material->vertexFormat[kColor1] == 1;
-    }
-};
-
-class SpotRule final : public OmniRule
-{
-public:
-    u32 variant(const BaseRenderNode& node) const override { return spot(node).directions.empty() ? 0 : 1; }
-    bool isPlain(const BaseRenderNode& node) const override
-    {
-        return node.properties.empty() && direction(node) == vec3f();
-    }
-    bool agree(const BaseRenderNode& key, const BaseRenderNode& node) const override
-    {
-        return propertiesEqual(key.properties, node.properties) && isSameDirection(direction(key), direction(node));
-    }
-
-private:
-    static const FakeSpotLightsNode& spot(const BaseRenderNode& node)
-    {
-        return static_cast<const FakeSpotLightsNode&>(node);
-    }
-    static const vec3f& direction(const BaseRenderNode& node) { return spot(node).controls.front().direction; }
-};
-
-/// Two render nodes without a material are an error, wherever they hang; the test of such a pair tells it.
-void checkMaterials(const RootNode& root)
-{
-    const RenderNode* without = nullptr;
-    for (const ObjectPtr<BaseNode>& entry : root.renderNodes)
-    {
-        if (entry->getType() != kRenderNode) continue;
-        const auto& node = static_cast<const RenderNode&>(*entry);
-        if (node.material || node.getNumControlNodes() != 1) continue;
-        MergeStats stats;
-        if (without) canMerge(*without, node, stats);
-        if (!without) without = &node;
-    }
-}
-
 /// What `mergeNodes` takes out of the root's list and what it puts in.
 struct Changes
 {
@@ -98,9 +18,9 @@ struct Changes
 };
 
 template <class T, class Merge>
-void mergeClass(const RootNode& root, u32 type, const MergeRule& rule, Merge merge, Changes& changes)
+void mergeClass(const RootNode& root, u32 type, Merge merge, Changes& changes)
 {
-    for (const zr::vector<ObjectPtr<BaseRenderNode>>& members : groupNodes(root, type, rule))
+    for (const Group<BaseRenderNode>& members : groupNodes(root, type))
     {
         Group<T> group;
         for (const ObjectPtr<BaseRenderNode>& member : members)
@@ -109,61 +29,18 @@ void mergeClass(const RootNode& root, u32 type, const MergeRule& rule, Merge mer
         changes.removed.insert(changes.removed.end(), members.begin(), members.end());
     }
 }
-
-/// Where the entries of a list stand, while entries are removed by putting the last one in their place.
-class ListPlaces
-{
-public:
-    explicit ListPlaces(RootNode::List& nodes) : list(nodes)
-    {
-        for (u32 i = 0; i < list.size(); ++i)
-            if (!places.try_emplace(list[i].get(), i).second) repeated[list[i].get()].insert(i);
-        for (auto& [node, more] : repeated)
-            more.insert(places[node]);
-    }
-
-    /// Removes the first entry of a node.
-    void remove(const BaseNode* node)
-    {
-        const auto found = repeated.find(node);
-        const u32 place = found == repeated.end() ? places[node] : *found->second.begin();
-        if (found != repeated.end()) found->second.erase(place);
-        const u32 last = static_cast<u32>(list.size() - 1);
-        if (place != last) moveLastTo(place, last);
-        list.pop_back();
-    }
-
-private:
-    void moveLastTo(u32 place, u32 last)
-    {
-        const BaseNode* moved = list[last].get();
-        if (const auto found = repeated.find(moved); found != repeated.end())
-        {
-            found->second.erase(last);
-            found->second.insert(place);
-        }
-        else
-            places[moved] = place;
-        list[place] = std::move(list[last]);
-    }
-
-    RootNode::List& list;
-    phmap::flat_hash_map<const BaseNode*, u32> places;
-    phmap::flat_hash_map<const BaseNode*, std::set<u32>> repeated;
-};
 } // namespace
 
 void mergeNodes(RootNode* root)
 {
     removeEmptyRenderNodes(root);
     mergeEqualPropertiesSets(root);
-    checkMaterials(*root);
 
     Changes changes;
-    mergeClass<RenderNode>(*root, kRenderNode, RenderRule(), mergeRenderNodes, changes);
-    mergeClass<FakeOmniLightsNode>(*root, kFakeOmniLightsNode, OmniRule(), mergeFakeOmniLights, changes);
-    mergeClass<FakeSpotLightsNode>(*root, kFakeSpotLightsNode, SpotRule(), mergeFakeSpotLights, changes);
-    mergeClass<NumberNode>(*root, kNumberNode, NumberRule(), mergeNumberNodes, changes);
+    mergeClass<RenderNode>(*root, kRenderNode, mergeRenderNodes, changes);
+    mergeClass<FakeOmniLightsNode>(*root, kFakeOmniLightsNode, mergeFakeOmniLights, changes);
+    mergeClass<FakeSpotLightsNode>(*root, kFakeSpotLightsNode, mergeFakeSpotLights, changes);
+    mergeClass<NumberNode>(*root, kNumberNode, mergeNumberNodes, changes);
 
     // Nothing can fail from here on.
     ListPlaces places(root->renderNodes);

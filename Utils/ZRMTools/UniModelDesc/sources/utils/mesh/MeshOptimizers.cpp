@@ -8,6 +8,7 @@
 #include "nodes/BaseMeshRenderNode.h"
 #include "nodes/ShellNode.h"
 #include "utils/Optimizers.h"
+#include "utils/RemoveEmpty.h"
 #include "utils/mesh/ExactRemap.h"
 #include "utils/mesh/Weld.h"
 
@@ -21,6 +22,8 @@ namespace
 constexpr std::size_t kMaxLibraryVertex = 256;
 
 constexpr unsigned kCacheSize = 16;
+constexpr unsigned kNoWarps = 0;
+constexpr unsigned kNoGroups = 0;
 /// A new order is taken for a better average per triangle (misses) or per vertex (transformations).
 constexpr f32 kMinTriangleGain = 0.01f;
 constexpr f32 kMinVertexGain = 0.1f;
@@ -51,28 +54,6 @@ void forEachShellMesh(const RootNode& root, Work work)
         if (node && node->getType() == kShellNode) work(static_cast<ShellNode&>(*node));
 }
 } // namespace
-
-void removeEmptyRenderNodes(RootNode* root)
-{
-    RootNode::List& list = root->renderNodes;
-    const auto isEmpty = [](const ObjectPtr<BaseNode>& node)
-    {
-        const auto* renderNode = dynamic_cast<const BaseRenderNode*>(node.get());
-        return !renderNode || renderNode->getPrimitiveCount() == 0;
-    };
-    list.erase(std::remove_if(list.begin(), list.end(), isEmpty), list.end());
-}
-
-void removeEmptyShellNodes(RootNode* root)
-{
-    RootNode::List& list = root->shellNodes;
-    const auto isEmpty = [](const ObjectPtr<BaseNode>& node)
-    {
-        const auto* shell = dynamic_cast<const BaseShellNode*>(node.get());
-        return !shell || shell->isEmpty();
-    };
-    list.erase(std::remove_if(list.begin(), list.end(), isEmpty), list.end());
-}
 
 u32 remapVertices(Vertices& vertices, Indices& indices)
 {
@@ -113,10 +94,11 @@ bool optimizeVertexCache(const Vertices& vertices, Indices& indices)
     const u32 count = vertices.getVertexCount();
     if (!areTriangles(list) || !areInRange(list, count)) return false;
 
-    const auto before = meshopt_analyzeVertexCache(list.data(), list.size(), count, kCacheSize, 0, 0);
+    const auto before = meshopt_analyzeVertexCache(list.data(), list.size(), count, kCacheSize, kNoWarps, kNoGroups);
     zr::vector<u32> candidate(list.size());
     meshopt_optimizeVertexCache(candidate.data(), list.data(), list.size(), count);
-    const auto after = meshopt_analyzeVertexCache(candidate.data(), candidate.size(), count, kCacheSize, 0, 0);
+    const auto after =
+        meshopt_analyzeVertexCache(candidate.data(), candidate.size(), count, kCacheSize, kNoWarps, kNoGroups);
     if (!(before.acmr - after.acmr > kMinTriangleGain || before.atvr - after.atvr > kMinVertexGain)) return false;
     list = std::move(candidate);
     return true;

@@ -3,15 +3,10 @@
 #include "Vertices.h"
 #include "mesh/Indices.h"
 
+/// What the library does to one mesh, with what a script can bring about tested before. Calls on different meshes may
+/// run together.
 namespace model
 {
-class RootNode;
-
-/// Keeps, in order, the render nodes that have primitives.
-void removeEmptyRenderNodes(RootNode* root);
-/// Keeps, in order, the shell nodes that have something to write.
-void removeEmptyShellNodes(RootNode* root);
-
 /// Removes the vertices whose bytes repeat those of another; the rest stand in the order of their first use. Without a
 /// repeat nothing changes. A mesh without indices, with an index beyond its vertices or whose attributes don't go
 /// together stays as it is.
