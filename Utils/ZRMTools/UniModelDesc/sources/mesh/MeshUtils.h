@@ -3,7 +3,7 @@
 #include "Vertices.h"
 #include "mesh/Indices.h"
 
-/// Operations on the vertices and indices of one mesh.
+/// Operations on the vertices and indices of one mesh. Calls on different meshes may run together.
 namespace model
 {
 /// The tolerance with which all callers look for degenerate triangles.

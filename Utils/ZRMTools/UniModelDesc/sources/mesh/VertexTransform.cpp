@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <compare>
 
 #include "Vertices.h"
 #include <zr/unordered_set.h>
@@ -8,6 +9,10 @@ namespace model
 {
 namespace
 {
+/// Columns up to this length are not brought to length 1, and a matrix below this determinant turns no direction.
+constexpr f64 kShortColumn = 1e-6;
+constexpr f64 kSmallDeterminant = 1e-5;
+
 /// Directions go through this 3 by 3 matrix, row vectors from the left.
 struct NormalMatrix
 {
@@ -25,7 +30,7 @@ NormalMatrix normalMatrix(const f64* m)
         const f64 y = m[4 + column];
         const f64 z = m[8 + column];
         f64 length = std::sqrt(x * x + y * y + z * z);
-        if (length <= 1e-6) length = 1.0;
+        if (length <= kShortColumn) length = 1.0;
         a[0][column] = x / length;
         a[1][column] = y / length;
         a[2][column] = z / length;
@@ -45,7 +50,7 @@ NormalMatrix normalMatrix(const f64* m)
     const f64 determinant = a[0][0] * cofactors[0][0] + a[0][1] * cofactors[0][1] + a[0][2] * cofactors[0][2];
 
     NormalMatrix result;
-    if (std::abs(determinant) < 1e-5) return result;
+    if (std::abs(determinant) < kSmallDeterminant) return result;
     for (int row = 0; row < 3; ++row)
         for (int column = 0; column < 3; ++column)
             result.rows[row][column] = cofactors[row][column] / determinant;
@@ -110,24 +115,31 @@ void moveVertices(Vertices& vertices, const zr::vector<u32>& choices, const zr::
     moveAttribute(vertices.findAttribute(kPosition1), choices, transforms, point);
 }
 
+/// A selector and the position of its transform.
+struct Choice
+{
+    u32 selector;
+    u32 transform;
+
+    auto operator<=>(const Choice&) const = default;
+};
+
 /// For each vertex the position in `list[first..last)` of its selector, or `kUnmoved`. No selector comes twice there.
 zr::vector<u32> chooseBySelector(const Attribute& positions, const zr::vector<SelectorMatrix>& list, std::size_t first,
                                  std::size_t last)
 {
     // Sorted pairs, so that selectors may be any numbers; a single one, the common case, needs no search.
-    zr::vector<std::pair<u32, u32>> bySelector;
+    zr::vector<Choice> bySelector;
     for (std::size_t i = first; i < last; ++i)
-        bySelector.emplace_back(list[i].selector, static_cast<u32>(i - first));
+        bySelector.push_back({list[i].selector, static_cast<u32>(i - first)});
     std::sort(bySelector.begin(), bySelector.end());
 
     zr::vector<u32> choices(positions.count(), kUnmoved);
-    const f32* fourth = positions.data.data() + 3;
-    for (u32& choice : choices)
+    for (std::size_t i = 0; i < choices.size(); ++i)
     {
-        const u32 entry = entryIndexOf(*fourth);
-        fourth += 4;
-        const auto found = std::lower_bound(bySelector.begin(), bySelector.end(), std::pair<u32, u32>(entry, 0));
-        if (entry != kNoEntry && found != bySelector.end() && found->first == entry) choice = found->second;
+        const u32 entry = entryIndexOf(positions.data[4 * i + 3]);
+        const auto found = std::lower_bound(bySelector.begin(), bySelector.end(), Choice{entry, 0});
+        if (entry != kNoEntry && found != bySelector.end() && found->selector == entry) choices[i] = found->transform;
     }
     return choices;
 }

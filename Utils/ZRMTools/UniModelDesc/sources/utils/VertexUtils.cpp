@@ -47,7 +47,7 @@ u32 removeRepeatedTextureChannels(Vertices& vertices, TextureChannels& channels)
         if (found == kept.end())
             kept.push_back(semantic);
         else
-            repeats.emplace_back(semantic, *found);
+            repeats.push_back({semantic, *found});
     }
     for (const auto& [from, to] : repeats)
     {
@@ -88,7 +88,7 @@ void remapTextureChannels(const SemanticRemap& remap, Vertices& vertices, Vertex
         vertices.erase(to);
     }
     for (std::size_t i = 0; i < remap.size(); ++i)
-        vertices[remap[i].second] = std::move(moved[i]);
+        vertices[remap[i].to] = std::move(moved[i]);
     vertexFormat = newFormat;
     checkVertexSize(vertices, vertexFormat);
 }

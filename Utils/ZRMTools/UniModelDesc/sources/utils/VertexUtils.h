@@ -1,17 +1,21 @@
 #pragma once
 
-#include <utility>
-
 #include "Vertices.h"
 #include "materials/PropertiesSet.h"
 #include <zr/array.h>
 
 /// Operations on the texture coordinates of one mesh: the attributes, the vertex format of its material, and the table
-/// of channels, which holds coordinate set numbers (set n is the semantic `kTexCoord0 + n`) or -1.
+/// of channels, which holds coordinate set numbers (set n is the semantic `kTexCoord0 + n`) or -1. Calls on different
+/// meshes may run together.
 namespace model
 {
 /// Moves of attributes, each from one semantic to another. No semantic occurs twice on one side.
-using SemanticRemap = zr::vector<std::pair<i32, i32>>;
+struct SemanticMove
+{
+    i32 from;
+    i32 to;
+};
+using SemanticRemap = zr::vector<SemanticMove>;
 
 /// Drops each texture coordinate attribute that repeats an earlier one (no float differs by more than 0.001) and lets
 /// the channels use the earlier one. Returns the number of attributes dropped.

@@ -3,15 +3,16 @@
 #include <bit>
 #include <cstring>
 
+#include <zr/unordered.h>
+
 namespace model
 {
 namespace
 {
-u64 hashBytes(const u8* bytes, std::size_t size)
+/// The low bits of the hash pick the slot, so the high ones have to reach them.
+u64 hashVertex(const u8* bytes, std::size_t size)
 {
-    u64 hash = 0xcbf29ce484222325u;
-    for (std::size_t i = 0; i < size; ++i)
-        hash = (hash ^ bytes[i]) * 0x100000001b3u;
+    const u64 hash = zr::hashBytes(bytes, size);
     return hash ^ (hash >> 32);
 }
 } // namespace
@@ -28,7 +29,7 @@ std::size_t generateExactRemap(zr::vector<u32>& remap, const zr::vector<u32>& in
     {
         if (remap[vertex] != kUnusedVertex) continue;
         const u8* record = bytes + vertex * vertexSize;
-        std::size_t slot = hashBytes(record, vertexSize) & (size - 1);
+        std::size_t slot = hashVertex(record, vertexSize) & (size - 1);
         while (table[slot] != kUnusedVertex && std::memcmp(bytes + table[slot] * vertexSize, record, vertexSize) != 0)
             slot = (slot + 1) & (size - 1);
         if (table[slot] == kUnusedVertex)

@@ -14,7 +14,7 @@ constexpr u32 kUnusedVertex = 0xFFFFFFFFu;
 /// indices     every value below vertexCount
 /// vertices    vertexCount * vertexSize bytes
 /// remap       written, [vertexCount]: the new number of each vertex, in the order of first use, or `kUnusedVertex`
-/// returns     how many vertices remain. Expected linear.
+/// returns     how many vertices remain. Expected linear. Calls on different meshes may run together.
 std::size_t generateExactRemap(zr::vector<u32>& remap, const zr::vector<u32>& indices, const void* vertices,
                                std::size_t vertexCount, std::size_t vertexSize);
 

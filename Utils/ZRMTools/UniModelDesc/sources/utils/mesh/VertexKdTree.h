@@ -41,7 +41,7 @@ inline bool isSamePoint(const f32* a, const f32* b, std::size_t dimension, f32 t
 /// float, each node in the middle of its region, so that the order of insertion has no influence on the depth.
 ///
 /// A node has three children: below the split, from the split on, and NaN, which agrees with everything and is
-/// therefore always looked at. Leaves are chains of vertices.
+/// therefore always looked at. Leaves are chains of vertices. An object is for one thread at a time, the search too.
 class VertexKdTree
 {
 public:
