@@ -30,15 +30,15 @@ public:
     {
         for (std::size_t changes = 1; changes > 0;)
         {
-            const std::size_t replaced = replaceEmptyNodes();
-            const std::size_t dummies = removeDummyNodes();
-            std::size_t deadEnds = removeDeadEnds();
-            const std::size_t moved = moveTransforms();
-            if (deadEnds > 0)
-                while (const std::size_t more = removeDeadEnds())
-                    deadEnds += more;
+            changes = replaceEmptyNodes();
+            changes += removeDummyNodes();
+            const std::size_t deadEnds = removeDeadEnds();
+            changes += deadEnds;
+            changes += moveTransforms();
+            while (deadEnds > 0 && removeDeadEnds() > 0)
+            {
+            }
             compact();
-            changes = replaced + dummies + deadEnds + moved;
         }
         for (const NodePtr& node : deleted)
             node->setName("_DELETED_");
@@ -53,12 +53,12 @@ private:
             children.push_back(child);
         return children;
     }
+    static bool isBelowBarrier(const Node& node) { return !node.parent() || node.parent()->isOptimizationBarrier(); }
     void remove(const NodePtr& node)
     {
         if (node->parent()) node->parent()->remove(node);
         deleted.push_back(node);
     }
-    static bool isBelowBarrier(const Node& node) { return !node.parent() || node.parent()->isOptimizationBarrier(); }
     void splice(const NodePtr& node)
     {
         const NodePtr parent = node->parent();
@@ -69,44 +69,42 @@ private:
 
     static NodePtr replacementOf(const Node& node)
     {
-        if (node.getType() == kTransformNode && isIdentity(static_cast<const TransformNode&>(node).matrix))
-            return create<Node>("model::Node");
-        if (node.getType() == kArgVisibilityNode && static_cast<const ArgVisibilityNode&>(node).hasNoRanges())
-            return create<Node>("model::Node");
-        if (node.getType() == kArgAnimationNode && static_cast<const ArgAnimationNode&>(node).hasNoKeys())
+        const auto* transform = dynamic_cast<const TransformNode*>(&node);
+        const auto* visibility = dynamic_cast<const ArgVisibilityNode*>(&node);
+        const auto* animation = dynamic_cast<const ArgAnimationNode*>(&node);
+        const auto* source = dynamic_cast<const ArgAnimatedBone*>(&node);
+        if (source && source->hasNoKeys())
         {
-            const matrixd m = static_cast<const ArgAnimationNode&>(node).localMatrix(DummyArguments());
-            if (isIdentity(m)) return create<Node>("model::Node");
-            const auto transform = create<TransformNode>("model::TransformNode");
-            transform->matrix = m;
-            return transform;
-        }
-        if (node.getType() == kArgAnimatedBone && static_cast<const ArgAnimatedBone&>(node).hasNoKeys())
-        {
-            const auto& source = static_cast<const ArgAnimatedBone&>(node);
             const auto bone = create<Bone>("model::Bone");
-            const matrixd turn = rotationMatrix(source.baseScaleRotation);
-            const matrixd back = rotationMatrix(inverse(source.baseScaleRotation));
-            matrixd m = multiply(multiply(turn, scaleMatrix(source.baseScale)), back);
-            m = multiply(multiply(m, translationMatrix(source.basePosition)), source.matrix);
-            bone->matrix = m;
-            bone->invertedBaseBoneMatrix = source.invertedBaseBoneMatrix;
+            const matrixd turn = rotationMatrix(source->baseScaleRotation);
+            const matrixd back = rotationMatrix(inverse(source->baseScaleRotation));
+            const matrixd scale = multiply(multiply(turn, scaleMatrix(source->baseScale)), back);
+            bone->matrix = multiply(multiply(scale, translationMatrix(source->basePosition)), source->matrix);
+            bone->invertedBaseBoneMatrix = source->invertedBaseBoneMatrix;
             return bone;
         }
-        return nullptr;
+        bool isPlain = visibility && visibility->hasNoRanges();
+        if (node.getType() == kTransformNode) isPlain = isIdentity(transform->matrix);
+        if (node.getType() == kArgAnimationNode && animation->hasNoKeys())
+        {
+            const matrixd m = animation->localMatrix(DummyArguments());
+            isPlain = isIdentity(m);
+            const auto replacement = create<TransformNode>("model::TransformNode");
+            replacement->matrix = m;
+            if (!isPlain) return replacement;
+        }
+        return isPlain ? create<Node>("model::Node") : nullptr;
     }
 
     std::size_t replaceEmptyNodes()
     {
-        zr::vector<std::pair<NodePtr, NodePtr>> pairs;
-        for (const NodePtr& node : walk())
-            if (const NodePtr replacement = replacementOf(*node))
-            {
-                replacement->name = node->name;
-                pairs.emplace_back(replacement, node);
-            }
-        for (const auto& [replacement, old] : pairs)
+        std::size_t count = 0;
+        for (const NodePtr& old : walk())
         {
+            const NodePtr replacement = replacementOf(*old);
+            if (!replacement) continue;
+            ++count;
+            replacement->name = old->name;
             root.replaceControlNode(old.get(), replacement);
             for (const NodePtr& child : childrenOf(*old))
                 replacement->insert(child, nullptr);
@@ -116,20 +114,20 @@ private:
                 root.setRootTransform(replacement);
             remove(old);
         }
-        return pairs.size();
+        return count;
     }
 
     std::size_t removeDummyNodes()
     {
-        zr::vector<NodePtr> candidates;
+        std::size_t count = 0;
         for (const NodePtr& node : walk())
-            if (node->getType() == kNode && !isBelowBarrier(*node)) candidates.push_back(node);
-        for (const NodePtr& node : candidates)
         {
+            if (node->getType() != kNode || isBelowBarrier(*node)) continue;
             root.replaceControlNode(node.get(), node->parent());
             splice(node);
+            ++count;
         }
-        return candidates.size();
+        return count;
     }
 
     std::size_t removeDeadEnds()
@@ -159,16 +157,13 @@ private:
 
     bool moveUsers(TransformNode& transform, std::size_t& moved)
     {
-        const matrixd m = transform.matrix;
         NodePtr place;
         bool areAllMoved = true;
         for (const auto& [user, index] : root.getUsers(&transform))
         {
-            if (!user->applyMatrix(static_cast<u32>(index), m.m))
-            {
-                areAllMoved = false;
-                continue;
-            }
+            const bool isMoved = user->applyMatrix(static_cast<u32>(index), transform.matrix.m);
+            areAllMoved &= isMoved;
+            if (!isMoved) continue;
             if (!place)
             {
                 place = create<Node>("model::Node");

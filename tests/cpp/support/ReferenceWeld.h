@@ -3,7 +3,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "mesh/MeshUtils.h"
+#include "base/types.h"
+#include <zr/containers.h>
 
 /// The rule of the weld as a comparison of all pairs.
 namespace test::reference
@@ -37,33 +38,5 @@ inline zr::vector<u32> weldTargets(const zr::vector<f32>& points, std::size_t di
                 targets[w] = v;
             }
     return targets;
-}
-
-inline u32 weldVertices(Vertices& vertices, Indices& indices, f32 tolerance)
-{
-    const u32 unused = removeUnusedVertices(vertices, indices);
-    const zr::vector<f32> packed = vertices.interleave();
-    const std::size_t stride = vertices.getStride();
-    if (packed.empty()) return unused;
-    zr::vector<u32> targets = weldTargets(packed, stride, tolerance);
-    zr::vector<f32> kept;
-    u32 skipped = 0;
-    for (u32 i = 0; i < targets.size(); ++i)
-    {
-        if (targets[i] != i)
-        {
-            targets[i] = targets[targets[i]];
-            ++skipped;
-            continue;
-        }
-        targets[i] = i - skipped;
-        kept.resize(kept.size() + stride);
-        std::memcpy(&kept[kept.size() - stride], &packed[i * stride], stride * sizeof(f32));
-    }
-    if (skipped == 0) return unused;
-    for (u32& index : indices.indices)
-        index = targets[index];
-    vertices.deinterleave(kept, static_cast<u32>(kept.size() / stride));
-    return unused + skipped;
 }
 } // namespace test::reference

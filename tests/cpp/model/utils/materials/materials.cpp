@@ -7,7 +7,6 @@
 #include "ReferenceMaterials.h"
 #include "base/ObjectRegistry.h"
 #include "utils/Optimizers.h"
-#include "utils/materials/MaterialKeys.h"
 
 namespace test
 {
@@ -32,8 +31,7 @@ public:
                                     : makeMaterial());
         for (unsigned i = random.below(20); i-- > 0;)
         {
-            const auto node =
-                create<BaseRenderNode>(random.chance(80) ? "model::RenderNode" : "model::FakeOmniLightsNode");
+            const auto node = create<RenderNode>("model::RenderNode");
             if (random.chance(97)) node->material = materials[random.below(materials.size())];
             root->addRenderNode(node);
         }
@@ -43,42 +41,24 @@ public:
 private:
     f32 value()
     {
-        if (random.chance(3)) return std::numeric_limits<f32>::quiet_NaN();
-        if (random.chance(2)) return std::numeric_limits<f32>::infinity();
+        constexpr f32 kNaN = std::numeric_limits<f32>::quiet_NaN();
+        if (random.chance(4)) return random.pick({kNaN, std::numeric_limits<f32>::infinity()});
         return 1.0f + static_cast<f32>(random.below(6)) * 0.6e-5f;
     }
 
     PropertyPtr makeProperty()
     {
-        PropertyPtr property;
-        switch (random.below(6))
+        const auto property = create<IProperty>(
+            random.pick({"model::Property<unsigned int>", "model::AnimatedProperty<osg::Vec2f>",
+                         "model::Property<osg::Vec3f>", "model::Property<float>", "model::Property<float>"}));
+        if (auto* number = dynamic_cast<UIntProperty*>(property.get())) number->value = random.below(2);
+        if (auto* number = dynamic_cast<FloatProperty*>(property.get())) number->value = value();
+        if (auto* color = dynamic_cast<Vec3fProperty*>(property.get())) color->value = {1.0f, value(), 0.0f};
+        if (auto* animated = dynamic_cast<AnimatedVec2fProperty*>(property.get()))
         {
-        case 0:
-            property = create<IProperty>("model::Property<unsigned int>");
-            dynamic_cast<UIntProperty&>(*property).value = random.below(2);
-            break;
-        case 1:
-        {
-            const auto keys = create<AnimatedVec2fProperty>("model::AnimatedProperty<osg::Vec2f>");
-            keys->argument = random.below(2);
+            animated->argument = random.below(2);
             for (unsigned i = random.below(3); i-- > 0;)
-                keys->keys.push_back({static_cast<f64>(value()), {value(), value()}});
-            property = keys;
-            break;
-        }
-        case 2:
-        {
-            const auto color = create<Vec3fProperty>("model::Property<osg::Vec3f>");
-            color->value = {1.0f, value(), 0.0f};
-            property = color;
-            break;
-        }
-        default:
-        {
-            const auto number = create<FloatProperty>("model::Property<float>");
-            number->value = value();
-            property = number;
-        }
+                animated->keys.push_back({static_cast<f64>(value()), {value(), value()}});
         }
         property->setName(random.pick({"a", "b", "c", "d"}));
         return property;
@@ -90,7 +70,6 @@ private:
         if (random.chance(10)) material->setName("other");
         if (random.chance(10)) material->castsShadow = 0;
         if (random.chance(10)) material->singleSided = 0;
-        if (random.chance(10)) material->depthBias = 1;
         if (random.chance(10)) material->setChannel(2, 1);
         if (random.chance(10)) material->setTexture(3, "map");
         // The matrix of an unused slot plays no part.
@@ -127,53 +106,6 @@ TEST(MergeEqualPropertiesSets, DoesWhatTheLoopOverAllPairsDoes)
         failures += !failure.empty();
     }
     EXPECT_GT(failures, 10) << "the scenes are to bring about the failure too";
-}
-
-TEST(PartByTolerance, PartsAtGapsOnly)
-{
-    const f64 nan = std::numeric_limits<f64>::quiet_NaN();
-    const zr::vector<zr::vector<f64>> rows{{0.0, 5.0}, {0.9, 5.0}, {1.8, 5.0}, {9.0, 5.0}, {0.0, 7.0}, {nan, 5.0}};
-    zr::vector<const zr::vector<f64>*> pointers;
-    for (const auto& row : rows)
-        pointers.push_back(&row);
-    const zr::vector<u32> classes = partByTolerance(pointers, 1.0);
-    EXPECT_EQ(classes[0], classes[1]);
-    EXPECT_EQ(classes[1], classes[2]);
-    EXPECT_NE(classes[2], classes[3]);
-    EXPECT_NE(classes[0], classes[4]);
-}
-
-PropertyPtr number(const char* name, f32 value)
-{
-    const auto property = create<FloatProperty>("model::Property<float>");
-    property->value = value;
-    property->setName(name);
-    return property;
-}
-
-/// {a, a} equals {a, b}, but not the other way round. Only the order a b a of the nodes brings that to light: the
-/// second material is new when it is looked at, and stands in front of the first one's last node.
-TEST(MergeEqualPropertiesSets, TellsOfEqualityThatTheOrderHid)
-{
-    const PropertyPtr a = number("a", 1.0f);
-    MaterialPtr pair(new PropertiesSet());
-    pair->properties.push_back(a);
-    pair->properties.push_back(number("b", 2.0f));
-    MaterialPtr twice(new PropertiesSet());
-    twice->properties.push_back(a);
-    twice->properties.push_back(a);
-    for (const bool isHidden : {false, true})
-    {
-        const auto root = create<RootNode>("model::RootNode");
-        for (const MaterialPtr& material : {pair, twice, isHidden ? twice : pair})
-        {
-            const auto node = create<BaseRenderNode>("model::RenderNode");
-            node->material = material;
-            root->addRenderNode(node);
-        }
-        EXPECT_EQ(failureOf([&] { mergeEqualPropertiesSets(root.get()); }),
-                  isHidden ? "" : "raised There is still equal properties sets.");
-    }
 }
 } // namespace
 } // namespace test

@@ -1,0 +1,88 @@
+#include <bit>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "Random.h"
+#include "ReferenceWeld.h"
+#include "utils/mesh/Weld.h"
+
+namespace test
+{
+namespace
+{
+using namespace model;
+
+constexpr f32 kTolerance = 1e-5f;
+constexpr f32 kInfinity = std::numeric_limits<f32>::infinity();
+constexpr f32 kNaN = std::numeric_limits<f32>::quiet_NaN();
+constexpr f32 kDenormal = std::numeric_limits<f32>::denorm_min();
+
+/// Values that lie around the tolerance and around the cells of a grid, at sizes where it counts and where it doesn't.
+f32 uglyValue(Random& random)
+{
+    const f32 step = kTolerance * random.pick({0.0f, 0.4f, 0.5f, 0.999f, 1.0f, 1.001f, 2.0f, 32.0f, 31.5f});
+    switch (random.below(12))
+    {
+    case 0:
+        return random.pick({0.0f, -0.0f, kDenormal, -kDenormal});
+    case 1:
+        return random.pick({kInfinity, -kInfinity, kNaN, 3e38f, -3e38f});
+    case 2:
+        return random.pick({1e10f, -1e10f, 1e20f, 16777216.0f}) + step;
+    case 3:
+        return random.pick({1.0f, -0.5f}) + step;
+    default:
+        return step * static_cast<f32>(random.below(3));
+    }
+}
+
+zr::vector<f32> uglyPoints(Random& random, std::size_t dimension)
+{
+    const std::size_t count = 1 + random.below(random.pick({4u, 30u, 120u, 400u}));
+    const unsigned crowd = random.pick({0u, 50u, 90u, 100u});
+    const bool isTame = random.chance(50);
+    zr::vector<f32> points;
+    for (std::size_t i = 0; i < count * dimension; ++i)
+    {
+        const std::size_t k = i % dimension;
+        const f32 bits = std::bit_cast<f32>(random.pick({1u, 0x80000000u, 0x7F800001u}));
+        const f32 tame = static_cast<f32>(random.below(12)) * 0.8e-5f;
+        const bool isCrowded = random.chance(k == 3 ? 90 : crowd);
+        points.push_back(k < 3 && isCrowded ? 0.25f : k == 3 ? (isCrowded ? 0.0f : bits) : tame);
+        if (!isTame && k != 3 && !(k < 3 && isCrowded)) points.back() = uglyValue(random);
+    }
+    return points;
+}
+
+TEST(FindWeldTargets, FindsThePairsOfTheFullComparison)
+{
+    for (std::uint64_t seed = 1; seed <= 6000; ++seed)
+    {
+        Random random(seed);
+        const std::size_t dimension = 1 + random.below(12);
+        const zr::vector<f32> points = uglyPoints(random, dimension);
+        const f32 tolerance = random.chance(90) ? kTolerance : random.pick({0.0f, 0.5f, 1e-30f});
+        ASSERT_EQ(reference::weldTargets(points, dimension, tolerance),
+                  findWeldTargets({points.data(), points.size() / dimension, dimension}, tolerance))
+            << "seed " << seed << " dimension " << dimension;
+    }
+}
+
+/// The second lies in reach of the first and of the third, which survive; the last is used by nobody.
+TEST(WeldVertices, RenumbersAndDropsWhatIsUnused)
+{
+    Vertices vertices;
+    vertices[0] = {{0, 0, 0, 0, 0.8e-5f, 0, 0, 0, 1.6e-5f, 0, 0, 0, 0, 0, 0, 1, 5, 5, 5, 0}, 4};
+    vertices[20] = {{1, 1, 1, 1, 1}, 1};
+    Indices indices;
+    indices.indices = {0, 1, 2, 3, 2, 1};
+    EXPECT_EQ(weldVertices(vertices, indices, kTolerance), 2u);
+    EXPECT_EQ(indices.indices, (zr::vector<u32>{0, 0, 1, 2, 1, 0}));
+    EXPECT_EQ(vertices[0].data, (zr::vector<f32>{0, 0, 0, 0, 1.6e-5f, 0, 0, 0, 0, 0, 0, 1}));
+    EXPECT_EQ(vertices[20].data, (zr::vector<f32>{1, 1, 1}));
+    vertices[20].data.pop_back();
+    EXPECT_EQ(weldVertices(vertices, indices, kTolerance), 0u) << "left alone: the attributes don't go together";
+}
+} // namespace
+} // namespace test
