@@ -127,8 +127,8 @@ TEST(ExtremlyOptimizeMeshes, WeldsAtTheToleranceAndRemovesWhatIsLeftEmpty)
     EXPECT_EQ(skin->indices.indices.size(), 9u) << "left alone";
 }
 
-/// A NaN welds with nothing, but its bytes may be the same.
-TEST(FinishModel, RemapsWhatTheWeldLeaves)
+/// The last two vertices lie within the tolerance. A NaN welds with nothing, but its bytes may be the same.
+TEST(FinishModel, WeldsAndRemapsWhatTheWeldLeaves)
 {
     const auto root = create<RootNode>("model::RootNode");
     const auto node = create<RenderNode>("model::RenderNode");
@@ -136,8 +136,8 @@ TEST(FinishModel, RemapsWhatTheWeldLeaves)
     node->setControlNode(0, root->rootTransform);
     node->material = MaterialPtr(new PropertiesSet());
     node->material->setFormat(0, 3);
-    node->vertices[0] = {{NAN, 0, 0, NAN, 0, 0, 0, 1, 0, 0, 0, 1}, 3};
-    node->indices.indices = {0, 2, 3, 1, 2, 3};
+    node->vertices[0] = {{NAN, 0, 0, NAN, 0, 0, 0, 1, 0, 0, 0, 1, 0.9e-5f, 0, 1}, 3};
+    node->indices.indices = {0, 2, 3, 1, 2, 4};
     root->addRenderNode(node);
     finishModel(*root);
     EXPECT_EQ(node->vertices.getVertexCount(), 3u);
