@@ -7,6 +7,7 @@
 #include <string>
 
 #include "RootNode.h"
+#include "nodes/FakeOmniLights.h"
 #include "nodes/FakeSpotLights.h"
 #include "nodes/FakeSpotLights3Node.h"
 #include "nodes/NumberNode.h"

@@ -5,10 +5,12 @@
 
 #include "ReferenceMaterials.h"
 #include "base/ObjectRegistry.h"
+#include "nodes/FakeOmniLights.h"
 #include "nodes/FakeSpotLights.h"
 #include "nodes/NumberNode.h"
 #include "nodes/ShellNode.h"
 #include <zr/exceptions.h>
+#include <zr/checked.h>
 
 /// The rules of merging: each node against the key of every group, each entry by a search.
 namespace test::reference

@@ -5,6 +5,7 @@
 #include "base/ObjectRegistry.h"
 #include "mesh/MeshUtils.h"
 #include <zr/exceptions.h>
+#include <zr/checked.h>
 
 namespace model
 {

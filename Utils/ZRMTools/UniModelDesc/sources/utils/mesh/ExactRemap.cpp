@@ -3,7 +3,7 @@
 #include <bit>
 #include <cstring>
 
-#include <zr/unordered.h>
+#include <zr/hash.h>
 
 namespace model
 {

@@ -4,6 +4,7 @@
 
 #include "nodes/BaseMeshRenderNode.h"
 #include "nodes/FakeLights.h"
+#include "nodes/FakeOmniLights.h"
 #include "nodes/FakeSpotLights.h"
 #include "nodes/FakeSpotLights3Node.h"
 
