@@ -73,13 +73,12 @@ bool waitForRoom(int descriptor, std::uint64_t deadline) noexcept
 /// When a debugger is attached and standard error is not its terminal, to that terminal.
 void writeToDebuggersTerminal(const char* text, std::size_t size) noexcept
 {
-    constexpr std::uint64_t kSecond = 1'000'000'000;
-    static std::atomic<std::uint64_t> nextLook{0};
+    static std::atomic<time_t> lastLook{0};
     static std::atomic<bool> attached{false};
-    const std::uint64_t now = monotonicNanoseconds();
-    if (now >= nextLook.load(std::memory_order_relaxed))
+    const time_t now = time(nullptr); // the cheapest clock; what it does when somebody sets it is no harm
+    if (now != lastLook.load(std::memory_order_relaxed))
     {
-        nextLook.store(now + kSecond, std::memory_order_relaxed);
+        lastLook.store(now, std::memory_order_relaxed);
         attached.store(isDebuggerAttached(), std::memory_order_relaxed);
     }
     if (!attached.load(std::memory_order_relaxed) || isTerminal(standardError())) return;

@@ -29,6 +29,11 @@ void raiseAlert(const char* text, u32 level) noexcept
     silenced.exchange(quiet);
 }
 
+bool insideAlertHandler() noexcept
+{
+    return insideHandler;
+}
+
 int alertBox(const char* text, const char* label) noexcept
 {
     const std::string_view parts[] = {"\n", label, "\n", text, "\n(A)bort, [R]etry, (I)gnore: "};

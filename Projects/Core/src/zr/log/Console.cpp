@@ -74,6 +74,7 @@ void writeToDebugger(const LogRecord& record) noexcept
 void forgetConsoleThreads() noexcept
 {
     lock.forgetHolder();
+    kind = Kind::Unknown; // a child is often given another standard error
 }
 
 void setConsoleFormat(u32 format) noexcept

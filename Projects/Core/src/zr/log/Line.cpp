@@ -146,7 +146,11 @@ void LineStream::write(platform::FileHandle file, Line& line, const char* colour
     }
     if (torn) addInFront("\n", 1);
     const auto size = static_cast<std::size_t>(end - begin);
-    const std::size_t written = platform::writeLine(file, begin, size);
+    std::size_t written = 0;
+    if (kind == Kind::RegularFile)
+        static_cast<void>(platform::writeAll(file, begin, size, written));
+    else
+        written = platform::writeLine(file, begin, size);
     if (written > 0) torn = written < size;
 }
 } // namespace zr::log

@@ -64,11 +64,20 @@ private:
 class LineStream
 {
 public:
+    enum class Kind
+    {
+        Any,
+        RegularFile, ///< never full for a while, never without a reader
+    };
+
+    constexpr explicit LineStream(Kind streamKind = Kind::Any) noexcept : kind(streamKind) {}
+
     /// One write to `file`. `colour` (zero-terminated) stands in front, and behind the line the terminal's own; null:
     /// none.
     void write(platform::FileHandle file, Line& line, const char* colour = nullptr) noexcept;
 
 private:
+    Kind kind;
     bool torn = false;
 };
 } // namespace zr::log

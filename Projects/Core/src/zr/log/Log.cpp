@@ -105,7 +105,7 @@ bool write(const char* tag, u32 level, const char* format, ...) noexcept
     record->format(format, arguments);
     va_end(arguments);
     raiseAlert(record->text.c_str(), level);
-    record->time = clockSeconds();
+    record->time = clockSeconds(); // of the end of an alert, not of its beginning
     road.submit(record);
     return true;
 }

@@ -7,7 +7,6 @@
 #include <platform/threads.h>
 #include <zr/format.h>
 #include <zr/log/Log.h>
-#include <zr/log/LogClock.h>
 
 namespace zr::log
 {
@@ -45,7 +44,6 @@ void LogRecord::setTag(const char* newTag) noexcept
 
 void LogRecord::fill(const char* newTag, u32 newLevel) noexcept
 {
-    time = clockSeconds();
     level = newLevel;
     setTag(newTag);
     std::size_t length = 0;

@@ -34,7 +34,7 @@ struct LogRecord
     std::string_view threadNameView() const noexcept { return {threadName, threadNameLength}; }
     std::string_view tagView() const noexcept { return {tag, tagLength}; }
 
-    /// Sets everything but the text: the time, the calling thread's name, or its number where the library gave it
+    /// Sets everything but the text and the time: the calling thread's name, or its number where the library gave it
     /// none, and the arguments.
     void fill(const char* newTag, u32 newLevel) noexcept;
 

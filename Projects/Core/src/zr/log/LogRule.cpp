@@ -23,15 +23,15 @@ Pattern::Result Pattern::match(std::string_view name) const noexcept
 
 LogRule::LogRule(const Rule& rule) noexcept : levels(rule.levels)
 {
-    if (rule.levels) flags |= kLevels;
+    if (rule.levels) flags |= kTestLevels;
     if (rule.tag)
     {
-        flags |= kTag;
+        flags |= kTestTag;
         tag.set(rule.tag);
     }
     if (rule.thread)
     {
-        flags |= kThread;
+        flags |= kTestThread;
         thread.set(rule.thread);
     }
 }
@@ -39,21 +39,21 @@ LogRule::LogRule(const Rule& rule) noexcept : levels(rule.levels)
 u32 LogRule::acceptedLevels() const noexcept
 {
     if (tag.start != 0 || thread.start != 0) return 0;
-    return flags & kLevels ? levels : ~u32{0};
+    return flags & kTestLevels ? levels : ~u32{0};
 }
 
 bool rulesPass(std::span<const LogRule> rules, std::string_view tag, u32 level, std::string_view thread) noexcept
 {
     for (const LogRule& rule : rules)
     {
-        if (rule.flags & LogRule::kLevels && (level & rule.levels) == 0) continue;
-        if (rule.flags & LogRule::kTag)
+        if (rule.flags & LogRule::kTestLevels && (level & rule.levels) == 0) continue;
+        if (rule.flags & LogRule::kTestTag)
         {
             const Pattern::Result result = rule.tag.match(tag);
             if (result == Pattern::kRejects) return false;
             if (result == Pattern::kNone) continue;
         }
-        if (!(rule.flags & LogRule::kThread)) return true;
+        if (!(rule.flags & LogRule::kTestThread)) return true;
         const Pattern::Result result = rule.thread.match(thread);
         if (result != Pattern::kNone) return result == Pattern::kAccepts;
     }

@@ -30,9 +30,9 @@ struct LogRule
 {
     enum Flag : u32
     {
-        kLevels = 2,
-        kTag = 4,
-        kThread = 8,
+        kTestLevels = 2,
+        kTestTag = 4,
+        kTestThread = 8,
     };
 
     u32 flags = 0; ///< what is tested

@@ -92,7 +92,7 @@ public:
 
 private:
     const vector<LogRule> rules;
-    LineStream stream;
+    LineStream stream{LineStream::Kind::RegularFile};
     u64 duplicates = 0; // skipped since the last message written
     LogRecord note;
     bool hasLast = false;

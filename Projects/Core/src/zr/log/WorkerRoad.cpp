@@ -79,6 +79,8 @@ bool WorkerRoad::start(const Options& newOptions) noexcept
 void WorkerRoad::stop() noexcept
 {
     if (!started.load()) return;
+    // A handler or listener that ends the process: stop would wait for the message that it is called for.
+    if (onWorker() || insideListener() || insideAlertHandler()) return;
     updateUnwantedLevels(false);
     started.store(false);
     // Those who wait for a reserved record get one, as the worker goes on.

@@ -1,0 +1,169 @@
+// What a line of the log costs, as ratios to spdlog with the same line in the same run: to standard error behind a
+// pipe, to a file, and a DEBUG line that nobody wants. Both sides hand each line to the system before they come back.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <spdlog/pattern_formatter.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+
+#include <zr/log/Control.h>
+#include <zr/log/Log.h>
+
+namespace
+{
+constexpr int kLines = 50'000;
+constexpr int kRounds = 15;
+constexpr int kDisabledLines = 20'000'000;
+
+double secondsOf(const std::function<void()>& work)
+{
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// The best time of each, the two taking turns.
+struct Duel
+{
+    double ours = 1e9;
+    double peers = 1e9;
+
+    Duel(const std::function<void()>& our, const std::function<void()>& peer)
+    {
+        for (int round = 0; round < kRounds; ++round)
+        {
+            ours = std::min(ours, secondsOf(our));
+            peers = std::min(peers, secondsOf(peer));
+        }
+    }
+
+    void print(const char* what, int lines) const
+    {
+        std::printf("%-34s %10.0f lines/s %8.1f ns  spdlog %8.1f ns  ratio %.2f\n", what, lines / ours,
+                    ours / lines * 1e9, peers / lines * 1e9, ours / peers);
+        std::fflush(stdout);
+    }
+};
+
+std::shared_ptr<spdlog::logger> makePeer(spdlog::sink_ptr sink)
+{
+    auto logger = std::make_shared<spdlog::logger>("BENCH", std::move(sink));
+    logger->set_formatter(std::make_unique<spdlog::pattern_formatter>("%Y-%m-%d %H:%M:%S.%e %-7l %n (%t): %v",
+                                                                      spdlog::pattern_time_type::utc));
+    logger->flush_on(spdlog::level::trace);
+    return logger;
+}
+
+/// Standard error goes into a pipe that a thread empties, as long as this lives.
+class PipedStandardError
+{
+public:
+    PipedStandardError() : before(dup(STDERR_FILENO))
+    {
+        int ends[2];
+        if (pipe(ends) != 0) std::abort();
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[1]);
+        reader = std::thread(
+            [from = ends[0]]
+            {
+                static char part[1 << 16];
+                while (read(from, part, sizeof(part)) > 0)
+                {
+                }
+                close(from);
+            });
+    }
+    ~PipedStandardError()
+    {
+        dup2(before, STDERR_FILENO); // the last writer is gone
+        close(before);
+        reader.join();
+    }
+
+private:
+    int before;
+    std::thread reader;
+};
+
+void benchPipe()
+{
+    const PipedStandardError piped;
+    const auto peer = makePeer(std::make_shared<spdlog::sinks::stderr_sink_mt>());
+    Duel(
+        []
+        {
+            for (int i = 0; i < kLines; ++i)
+                ZR_LOG("BENCH", zr::log::kInfo, "frame %d of %s took %f ms", i, "the city", 16.25);
+        },
+        [&]
+        {
+            for (int i = 0; i < kLines; ++i)
+                peer->info("frame {} of {} took {:f} ms", i, "the city", 16.25);
+        })
+        .print("standard error, a pipe", kLines);
+}
+
+void benchFile()
+{
+    const std::string path = "/tmp/log_bench_" + std::to_string(getpid());
+    const zr::log::Rule all[] = {{}};
+    using namespace zr::log;
+    Sink* const sink = openSink((path + "_ours").c_str(), kUtcTime | kLabel | kTag | kThreadName, all);
+    const auto peer = makePeer(std::make_shared<spdlog::sinks::basic_file_sink_mt>(path + "_peers"));
+    peer->set_level(spdlog::level::trace);
+    const auto our = []
+    {
+        for (int i = 0; i < kLines; ++i) // TRACE goes to sinks alone
+            ZR_LOG("BENCH", kTrace, "frame %d of %s took %f ms", i, "the city", 16.25);
+    };
+    const auto peers = [&]
+    {
+        for (int i = 0; i < kLines; ++i)
+            peer->trace("frame {} of {} took {:f} ms", i, "the city", 16.25);
+    };
+    Duel(our, peers).print("file", kLines);
+    peer->flush_on(spdlog::level::off);
+    Duel(our, peers).print("file, spdlog keeps lines back", kLines);
+    closeSink(sink);
+    unlink((path + "_ours").c_str());
+    unlink((path + "_peers").c_str());
+}
+
+void benchDisabled()
+{
+    const auto peer = makePeer(std::make_shared<spdlog::sinks::stderr_sink_mt>());
+    zr::log::start(); // a started log drops DEBUG lines that no sink wants
+    Duel(
+        []
+        {
+            for (int i = 0; i < kDisabledLines; ++i)
+                ZR_LOG("BENCH", zr::log::kDebug, "frame %d of %s took %f ms", i, "the city", 16.25);
+        },
+        [&]
+        {
+            for (int i = 0; i < kDisabledLines; ++i)
+                peer->debug("frame {} of {} took {:f} ms", i, "the city", 16.25);
+        })
+        .print("disabled DEBUG line", kDisabledLines);
+    zr::log::stop();
+}
+} // namespace
+
+int main()
+{
+    std::printf("spdlog %d.%d.%d\n", SPDLOG_VER_MAJOR, SPDLOG_VER_MINOR, SPDLOG_VER_PATCH);
+    benchPipe();
+    benchFile();
+    benchDisabled();
+}
