@@ -105,13 +105,15 @@ namespace
 {
 // Nothing of this ends with the statics: others log while theirs do.
 constinit CriticalSection lock;
-constinit Sink* firstSink = nullptr;    // under the lock; a sink is linked and taken out by one store
-constinit Line sinkLine;                // under the lock
-constinit bool isRunning = false;       // under the lock
-constinit std::atomic<u32> flushing{0}; // threads that use a sink's file behind the lock
+constinit Sink* firstSink = nullptr;        // under the lock; a sink is linked and taken out by one store
+constinit std::atomic<bool> anySink{false}; // saves the lock where there is none
+constinit Line sinkLine;                    // under the lock
+constinit bool isRunning = false;           // under the lock
+constinit std::atomic<u32> flushing{0};     // threads that use a sink's file behind the lock
 
 void updateWanted() noexcept
 {
+    anySink.store(firstSink != nullptr, std::memory_order_relaxed);
     u32 unwanted = isRunning ? kDebug | kTrace : 0;
     for (const Sink* sink = firstSink; sink; sink = sink->next)
         unwanted &= ~sink->acceptedLevels();
@@ -154,6 +156,7 @@ private:
 
 void writeToSinks(const LogRecord& record, bool toDisk) noexcept
 {
+    if (!anySink.load(std::memory_order_relaxed)) return;
     FilesToFlush files;
     {
         const std::lock_guard guard(lock);

@@ -76,7 +76,7 @@ public:
     }
 
 private:
-    bool entered;
+    bool entered = false;
 };
 
 void runThread(void* argument)
