@@ -86,4 +86,21 @@ TEST(Semaphore, EveryReleaseIsAcquiredOnce)
     EXPECT_FALSE(semaphore.acquireFor(1'000'000));
     EXPECT_EQ(semaphore.sleepers(), 0u);
 }
+
+TEST(Semaphore, TwoThreadsWakeOneAnother)
+{
+    constexpr zr::i64 kFarTooLong = 10'000'000'000;
+    zr::Semaphore turns[2];
+    int number = 0; // not atomic: the semaphores alone hand it over
+    const auto work = [&](int thread)
+    {
+        for (int i = thread; i < 20000; i += 2)
+        {
+            ASSERT_TRUE(i == 0 || turns[thread].acquireFor(kFarTooLong)) << i;
+            ASSERT_EQ(number++, i);
+            turns[1 - thread].release();
+        }
+    };
+    onThreads(2, work);
+}
 } // namespace
