@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -48,24 +49,36 @@ inline int endOf(pid_t child)
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-/// What stands on a terminal, with what was typed, where `action` ran as a process of its own.
+/// What stands on a terminal, with what was typed, where `action` ran as a process of its own; then how that ended.
+/// The session's leader outlives it until all is read: its end would hang up, and what is under way would be lost.
 inline std::string onTerminal(const std::string& typed, const std::function<void()>& action)
 {
     int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0)
+    const pid_t leader = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (leader == 0)
     {
-        alarm(10); // whoever waits for more input fails
-        action();
-        _exit(0);
+        const pid_t child = fork();
+        if (child == 0)
+        {
+            alarm(10); // whoever waits for more input fails
+            action();
+            _exit(0);
+        }
+        dprintf(STDOUT_FILENO, "\nend: %d\n", endOf(child));
+        pause();
     }
     std::string shown(write(terminal, typed.data(), typed.size()) < 0 ? "could not type" : "");
     char part[4096];
-    for (ssize_t count; (count = read(terminal, part, sizeof(part))) > 0;)
+    while (shown.find("\nend: ") == std::string::npos || shown.back() != '\n')
+    {
+        const ssize_t count = read(terminal, part, sizeof(part));
+        if (count <= 0) break;
         shown.append(part, static_cast<std::size_t>(count));
-    close(terminal);
-    std::erase(shown, '\r');
-    return shown + "\nend: " + std::to_string(endOf(child));
+        std::erase(shown, '\r');
+    }
+    close(terminal); // hangs up on the leader
+    endOf(leader);
+    return shown;
 }
 
 /// How often `part` stands in `text`.

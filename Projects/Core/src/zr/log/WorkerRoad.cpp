@@ -242,7 +242,12 @@ void forgetWorkerThreads() noexcept
 {
     controlLock.forgetHolder();
     // What the fork found half done stays so; the next start makes a road of its own.
-    if (WorkerRoad* const current = road.exchange(nullptr)) current->forget();
+    static constinit WorkerRoad* leftBehind = nullptr;
+    if (WorkerRoad* const current = road.exchange(nullptr))
+    {
+        current->forget(leftBehind);
+        leftBehind = current;
+    }
 }
 
 namespace

@@ -56,7 +56,12 @@ public:
     bool waitUntilIdle(i64 nanoseconds) const noexcept;
 
     /// In the child of a fork: gives up the thread, which isn't there.
-    void forget() noexcept { worker.forget(); }
+    /// Keeps the road that was left behind before it.
+    void forget(WorkerRoad* leftBefore) noexcept
+    {
+        worker.forget();
+        leftBehind = leftBefore;
+    }
 
 private:
     static constexpr std::size_t kPoolSize = 1024;
@@ -83,6 +88,7 @@ private:
     std::atomic<u32> queued{0}; // records pushed and not yet written
     Semaphore work{0};
     thread worker;
+    WorkerRoad* leftBehind = nullptr; // so that no leak checker takes it for lost
 
     LogRecord freePool[kPoolSize];
     LogRecord reservedPool[kPoolSize];

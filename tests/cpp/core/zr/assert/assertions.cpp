@@ -41,7 +41,7 @@ TEST(Assert, TheReport)
           std::string("[passed < 0]\n\nLocation"), std::string(" (L)ocation (F)unction (C)allstack, (H)elp")})
         EXPECT_GE(countOf(shown, part), 1u) << part << "\nin\n" << shown;
     EXPECT_EQ(countOf(shown, "[" + std::string(9000, 'm') + "]"), 2u) << "on standard error too";
-    EXPECT_TRUE(shown.ends_with("end: -6"));
+    EXPECT_TRUE(shown.ends_with("end: -6\n"));
 }
 
 TEST(Assert, IgnoringByRules)

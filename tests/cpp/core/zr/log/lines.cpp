@@ -1,8 +1,8 @@
 #include <zr/log/Control.h>
 #include <zr/log/Log.h>
 
+#include <algorithm>
 #include <csignal>
-#include <regex>
 #include <vector>
 
 #include <fcntl.h>
@@ -49,7 +49,10 @@ TEST(Log, ConsoleLines)
     for (const auto& test : cases)
     {
         const std::string line = consoleLine(test.tag, test.level, test.text);
-        EXPECT_TRUE(std::regex_match(line.substr(0, 24), std::regex(R"(1970-01-01 0\d:\d\d:\d\d\.\d{3} )"))) << line;
+        std::string time = line.substr(0, 24);
+        EXPECT_TRUE(time.starts_with("1970-01-01 0")) << line;
+        std::replace_if(time.begin(), time.end(), [](char c) { return c >= '0' && c <= '9'; }, '9');
+        EXPECT_EQ(time, "9999-99-99 99:99:99.999 ");
         EXPECT_EQ(line.substr(24), test.line);
     }
     EXPECT_EQ(consoleLine("TAG", kTrace, "for sinks alone"), "");
@@ -169,6 +172,6 @@ TEST(Log, AlertsAreAskedAboutUntilIgnored)
     EXPECT_EQ(countOf(ignored, "(I)gnore"), 3u) << "one again for the unknown answer, two for the second alert";
     EXPECT_EQ(countOf(ignored, "): three\n\033[0m"), 1u) << ignored;
     EXPECT_EQ(countOf(onTerminal("r\na\n\n", alerts), "(I)gnore"), 3u);
-    EXPECT_TRUE(onTerminal("\x04\x04\x04", alerts).ends_with("end: 0")) << "the input ends";
+    EXPECT_TRUE(onTerminal("\x04\x04\x04", alerts).ends_with("end: 0\n")) << "the input ends";
 }
 } // namespace
