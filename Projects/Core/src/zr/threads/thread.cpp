@@ -83,15 +83,19 @@ void runThread(void* argument)
 {
     std::unique_ptr<Start> start(static_cast<Start*>(argument));
     start->ready.acquire();
+    // All on this stack: in the child of a fork, where the thread is no more, nothing of it is left over.
     char name[Start::kNameLength + 1];
     std::memcpy(name, start->name, sizeof(name));
+    std::function<void()> function = std::move(start->function);
+    const thread::ThreadInfo info = start->info;
+    start.reset();
     const bool named = name[0] != '\0';
     if (named) platform::nameCurrentThread(name);
-    applySettings(start->info, named);
-    BackgroundMode background(start->info.priority == thread::Priority::Idle);
+    applySettings(info, named);
+    BackgroundMode background(info.priority == thread::Priority::Idle);
     try
     {
-        start->function();
+        function();
     }
     catch (...)
     {
@@ -99,7 +103,7 @@ void runThread(void* argument)
         background.leave();
         throw;
     }
-    start.reset();
+    function = nullptr;
     background.leave();
     platform::nameCurrentThread(nullptr);
 }
