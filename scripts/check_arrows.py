@@ -28,19 +28,19 @@ ROOMS: dict[str, tuple[str, str]] = {  # room: (beginnings of paths below the ro
     "materials": ("materials/", MATERIALS),
     "mesh": ("mesh/ Vertices.", f"{MATERIALS} materials"),
     "nodes": ("nodes/", NODES),
-    # The registry's body names every class.
-    "whole": ("RootNode. ModelArguments. IClassWriter. base/ObjectRegistry.cpp", NODES),
+    "whole": ("RootNode. ModelArguments. ModelClasses. IClassWriter.", NODES),
     "tree": ("utils/tree/", f"{WHOLE} utils"),
     "materials_pass": ("utils/materials/", f"{WHOLE} utils"),
     "mesh_pass": ("utils/mesh/", f"{WHOLE} utils"),
     "merge": ("utils/merge/", f"{WHOLE} utils mesh_pass"),
-    "utils": ("utils/Optimizers.h utils/VertexUtils.h", WHOLE),  # what the passes do, declared for their users
+    "utils": ("utils/Optimizers.h utils/VertexUtils.h utils/RemoveEmpty.", WHOLE),  # what the families share
     "passes": ("utils/Optimizers.cpp utils/VertexUtils.cpp", f"{WHOLE} utils {PASSES}"),
-    "io_10": ("io/10/ io/IClassWriter.cpp", WHOLE),  # its body chooses the writer of a version
+    "io_10": ("io/10/", WHOLE),
     "finishing": ("finishing/", MODEL),
-    "inc": ("inc/", MODEL),
-    "blocks": ("blocks/", f"{MODEL} inc"),
-    "facades": ("facades/", f"{MODEL} inc"),
+    "compute": ("compute/", MODEL),
+    "inc": ("inc/", f"{MODEL} compute"),
+    "blocks": ("blocks/", f"{MODEL} compute inc"),
+    "facades": ("facades/", f"{MODEL} zr_private compute inc"),
     "bind": ("bind/ module.cpp", f"{MODEL} inc"),
 }
 ROOTS = [

@@ -24,8 +24,7 @@ inline bool mergeEqualPropertiesSets(RootNode& root)
     {
         MaterialPtr& material = renderNode(node)->material;
         if (!material) continue;
-        const auto found = std::find_if(distinct.begin(), distinct.end(),
-                                        [&](const MaterialPtr& earlier)
+        const auto found = std::find_if(distinct.begin(), distinct.end(), [&](const MaterialPtr& earlier)
                                         { return earlier == material || earlier->isEqual(*material); });
         if (found == distinct.end())
             distinct.push_back(material);

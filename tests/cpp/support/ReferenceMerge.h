@@ -9,8 +9,8 @@
 #include "nodes/FakeSpotLights.h"
 #include "nodes/NumberNode.h"
 #include "nodes/ShellNode.h"
-#include <zr/exceptions.h>
 #include <zr/checked.h>
+#include <zr/exceptions.h>
 
 /// The rules of merging: each node against the key of every group, each entry by a search.
 namespace test::reference
@@ -108,8 +108,7 @@ void mergeMeshes(const NodeList<T>& group, T& merged)
     for (const auto& member : group)
     {
         const ParentEntry& own = member->parents[0];
-        const auto found = std::find_if(merged.parents.begin(), merged.parents.end(),
-                                        [&](const ParentEntry& known)
+        const auto found = std::find_if(merged.parents.begin(), merged.parents.end(), [&](const ParentEntry& known)
                                         { return known.parent == own.parent && known.argument == own.argument; });
         const auto entry = static_cast<std::size_t>(found - merged.parents.begin());
         if (entry == merged.parents.size()) merged.parents.push_back(own);

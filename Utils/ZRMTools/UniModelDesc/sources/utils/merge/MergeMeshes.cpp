@@ -4,8 +4,8 @@
 
 #include "base/ObjectRegistry.h"
 #include "mesh/MeshUtils.h"
-#include <zr/exceptions.h>
 #include <zr/checked.h>
+#include <zr/exceptions.h>
 
 namespace model
 {
