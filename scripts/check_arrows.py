@@ -17,6 +17,7 @@ NODES = f"{MATERIALS} materials mesh nodes"
 WHOLE = f"{NODES} whole"
 PASSES = "tree materials_pass merge mesh_pass"
 MODEL = f"{WHOLE} utils {PASSES} io_10 finishing"
+FACADES = f"{MODEL} arguments compute"
 ROOMS: dict[str, tuple[str, str]] = {  # room: (beginnings of paths below the roots, rooms that it may use)
     "platform": ("platform/", ""),
     "zr": ("zr/", "platform"),
@@ -37,11 +38,12 @@ ROOMS: dict[str, tuple[str, str]] = {  # room: (beginnings of paths below the ro
     "passes": ("utils/Optimizers.cpp utils/VertexUtils.cpp", f"{WHOLE} utils {PASSES}"),
     "io_10": ("io/10/", WHOLE),
     "finishing": ("finishing/", MODEL),
-    "compute": ("compute/", MODEL),
-    "inc": ("inc/", f"{MODEL} compute"),
-    "blocks": ("blocks/", f"{MODEL} compute inc"),
-    "facades": ("facades/", f"{MODEL} zr_private compute inc"),
-    "bind": ("bind/ module.cpp", f"{MODEL} inc"),
+    "arguments": ("inc/Arguments.h", MODEL),  # the forms in which scripts pass values
+    "compute": ("compute/", f"{MODEL} arguments"),
+    "inc": ("inc/", FACADES),
+    "blocks": ("blocks/", f"{FACADES} inc"),
+    "facades": ("facades/", f"{FACADES} zr_private inc"),
+    "bind": ("bind/ module.cpp", f"{FACADES} inc"),
 }
 ROOTS = [
     Path(__file__).resolve().parents[1] / folder
