@@ -12,7 +12,7 @@ stage() {
 
 # The last line on success is that of the last test runner.
 finish_stages() {
-    [ ${#failed[@]} -eq 0 ] || die "failed: ${failed[*]}"
+    [ ${#failed[@]} -eq 0 ] || { echo "failed: ${failed[*]}" >&2; exit 1; }
 }
 
 cxx_sources() {
