@@ -106,10 +106,11 @@ void benchTasks(int numThreads, int burst)
         [&] { theirs(arena, burst); },
         [&] { post(asioPool, burst); },
     });
-    std::printf("empty tasks in bursts of %d, %d thread%s: %.0f ns each, %.2f of oneTBB's task group, %.2f of "
-                "Boost.Asio's pool\n",
-                burst, numThreads, numThreads > 1 ? "s" : "", best[0] / kTasks * 1e9, best[0] / best[1],
+    std::printf("%d empty tasks, bursts of %7d, %d thread%s %6.0f ns each  oneTBB's task group: ratio %.2f  aim 1.00  "
+                "Boost.Asio's pool: ratio %.2f  aim 1.00\n",
+                kTasks, burst, numThreads, numThreads > 1 ? "s" : " ", best[0] / kTasks * 1e9, best[0] / best[1],
                 best[0] / best[2]);
+    std::fflush(stdout);
 }
 
 constexpr int kElements = 2000000;
@@ -176,9 +177,15 @@ void benchPool(int numThreads)
         [&] { handOver(numThreads, take, give); },
         [&] { handOver(numThreads, allocate, release); },
     });
-    std::printf("object pool, %d thread%s: %.1f ns an element, %.2f of malloc and free; handed over %.1f ns, %.2f\n",
-                numThreads, numThreads > 1 ? "s" : "", best[0] / kElements * 1e9, best[0] / best[1],
-                best[2] / (kElements / 4) * 1e9, best[2] / best[3]);
+    const auto print = [&](const char* what, std::size_t our, int elements)
+    {
+        std::printf("object pool, %-26s %d thread%s %6.1f ns each  malloc and free: ratio %.2f  %s\n", what, numThreads,
+                    numThreads > 1 ? "s" : " ", best[our] / elements * 1e9, best[our] / best[our + 1],
+                    numThreads > 1 ? "aim 0.50" : "no aim");
+    };
+    print("each thread its own", 0, kElements);
+    print("handed to the next thread", 2, kElements / 4);
+    std::fflush(stdout);
 }
 
 void benchWakeUp()
