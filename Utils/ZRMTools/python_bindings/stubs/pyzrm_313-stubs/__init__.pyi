@@ -81,7 +81,7 @@ def enable_model_optimization(name: str, enable: bool, /) -> None:
     "extremlyOptimizeMeshes", "optimizeVertexCache". Any other name is ignored.
     """
 
-def log_error(text: str | bytes, /) -> None:
+def log_error(text: str | bytes | bytearray, /) -> None:
     """Writes error message to log.
 
     Each of the four writes one line to standard error, whether `init` was called or not:
@@ -94,19 +94,19 @@ def log_error(text: str | bytes, /) -> None:
     it is lost. TypeError for anything but a text, and for one with lone surrogates.
     """
 
-def log_info(text: str | bytes, /) -> None:
+def log_info(text: str | bytes | bytearray, /) -> None:
     """Writes info message to log.
 
     As `log_error`, with the label INFO.
     """
 
-def log_warning(text: str | bytes, /) -> None:
+def log_warning(text: str | bytes | bytearray, /) -> None:
     """Writes warning message to log.
 
     As `log_error`, with the label WARNING.
     """
 
-def log_debug(text: str | bytes, /) -> None:
+def log_debug(text: str | bytes | bytearray, /) -> None:
     """Writes debug message to log.
 
     As `log_error`, with the label DEBUG.
