@@ -9,6 +9,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Soak.h"
+
 namespace
 {
 using zr::AsyncTaskPriority;
@@ -60,7 +62,7 @@ TEST(CoreTasks, LeavesNothingBehindHoweverOftenItRuns)
     EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
 }
 
-TEST(CoreTasks, RunsEachQueuedTaskOnceOrNotAtAllWhenItStops)
+STRESS_TEST(CoreTasks, RunsEachQueuedTaskOnceOrNotAtAllWhenItStops)
 {
     for (const zr::u32 mode : {0u, 2u})
         for (int round = 0; round < 20; ++round)

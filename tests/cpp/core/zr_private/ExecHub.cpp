@@ -9,6 +9,8 @@
 #include <zr/assert/Assert.h>
 #include <zr/tasks/LaneExecutor.h>
 
+#include "Soak.h"
+
 namespace
 {
 using zr::AsyncTaskPriority;
@@ -87,7 +89,7 @@ TEST(ExecHub, TakesALaneOnceAndEndsAttachmentsWithTheirOwner)
     delete executor;
 }
 
-TEST(ExecHub, RunsEachTaskOnceWhileExecutorsComeAndGo)
+STRESS_TEST(ExecHub, RunsEachTaskOnceWhileExecutorsComeAndGo)
 {
     constexpr int kPushers = 64;
     constexpr int kTasks = 200;

@@ -13,6 +13,7 @@
 #include <zr/memory.h>
 
 #include "../../capture.h"
+#include "Soak.h"
 
 namespace
 {
@@ -61,7 +62,7 @@ void countAndLog(const Message& message, void*)
         write("L", kError | kTrace, "from a listener");
 }
 
-TEST(LogWorker, WritesEveryLineOnceAndInOrder)
+STRESS_TEST(LogWorker, WritesEveryLineOnceAndInOrder)
 {
     const Rule onlyT[] = {{.tag = "T"}};
     for (const bool synchronous : {false, true})
@@ -90,7 +91,7 @@ TEST(LogWorker, WritesEveryLineOnceAndInOrder)
     }
 }
 
-TEST(LogWorker, StartsAndStopsWhileOthersLog)
+STRESS_TEST(LogWorker, StartsAndStopsWhileOthersLog)
 {
     const capture::File file;
     Sink* const sink = openSink(file.path.c_str(), 0, kAll);

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Soak.h"
+
 namespace
 {
 /// An element as a user sees it: who has it.
@@ -34,7 +36,7 @@ void churn(zr::ObjectPool& pool, std::array<std::atomic<Record*>, 16>& places, u
 }
 } // namespace
 
-TEST(ObjectPool, GivesNoElementTwiceWhateverThreadReleasesIt)
+STRESS_TEST(ObjectPool, GivesNoElementTwiceWhateverThreadReleasesIt)
 {
     // Few elements a chunk keep the shared list busy: elements come back at once, as an ABA needs it. More threads than
     // slots, so that both roads are walked.

@@ -8,6 +8,8 @@
 #include <zr/tasks/LaneExecutor.h>
 #include <zr/tasks/SyncTaskQueue.h>
 
+#include "Soak.h"
+
 namespace
 {
 using zr::AsyncTaskPriority;
@@ -46,7 +48,7 @@ std::vector<std::jthread> startPushers(Push push)
 }
 } // namespace
 
-TEST(SyncTaskQueue, RunsEachTaskOnceInThePushersOrder)
+STRESS_TEST(SyncTaskQueue, RunsEachTaskOnceInThePushersOrder)
 {
     zr::SyncTaskQueue queue;
     Order order;
@@ -98,7 +100,7 @@ TEST(SyncTaskQueue, SettlesTasksThatRaiseOrAreDropped)
     EXPECT_FALSE(ran);
 }
 
-TEST(LaneExecutor, RunsEachTaskOnceInThePushersOrder)
+STRESS_TEST(LaneExecutor, RunsEachTaskOnceInThePushersOrder)
 {
     zr::LaneExecutor executor("test");
     Order order;
@@ -175,7 +177,7 @@ TEST(LaneExecutor, SettlesTasksThatRaiseAndDropsWhatIsQueuedAtItsFinish)
     EXPECT_EQ(ran, 1);
 }
 
-TEST(SharedGroupBarrier, IsOutlivedByNoTask)
+STRESS_TEST(SharedGroupBarrier, IsOutlivedByNoTask)
 {
     for (int round = 0; round < 200; ++round)
     {

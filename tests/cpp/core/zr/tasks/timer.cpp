@@ -7,6 +7,8 @@
 
 #include <zr/tasks/LaneExecutor.h>
 
+#include "Soak.h"
+
 namespace
 {
 using zr::TimerKind;
@@ -85,7 +87,7 @@ TEST(Timer, SendsNoSecondCallWhileOneIsOnItsWay)
     EXPECT_EQ(targets.queues[1].getPending(), 1u);
 }
 
-TEST(Timer, RemovesAnEntryForGood)
+STRESS_TEST(Timer, RemovesAnEntryForGood)
 {
     Targets targets;
     zr::Timer timer(targets);

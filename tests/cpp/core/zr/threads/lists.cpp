@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Soak.h"
+
 namespace
 {
 constexpr int kThreads = 8;
@@ -28,7 +30,7 @@ void onThreads(int count, Work work)
 }
 
 // Few nodes and many threads: the first node is popped, comes back, and is first again while others still look at it.
-TEST(HeldList, ANodeHasOneOwnerAtATime)
+STRESS_TEST(HeldList, ANodeHasOneOwnerAtATime)
 {
     constexpr int kRounds = 20000;
     std::array<Node, 3> nodes;
@@ -63,7 +65,7 @@ TEST(HeldList, ANodeHasOneOwnerAtATime)
     EXPECT_EQ(uses, kThreads * kRounds);
 }
 
-TEST(Semaphore, EveryReleaseIsAcquiredOnce)
+STRESS_TEST(Semaphore, EveryReleaseIsAcquiredOnce)
 {
     constexpr int kEach = 3000;
     zr::Semaphore semaphore;
@@ -87,7 +89,7 @@ TEST(Semaphore, EveryReleaseIsAcquiredOnce)
     EXPECT_EQ(semaphore.sleepers(), 0u);
 }
 
-TEST(Semaphore, TwoThreadsWakeOneAnother)
+STRESS_TEST(Semaphore, TwoThreadsWakeOneAnother)
 {
     constexpr zr::i64 kFarTooLong = 10'000'000'000;
     zr::Semaphore turns[2];
