@@ -27,9 +27,6 @@ void RootNode::addRenderNode(ObjectPtr<BaseNode> node)
 {
     if (!node) return;
     node->root = this;
-    // A place that is already known may be one in this list or in another root's: either way it can't be relied on.
-    node->place.isRepeated = node->place.index != ListPlace::kNone;
-    node->place.index = renderNodes.size();
     renderNodes.push_back(std::move(node));
 }
 
@@ -40,29 +37,11 @@ void RootNode::addShellNode(ObjectPtr<BaseNode> node)
     shellNodes.push_back(std::move(node));
 }
 
-std::size_t RootNode::findRenderNode(const BaseNode* node) const
-{
-    if (!node->place.isRepeated && node->place.index < renderNodes.size() &&
-        renderNodes[node->place.index].get() == node)
-        return node->place.index;
-    const auto same = [node](const ObjectPtr<BaseNode>& entry) { return entry.get() == node; };
-    return static_cast<std::size_t>(std::find_if(renderNodes.begin(), renderNodes.end(), same) - renderNodes.begin());
-}
-
 void RootNode::removeRenderNode(const BaseNode* node)
 {
-    if (!node) return;
-    const std::size_t index = findRenderNode(node);
-    if (index == renderNodes.size()) return;
-
-    // Held until the list is whole again.
-    const ObjectPtr<BaseNode> removed = std::move(renderNodes[index]);
-    if (!removed->place.isRepeated) removed->place.index = ListPlace::kNone;
-    if (index + 1 < renderNodes.size())
-    {
-        renderNodes[index] = std::move(renderNodes.back());
-        renderNodes[index]->place.index = index;
-    }
+    const auto found = std::find(renderNodes.begin(), renderNodes.end(), node);
+    if (found == renderNodes.end()) return;
+    std::swap(*found, renderNodes.back());
     renderNodes.pop_back();
 }
 

@@ -35,7 +35,7 @@ public:
     void addShellNode(ObjectPtr<BaseNode> node);
 
     /// Puts the last entry in the place of the node's first entry and shortens the list by one. Does nothing when the
-    /// node is not in the list. Takes constant time for a node that was added once.
+    /// node is not in the list. Searches from the front; to remove many nodes use `ListPlaces`.
     void removeRenderNode(const BaseNode* node);
 
     /// Connectors, lights, shells, render nodes, each in list order.
@@ -63,7 +63,6 @@ public:
 
     ObjectPtr<Node> rootTransform;
     List connectors;
-    /// Add with `addRenderNode` and remove with `removeRenderNode` where possible: both keep removal fast.
     List renderNodes;
     List shellNodes;
     List lights;
@@ -73,8 +72,6 @@ public:
     zr::vector<MaterialPtr> materials;
 
 private:
-    /// The place of the node's first entry; the size of the list when there is none.
-    std::size_t findRenderNode(const BaseNode* node) const;
     /// Calls the function with each place where something hangs on `node`, in the order of `getAllNodes`, until it
     /// gives false; false when it did.
     bool forEachUser(const Node* node, const std::function<bool(BaseNode&, u64)>& function) const;

@@ -25,23 +25,5 @@ public:
     virtual void setControlNode(u64 index, ObjectPtr<Node> node) = 0;
     /// Transforms the data that hangs on a control node by 16 values; false when the data can't take a matrix.
     virtual bool applyMatrix(u32, const f64*) { return false; }
-
-private:
-    friend class RootNode;
-
-    /// Where the root's list of render nodes holds this node, so that its removal need not search. It belongs to the
-    /// object, not to its value: a copy has none.
-    struct ListPlace
-    {
-        ListPlace() = default;
-        ListPlace(const ListPlace&) {}
-        ListPlace& operator=(const ListPlace&) { return *this; }
-
-        static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-        std::size_t index = kNone;
-        /// The node may be listed more than once, so its first entry has to be searched.
-        bool isRepeated = false;
-    };
-    ListPlace place;
 };
 } // namespace model
