@@ -1,9 +1,5 @@
-#include <cmath>
-
 #include <gtest/gtest.h>
 
-#include "compute/InnerAngle.h"
-#include "compute/ScriptKeys.h"
 #include "compute/Tangents.h"
 #include "compute/VisibilityRanges.h"
 
@@ -29,24 +25,6 @@ TEST(FacadeMath, VisibilityRanges)
             ranges.emplace_back(start, end);
         EXPECT_EQ(ranges, expected);
     }
-}
-
-TEST(FacadeMath, SamplesOfLights)
-{
-    // Out of order, with a key that the others give; then one key, then none.
-    const auto samples =
-        sampleAnimation({{{0}, {{1.0f, 127.0f}, {0.0f, 0.0f}, {0.5f, 63.5f}}}, {{1}, {{0.5f, 3.0f}}}, {{2}, {}}});
-    ASSERT_EQ(samples.size(), 3u * 128u);
-    for (std::size_t k = 0; k < 384; ++k)
-        EXPECT_NEAR(samples[k], k < 128 ? f32(k) : k < 256 ? 3.0f : 0.0f, 1e-4f) << k;
-    for (const i64 wrong : {0, 2, -1})
-        EXPECT_TRUE(sampleAnimation({{{0}, {}}, {{wrong}, {}}}).empty());
-}
-
-TEST(FacadeMath, InnerAngles)
-{
-    for (const f32 outer : {-0.5f, 0.0f, 1.0f, 3.0f})
-        EXPECT_NEAR(std::tan(innerAngle(outer, 0.25f) / 2.0f), 0.75f * std::tan(outer / 2.0f), 1e-5f);
 }
 
 TEST(FacadeMath, TangentSpace)

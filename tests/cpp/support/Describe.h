@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstring>
-#include <functional>
 #include <map>
 #include <sstream>
 #include <string>
@@ -9,7 +8,6 @@
 #include "RootNode.h"
 #include "nodes/FakeOmniLights.h"
 #include "nodes/FakeSpotLights.h"
-#include "nodes/FakeSpotLights3Node.h"
 #include "nodes/NumberNode.h"
 #include "nodes/SegmentsNode.h"
 #include "nodes/ShellNode.h"
@@ -25,14 +23,8 @@ class Describer
 public:
     std::string describe(const RootNode& root)
     {
-        const Node* top = root.rootTransform.get();
-        for (const auto& work : {&Describer::number, &Describer::treeNode})
-            Node::visit(top,
-                        [this, work](const Node* node)
-                        {
-                            (this->*work)(*node);
-                            return true;
-                        });
+        Node::visit(static_cast<const Node*>(root.rootTransform.get()),
+                    [this](const Node* node) { return treeNode(*node), true; });
         for (const RootNode::List* list : {&root.connectors, &root.lights, &root.shellNodes, &root.renderNodes})
             for (const ObjectPtr<BaseNode>& node : *list)
                 listed(*node);
@@ -56,12 +48,12 @@ private:
         out << ' ';
     }
 
-    void number(const Node& node) { places.emplace(&node, places.size()); }
-
     void treeNode(const Node& node)
     {
-        out << '#' << places[&node] << " below #" << (places.count(node.parent()) ? places[node.parent()] : 0) << ' '
-            << node.getType() << " \"" << node.name << "\" " << node.properties.size() << ' ';
+        const auto parent = places.find(node.parent()); // none for the top
+        out << " below #" << (parent == places.end() ? 0 : parent->second) << ' ';
+        out << node.getType() << " \"" << node.name << "\" " << node.properties.size() << ' ';
+        places.emplace(&node, places.size());
         if (const auto* transform = dynamic_cast<const TransformNode*>(&node)) bits(transform->matrix);
         out << '\n';
     }
@@ -72,11 +64,8 @@ private:
         for (u64 i = 0; i < node.getNumControlNodes(); ++i)
         {
             const ObjectPtr<Node> control = node.getControlNode(i);
-            const auto found = places.find(control.get());
-            if (found != places.end())
-                out << " #" << found->second;
-            else
-                out << " outside:" << (control ? control->name.c_str() : "");
+            out << " #" << (places.contains(control.get()) ? std::to_string(places[control.get()]) : "outside:");
+            if (control) out << control->name;
         }
         if (const auto* render = dynamic_cast<const BaseRenderNode*>(&node)) material(render->material.get());
         data(node);
@@ -133,7 +122,6 @@ private:
             for (const Segment& segment : segments->segments)
                 bits(segment);
         if (const auto* omni = dynamic_cast<const FakeOmniLightsNode*>(&node)) lights(omni->lights);
-        if (const auto* points = dynamic_cast<const FakeSpotLights3Node*>(&node)) mesh(points->vertices, Indices());
         if (const auto* spot = dynamic_cast<const FakeSpotLightsNode*>(&node))
         {
             lights(spot->lights);
@@ -157,19 +145,5 @@ inline std::string describe(const RootNode& root)
 inline std::string describe(const Vertices& vertices, const Indices& indices)
 {
     return Describer().describe(vertices, indices);
-}
-
-/// Runs a pass and gives the text of what it raised, "" for nothing.
-inline std::string failureOf(const std::function<void()>& pass)
-{
-    try
-    {
-        pass();
-        return "";
-    }
-    catch (const std::exception& error)
-    {
-        return std::string("raised ") + error.what();
-    }
 }
 } // namespace test

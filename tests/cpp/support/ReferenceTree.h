@@ -6,7 +6,6 @@
 #include "base/ObjectRegistry.h"
 #include "nodes/ArgAnimationNode.h"
 #include "nodes/ArgVisibilityNode.h"
-#include "nodes/Bone.h"
 
 /// The rules of the tree passes as a plain walk over everything for each step.
 namespace test::reference
@@ -72,17 +71,6 @@ private:
         const auto* transform = dynamic_cast<const TransformNode*>(&node);
         const auto* visibility = dynamic_cast<const ArgVisibilityNode*>(&node);
         const auto* animation = dynamic_cast<const ArgAnimationNode*>(&node);
-        const auto* source = dynamic_cast<const ArgAnimatedBone*>(&node);
-        if (source && source->hasNoKeys())
-        {
-            const auto bone = create<Bone>("model::Bone");
-            const matrixd turn = rotationMatrix(source->baseScaleRotation);
-            const matrixd back = rotationMatrix(inverse(source->baseScaleRotation));
-            const matrixd scale = multiply(multiply(turn, scaleMatrix(source->baseScale)), back);
-            bone->matrix = multiply(multiply(scale, translationMatrix(source->basePosition)), source->matrix);
-            bone->invertedBaseBoneMatrix = source->invertedBaseBoneMatrix;
-            return bone;
-        }
         bool isPlain = visibility && visibility->hasNoRanges();
         if (node.getType() == kTransformNode) isPlain = isIdentity(transform->matrix);
         if (node.getType() == kArgAnimationNode && animation->hasNoKeys())

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
 TEST(InlineString, GrowsByTheRule)
 {
     zr::InlineString<255> text(std::string(255, '.'));
@@ -35,4 +33,3 @@ TEST(InlineString, CopiesMovesAndPartsOfItselfKeepTheText)
         EXPECT_STREQ(text.c_str(), content);
     }
 }
-} // namespace

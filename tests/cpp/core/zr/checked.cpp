@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
 TEST(Checked, EveryFailureHasItsText)
 {
     zr::vector<int> none;
@@ -38,4 +36,3 @@ TEST(Checked, EveryFailureHasItsText)
     EXPECT_THROW(none.reserve(SIZE_MAX / 4), std::length_error);
     EXPECT_THROW((zr::small_vector<int, 2>().reserve(SIZE_MAX)), std::length_error);
 }
-} // namespace

@@ -19,8 +19,6 @@ extern "C" const char* __tsan_default_options()
     return "allocator_may_return_null=1";
 }
 
-namespace
-{
 TEST(MemoryDeathTest, ExhaustionEndsTheProcessWithAReportAndARequestForNothingDoesNot)
 {
     zr::log::setAlertHandler(nullptr); // would ask whoever runs the tests on a terminal
@@ -37,4 +35,3 @@ TEST(MemoryDeathTest, ExhaustionEndsTheProcessWithAReportAndARequestForNothingDo
     EXPECT_DEATH((std::signal(SIGABRT, failAgain), zr::outOfMemoryHandler("zr_malloc", 5)),
                  "Out of memory in zr_malloc for 5 bytes\\.\n.*: More out of memory in zr_realloc for 7 bytes\\.\n");
 }
-} // namespace

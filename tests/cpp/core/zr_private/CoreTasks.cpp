@@ -1,66 +1,16 @@
 #include <zr_private/CoreTasks.h>
 
 #include <atomic>
-#include <filesystem>
 #include <thread>
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
+#include "../capture.h"
+#include "../policy.h"
 
 #include "Soak.h"
 
-namespace
-{
 using zr::AsyncTaskPriority;
-
-std::ptrdiff_t entriesOf(const char* folder)
-{
-    using Iterator = std::filesystem::directory_iterator;
-    return std::distance(Iterator(folder), Iterator());
-}
-
-/// A policy that says how many processors there are, and notes what it is told.
-class Policy final : public zr::IThreadPolicy
-{
-public:
-    Policy(zr::u32 threads, zr::u32 reservedThreads) : count(threads), reservedCount(reservedThreads) {}
-    std::optional<zr::vector<zr::thread::ThreadInfo>> getPoolInfos(zr::u32, zr::u32) override { return std::nullopt; }
-    void onThreadCreated(const char* name, zr::thread::ThreadInfo&, zr::u32) override { names += name, names += ' '; }
-    void onThreadJoining(zr::u32) override { ++joined; }
-    void reserved() override {}
-    zr::u32 getThreadCount(zr::u32) override { return count; }
-    zr::u32 getReservedThreadCount(zr::u32) override { return reservedCount; }
-
-    std::string names;
-    int joined = 0;
-
-private:
-    zr::u32 count;
-    zr::u32 reservedCount;
-};
-} // namespace
-
-TEST(CoreTasks, LeavesNothingBehindHoweverOftenItRuns)
-{
-    zr::startCoreTasks(); // what stays for good comes now
-    zr::stopCoreTasks();
-    const auto threads = entriesOf("/proc/self/task");
-    const auto descriptors = entriesOf("/proc/self/fd");
-    for (int round = 0; round < 100; ++round)
-    {
-        zr::startCoreTasks();
-        zr::CoreTasks* const first = zr::coreTasks();
-        zr::startCoreTasks();
-        EXPECT_EQ(zr::coreTasks(), first);
-        EXPECT_GT(entriesOf("/proc/self/task"), threads);
-        zr::stopCoreTasks();
-        zr::stopCoreTasks();
-    }
-    EXPECT_EQ(entriesOf("/proc/self/task"), threads);
-    EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
-}
 
 STRESS_TEST(CoreTasks, RunsEachQueuedTaskOnceOrNotAtAllWhenItStops)
 {
@@ -97,27 +47,32 @@ TEST(CoreTasks, CountsAndNamesItsThreads)
     {
         zr::u32 cpus, reserved, io, cpu, high;
     } const cases[] = {{1, 0, 1, 1, 1}, {2, 0, 2, 2, 2}, {16, 0, 2, 13, 2}, {16, 3, 3, 14, 2}, {0, 0, 0, 0, 0}};
+    NotingPolicy policy;
+    zr::setThreadPolicy(&policy);
     for (const auto& expected : cases)
     {
-        const auto policy = new Policy(expected.cpus, expected.reserved);
-        zr::setThreadPolicy(policy);
+        policy.threads = expected.cpus;
+        policy.reservedThreads = expected.reserved;
         const zr::CoreTasks::ThreadCounts counts = zr::chooseThreadCounts();
         EXPECT_EQ(counts.io, expected.io);
         EXPECT_EQ(counts.cpu, expected.cpu);
         EXPECT_EQ(counts.high, expected.high);
-        delete zr::setThreadPolicy(nullptr);
     }
-    const auto policy = new Policy(4, 1);
-    zr::setThreadPolicy(policy);
+    policy.threads = 4;
+    policy.reservedThreads = 1;
     zr::setWantedCoreMode(2);
     zr::startCoreTasks();
     zr::setWantedCoreMode(0);
     zr::stopCoreTasks();
-    EXPECT_EQ(policy->names.substr(policy->names.find(' ') + 1),
-              "AsyncCpuPipeline-0 AsyncCpuPipeline-1 AsyncCpuPipeline-2 AsyncCpuPipeline-3 AsyncIOPipeline-0 ");
-    EXPECT_TRUE(policy->names.starts_with("TaskQueueTimer"));
-    EXPECT_EQ(policy->joined, 6);
-    delete zr::setThreadPolicy(nullptr);
+    zr::setThreadPolicy(nullptr);
+    const std::size_t timerEnd = policy.told.find(' '); // with a number
+    std::string expected = " true\n";
+    for (const char* name : {"CpuPipeline-0", "CpuPipeline-1", "CpuPipeline-2", "CpuPipeline-3", "IOPipeline-0"})
+        expected += std::string("Async") + name + " true\n";
+    for (int i = 0; i < 6; ++i)
+        expected += "joining true\n";
+    EXPECT_TRUE(policy.told.starts_with("TaskQueueTimer"));
+    EXPECT_EQ(policy.told.substr(timerEnd), expected);
 }
 
 TEST(CoreTasks, IsForgottenInTheChildOfAFork)
@@ -151,9 +106,7 @@ TEST(CoreTasks, IsForgottenInTheChildOfAFork)
             zr::stopCoreTasks();
             _exit(isForgotten && runs == 1 ? 0 : 1);
         }
-        int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
+        EXPECT_EQ(capture::endOf(child), 0);
     }
     isEnough = true;
     pusher.join();

@@ -47,25 +47,17 @@ TEST(Registry, MakesEveryNodeByItsName)
 
 TEST(Registry, MakesEveryPropertyByItsName)
 {
-    constexpr std::pair<const char*, const char*> kTags[] = {
-        {"model::Property<float>", "FLT1"},
-        {"model::Property<unsigned int>", "INT1"},
-        {"model::Property<osg::Vec2f>", "FLT2"},
-        {"model::Property<osg::Vec3f>", "FLT3"},
-        {"model::Property<osg::Vec4f>", "FLT4"},
-        {"model::Property<const char*>", "STRG"},
-        {"model::ArgumentProperty", "AARG"},
-        {"model::AnimatedProperty<float>", "AFL1"},
-        {"model::AnimatedProperty<osg::Vec2f>", "AFL2"},
-        {"model::AnimatedProperty<osg::Vec3f>", "AFL3"},
-        {"model::AnimatedProperty<osg::Vec4f>", "AFL4"},
-    };
-    for (const auto& [name, tag] : kTags)
+    std::istringstream rows("Property<float>=FLT1;Property<unsigned int>=INT1;Property<osg::Vec2f>=FLT2;"
+                            "Property<osg::Vec3f>=FLT3;Property<osg::Vec4f>=FLT4;Property<const char*>=STRG;"
+                            "ArgumentProperty=AARG;AnimatedProperty<float>=AFL1;AnimatedProperty<osg::Vec2f>=AFL2;"
+                            "AnimatedProperty<osg::Vec3f>=AFL3;AnimatedProperty<osg::Vec4f>=AFL4;");
+    for (std::string word, tag; std::getline(rows, word, '=') && std::getline(rows, tag, ';');)
     {
-        const auto property = create<IProperty>(name);
+        const std::string name = "model::" + word;
+        const auto property = create<IProperty>(name.c_str());
         ASSERT_TRUE(property) << name;
-        EXPECT_STREQ(property->getClassName(), name);
-        EXPECT_STREQ(property->tag, tag);
+        EXPECT_EQ(property->getClassName(), name);
+        EXPECT_EQ(property->tag, tag);
         EXPECT_EQ(property->isAnimated(), tag[0] == 'A') << name;
         EXPECT_EQ(property->getName(), "UnNamed");
     }

@@ -22,25 +22,6 @@ zr::string nameOf(u32 number)
 }
 } // namespace
 
-TEST(Property, ToString)
-{
-    const auto animated = create<AnimatedVec2fProperty>();
-    EXPECT_EQ(animated->toString(), "UnNamed = animation(4294967295,);");
-    animated->setArgument(5);
-    animated->setKeys({{0.5, {1, -2}}, {1, {0, 3e30f}}});
-    const std::pair<PropertyPtr, const char*> kTexts[] = {
-        {make<FloatProperty>("p", 3e38f), "p = 300000000549775575777803994281145270272.000000;"},
-        {make<UIntProperty>("p", 0xFFFFFFFFu), "p = 4294967295;"},
-        {make<Vec4fProperty>("p", vec4f(1, 2, 3, 4)), "p = vec4(1.000000,2.000000,3.000000,4.000000);"},
-        {make<StringProperty>("p", "a \"b\""), "p = \"a \"b\"\";"},
-        {make<ArgumentProperty>("p", 7u), "p = argument(7);"},
-        {animated, "UnNamed = animation(5, 0.500000,vec2(1.000000,-2.000000),1.000000,"
-                   "vec2(0.000000,2999999894026671207801419726848.000000));"},
-    };
-    for (const auto& [property, text] : kTexts)
-        EXPECT_EQ(property->toString(), text);
-}
-
 // Short lists are compared by the plain search, long ones by another road.
 TEST(PropertyList, EqualityIsDirectedAtEveryLength)
 {

@@ -33,34 +33,38 @@ struct Order
 
 constexpr int kTasksEach = 300;
 
-template <class Push>
-std::vector<std::jthread> startPushers(Push push)
+/// Every task that many pushers push is run by this thread, and in each one's order.
+template <class Push, class Run>
+void expectOrder(Push push, Run run)
 {
+    Order order;
     std::vector<std::jthread> threads;
     for (std::size_t pusher = 0; pusher < 64; ++pusher)
         threads.emplace_back(
-            [push, pusher]
+            [&order, push, pusher]
             {
                 for (int number = 0; number < kTasksEach; ++number)
-                    push(pusher, number);
+                    push([&order, pusher, number] { order.note(pusher, number); });
             });
-    return threads;
+    while (order.count < 64 * kTasksEach)
+        run();
+    EXPECT_EQ(order.faults, 0);
 }
 } // namespace
 
-STRESS_TEST(SyncTaskQueue, RunsEachTaskOnceInThePushersOrder)
+STRESS_TEST(TaskQueues, RunEachTaskOnceInThePushersOrder)
 {
     zr::SyncTaskQueue queue;
-    Order order;
     const BarrierPtr barrier = SharedGroupBarrier::create("group");
-    const auto threads =
-        startPushers([&](std::size_t pusher, int number)
-                     { queue.push([&, pusher, number] { order.note(pusher, number); }, barrier, "task"); });
-    while (order.count < 64 * kTasksEach)
-        queue.run(0.001);
-    EXPECT_EQ(order.faults, 0);
-    EXPECT_EQ(barrier->getPending(), 0u);
-    EXPECT_EQ(queue.getPending(), 0u);
+    expectOrder([&](std::function<void()> task) { queue.push(std::move(task), barrier, "task"); },
+                [&] { queue.run(0.001); });
+    EXPECT_EQ(barrier->getPending() + queue.getPending(), 0u);
+
+    zr::LaneExecutor executor("test");
+    const auto push = [&](std::function<void()> task)
+    { executor.push_task(std::move(task), AsyncTaskPriority::kNormal, nullptr, "task"); };
+    expectOrder(push, [&] { executor.runOne("test"); });
+    executor.wait();
 }
 
 TEST(SyncTaskQueue, BelongsToOneThreadAtATime)
@@ -98,24 +102,6 @@ TEST(SyncTaskQueue, SettlesTasksThatRaiseOrAreDropped)
     }
     EXPECT_EQ(barrier->getPending(), 0u);
     EXPECT_FALSE(ran);
-}
-
-STRESS_TEST(LaneExecutor, RunsEachTaskOnceInThePushersOrder)
-{
-    zr::LaneExecutor executor("test");
-    Order order;
-    {
-        const auto threads = startPushers(
-            [&](std::size_t pusher, int number)
-            {
-                executor.push_task([&, pusher, number] { order.note(pusher, number); }, AsyncTaskPriority::kNormal,
-                                   nullptr, "task");
-            });
-        while (order.count < 64 * kTasksEach)
-            executor.runOne("test");
-    }
-    EXPECT_EQ(order.faults, 0);
-    executor.wait();
 }
 
 TEST(LaneExecutor, LooksAtLanesInTheirOrder)

@@ -1,14 +1,11 @@
-#include <zr/threads/thread.h>
-
-#include <string>
-
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 
 #include <platform/console.h>
+
+#include "../../policy.h"
 
 namespace
 {
@@ -61,24 +58,11 @@ TEST(Thread, NamesAndSettingsReachTheSystem)
         EXPECT_EQ(seen, expected);
 }
 
-std::string told;
+NotingPolicy policy;
 
 TEST(Thread, AHostsPolicyAndTheDebuggerAreTold)
 {
-    struct Policy : zr::IThreadPolicy
-    {
-        std::optional<zr::vector<thread::ThreadInfo>> getPoolInfos(zr::u32, zr::u32) override { return {}; }
-        void onThreadCreated(const char* name, thread::ThreadInfo& info, zr::u32 id) override
-        {
-            told += fmt::format("{} {}\n", name, id > 0);
-            info.priority = thread::Priority::Low;
-        }
-        void onThreadJoining(zr::u32 id) override { told += fmt::format("joining {}\n", id > 0); }
-        void reserved() override {}
-        zr::u32 getThreadCount(zr::u32) override { return 0; }
-        zr::u32 getReservedThreadCount(zr::u32) override { return 0; }
-    } policy;
-    const auto stream = platform::setDebuggerStream([](const char* text, std::size_t) { told += text; });
+    const auto stream = platform::setDebuggerStream([](const char* text, std::size_t) { policy.told += text; });
     zr::setThreadPolicy(&policy);
     {
         thread first([] { EXPECT_EQ(sched_getscheduler(0), SCHED_BATCH); }, 5, "worker");
@@ -89,8 +73,8 @@ TEST(Thread, AHostsPolicyAndTheDebuggerAreTold)
     }
     zr::setThreadPolicy(nullptr);
     platform::setDebuggerStream(stream);
-    EXPECT_EQ(told, "worker true\ncreated thread 'worker' (priority:1 mem:5 throttling:2 idealCore:-1 affinity:101)\n"
-                    "joining true\n");
+    EXPECT_EQ(policy.told, "worker true\ncreated thread 'worker' (priority:1 mem:5 throttling:2 idealCore:-1 "
+                           "affinity:101)\njoining true\n");
 }
 
 } // namespace

@@ -3,12 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include "Builders.h"
 #include "Describe.h"
 #include "base/ObjectRegistry.h"
 #include "utils/Optimizers.h"
 
-namespace test
-{
+using namespace test;
+
 namespace
 {
 using Sets = std::map<i32, f32>; // the value of each coordinate set
@@ -30,26 +31,26 @@ const ChannelCase kChannelCases[] = {
     {{{0, 10}, {5, 20}}, {5}, {{0, 20}}, {0}},
     {{{0, 1}, {2, 1.0005f}, {4, 1.0015f}}, {4, 2, 0}, {{0, 1.0015f}, {1, 1}}, {0, 1, 1}, 1},
     {{{15, 1}}, {15}, {{0, 1}}, {0}},
-    {{{0, 1}}, {0, 2}, {}, {}, 0, "raised Empty texture channel"},
+    {{{0, 1}}, {0, 2}, {}, {}, 0, "Empty texture channel"},
     {{{0, 1}}, {0, -1, -1, -1, -1, -1, -1, -1, 2}, {{0, 1}}, {0, -1, -1, -1, -1, -1, -1, -1, 1}},
-    {{{0, 1}}, {0, 40}, {}, {}, 0, "raised zr::array: index out of range"},
+    {{{0, 1}}, {0, 40}, {}, {}, 0, "zr::array: index out of range"},
 };
 
 TEST(OptimizeTextureChannels, DropsAndRenumbers)
 {
     for (const ChannelCase& c : kChannelCases)
     {
-        const auto root = create<RootNode>("model::RootNode");
+        const auto root = create<RootNode>();
         const MaterialPtr shared(new PropertiesSet());
         for (std::size_t i = 0; i < c.channels.size(); ++i)
             shared->channels[i] = c.channels[i];
-        const auto node = create<RenderNode>("model::RenderNode");
+        const auto node = create<RenderNode>();
         node->material = shared;
         for (const auto& [set, value] : c.before)
             node->vertices[4 + set] = {{value, 7}, 2};
         root->addRenderNode(node);
         u32 repeats = 9;
-        EXPECT_EQ(failureOf([&] { optimizeTextureChannels(root.get(), &repeats); }), c.failure);
+        EXPECT_EQ(raised([&] { optimizeTextureChannels(root.get(), &repeats); }), c.failure);
         if (!c.failure.empty()) continue;
         EXPECT_EQ(repeats, c.repeats);
         EXPECT_NE(node->material, shared) << "the table of this one node changes";
@@ -69,8 +70,8 @@ TEST(FixZeroNormals, ReplacesShortOnesOfThreeFloats)
     for (const auto& [x, isShort] : kCases)
         for (const u32 stride : {3u, 4u})
         {
-            const auto root = create<RootNode>("model::RootNode");
-            const auto node = create<RenderNode>("model::RenderNode");
+            const auto root = create<RootNode>();
+            const auto node = create<RenderNode>();
             node->vertices[1] = {{x, 0, 0}, stride};
             node->vertices[1].data.resize(stride);
             root->addRenderNode(node);
@@ -79,4 +80,3 @@ TEST(FixZeroNormals, ReplacesShortOnesOfThreeFloats)
         }
 }
 } // namespace
-} // namespace test

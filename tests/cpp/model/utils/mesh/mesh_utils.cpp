@@ -9,8 +9,8 @@
 #include "mesh/MeshUtils.h"
 #include "utils/mesh/TwoSided.h"
 
-namespace test
-{
+using namespace test;
+
 namespace
 {
 bool isWithin(const Vertices& vertices, u32 a, u32 b, u32 axis)
@@ -81,7 +81,7 @@ TEST(ApplyMatrices, TurnsDirectionsAndLeavesMeshesWithoutVertices)
 
 TEST(TwoSided, BacksAreWoundTheOtherWayWithTurnedNormals)
 {
-    const auto node = create<RenderNode>("model::RenderNode");
+    const auto node = create<RenderNode>();
     node->vertices[0] = {{0, 0, 0, 1, 0, 0, 0, 1, 0}, 3};
     node->vertices[1] = {{0, 0, 1, 0, 0, 1, 0, 0, 0.5f}, 3};
     node->indices.indices = {0, 1, 2, 2, 1, 0, 1};
@@ -95,4 +95,3 @@ TEST(TwoSided, BacksAreWoundTheOtherWayWithTurnedNormals)
     EXPECT_EQ(before, describe(node->vertices, node->indices));
 }
 } // namespace
-} // namespace test

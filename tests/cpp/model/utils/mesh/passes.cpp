@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 
 #include <gtest/gtest.h>
 #include <meshoptimizer.h>
@@ -7,13 +6,12 @@
 #include "Describe.h"
 #include "Random.h"
 #include "base/ObjectRegistry.h"
-#include "finishing/Finishing.h"
 #include "nodes/ShellSkinNode.h"
 #include "utils/Optimizers.h"
 #include "utils/mesh/MeshOptimizers.h"
 
-namespace test
-{
+using namespace test;
+
 namespace
 {
 Vertices padded(const Vertices& vertices, u32 width)
@@ -104,12 +102,12 @@ TEST(OptimizeVertexCache, TakesWhatGainsByEitherMeasure)
 
 TEST(ExtremlyOptimizeMeshes, WeldsAtTheToleranceAndRemovesWhatIsLeftEmpty)
 {
-    const auto root = create<RootNode>("model::RootNode");
-    const auto skin = create<ShellSkinNode>("model::ShellSkinNode");
+    const auto root = create<RootNode>();
+    const auto skin = create<ShellSkinNode>();
     for (const bool isFlat : {true, false})
     {
-        const auto node = create<RenderNode>("model::RenderNode");
-        const auto shell = create<ShellNode>("model::ShellNode");
+        const auto node = create<RenderNode>();
+        const auto shell = create<ShellNode>();
         node->vertices[0] = {{0, 0, 0, 1, 0, 0, 0, isFlat ? 0.0f : 1.0f, 0, 1e-5f, 0, 0}, 3};
         node->indices.indices = {0, 1, 2, 3, 1, 2, 0, 3, 1};
         shell->vertices = skin->vertices = node->vertices;
@@ -117,7 +115,7 @@ TEST(ExtremlyOptimizeMeshes, WeldsAtTheToleranceAndRemovesWhatIsLeftEmpty)
         root->renderNodes.push_back(node);
         root->shellNodes.push_back(shell);
     }
-    root->shellNodes.push_back(create<ShellSkinNode>("model::ShellSkinNode"));
+    root->shellNodes.push_back(create<ShellSkinNode>());
     root->shellNodes.push_back(skin);
     const RootNode::List expected{root->shellNodes[1], skin};
     EXPECT_EQ(extremlyOptimizeMeshes(root.get(), 1e-5f), (std::pair<u32, u32>(6, 8)));
@@ -126,22 +124,4 @@ TEST(ExtremlyOptimizeMeshes, WeldsAtTheToleranceAndRemovesWhatIsLeftEmpty)
     EXPECT_EQ(static_cast<RenderNode&>(*root->renderNodes[0]).indices.indices, (zr::vector<u32>{0, 1, 2, 0, 1, 2}));
     EXPECT_EQ(skin->indices.indices.size(), 9u) << "left alone";
 }
-
-/// The last two vertices lie within the tolerance. A NaN welds with nothing, but its bytes may be the same.
-TEST(FinishModel, WeldsAndRemapsWhatTheWeldLeaves)
-{
-    const auto root = create<RootNode>("model::RootNode");
-    const auto node = create<RenderNode>("model::RenderNode");
-    root->setRootTransform(create<Node>("model::Node"));
-    node->setControlNode(0, root->rootTransform);
-    node->material = MaterialPtr(new PropertiesSet());
-    node->material->setFormat(0, 3);
-    node->vertices[0] = {{NAN, 0, 0, NAN, 0, 0, 0, 1, 0, 0, 0, 1, 0.9e-5f, 0, 1}, 3};
-    node->indices.indices = {0, 2, 3, 1, 2, 4};
-    root->addRenderNode(node);
-    finishModel(*root);
-    EXPECT_EQ(node->vertices.getVertexCount(), 3u);
-    EXPECT_EQ(node->indices.indices.size(), 6u);
-}
 } // namespace
-} // namespace test
