@@ -33,7 +33,7 @@ ROOMS: dict[str, tuple[str, str]] = {  # room: (beginnings of paths below the ro
     "tree": ("utils/tree/", f"{WHOLE} utils"),
     "materials_pass": ("utils/materials/", f"{WHOLE} utils"),
     "mesh_pass": ("utils/mesh/", f"{WHOLE} utils"),
-    "merge": ("utils/merge/", f"{WHOLE} utils mesh_pass"),
+    "merge": ("utils/merge/", f"{WHOLE} utils"),
     "utils": ("utils/Optimizers.h utils/VertexUtils.h utils/RemoveEmpty.", WHOLE),  # what the families share
     "passes": ("utils/Optimizers.cpp utils/VertexUtils.cpp", f"{WHOLE} utils {PASSES}"),
     "io_10": ("io/10/", WHOLE),
