@@ -65,5 +65,5 @@ run_python_asan() {
 }
 
 run_python_tsan() {
-    run_preloaded tsan libtsan.so libstdc++.so -- "$@"
+    TSAN_OPTIONS="suppressions='$PWD/tests/tsan.supp'" run_preloaded tsan libtsan.so libstdc++.so -- "$@"
 }
