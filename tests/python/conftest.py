@@ -19,8 +19,7 @@ elif importlib.util.find_spec("pyzrm_313") is None:
 
 SWITCHES = (
     "optimizeTransformations", "mergePopertiesSets", "optimizeTextureChannels", "mergeNodes", "extremlyOptimizeMeshes",
-    "optimizeVertexCache",
-)  # fmt: skip
+    "optimizeVertexCache")  # fmt: skip
 
 
 @pytest.fixture

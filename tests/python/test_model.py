@@ -19,13 +19,9 @@ def test_empty_model(folder: Path) -> None:
     assert root is model.getRootTransform() and type(root) is zrm.Node and root.getName() == "root"
 
 
-@pytest.mark.parametrize(
-    ("version", "text"),
-    [
-        (10, ""), (10 + 65536, ""), (10 - 65536, ""), (-(2**63) + 10, ""), (9, "Unsupported version 9"),
-        (0, "Unsupported version 0"), (-1, "Unsupported version 65535"), (2**63 - 1, "Unsupported version 65535"),
-    ],
-)  # fmt: skip
+@pytest.mark.parametrize(("version", "text"), [
+    (10, ""), (10 + 65536, ""), (10 - 65536, ""), (-(2**63) + 10, ""), (9, "Unsupported version 9"),
+    (0, "Unsupported version 0"), (-1, "Unsupported version 65535"), (2**63 - 1, "Unsupported version 65535")])  # fmt: skip
 def test_versions(folder: Path, version: int, text: str) -> None:
     assert zrm.Model().save("model.zrm", version) == text
     assert Path("model.zrm").exists() is (text == "")

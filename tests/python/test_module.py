@@ -18,8 +18,7 @@ STUBS = ROOT / "Utils/ZRMTools/python_bindings/stubs/pyzrm_313-stubs/__init__.py
 FUNCTIONS = {
     "get_num_alived_objects": "Returns number of alived objects.",
     "dev_mode": "Returns if development mode is enabled.",
-    "enable_model_optimization": "Controls which optimizationa will be enabled.",
-}
+    "enable_model_optimization": "Controls which optimizationa will be enabled."}  # fmt: skip
 
 
 def test_module_and_stubs_agree() -> None:
@@ -55,8 +54,7 @@ INSIDE = {
     "Model": "", "PBRNode": "EMPTY PBRNode", "GlassNode": "EMPTY PBRNode", "ColorBaseBlock": "BT_Base",
     "EmissiveColorBlock": "BT_Emissive", "GlassFilterBlock": "BT_Glass",
     "PropertyFloat": "_DUMMY_NAME_ = 0.000000;", "PropertyFloat2": "_DUMMY_NAME_ = vec2(0.000000,0.000000);",
-    "PropertyFloat3": "_DUMMY_NAME_ = vec3(0.000000,0.000000,0.000000);",
-}  # fmt: skip
+    "PropertyFloat3": "_DUMMY_NAME_ = vec3(0.000000,0.000000,0.000000);"}  # fmt: skip
 
 
 @pytest.mark.parametrize("kind", CLASSES)
@@ -75,8 +73,7 @@ def test_repr_of_values_and_built_nodes() -> None:
     for value, text in (
         (zrm.PropertyFloat(5, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(5, 0.000000,2.000000);)"),
         (zrm.PropertyFloat(-1, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(4294967295, 0.000000,2.000000);)"),
-        (zrm.PropertyFloat3(5, []), "PropertyFloat3(_DUMMY_NAME_ = animation(5,);)"),
-    ):
+        (zrm.PropertyFloat3(5, []), "PropertyFloat3(_DUMMY_NAME_ = animation(5,);)")):  # fmt: skip
         assert repr(value) == "pyzrm::" + text
     node = pbr()
     assert node.getName() == "EMPTY PBRNode"
@@ -106,7 +103,6 @@ def test_dev_mode_is_read_once_and_import_makes_nothing(folder: Path, content: b
         f"import sys; sys.path.insert(0, {str(folder)!r}); import pyzrm_313 as z, os\n"
         "print(z.__file__, z.dev_mode(), z.get_num_alived_objects())\n"
         "os.remove('dev_mode.json') if z.dev_mode() else open('dev_mode.json', 'w').close()\n"
-        "m = z.Model(); print(z.dev_mode(), z.get_num_alived_objects()); del m; print(z.get_num_alived_objects())"
-    )
+        "m = z.Model(); print(z.dev_mode(), z.get_num_alived_objects()); del m; print(z.get_num_alived_objects())")
     ran = run_python(code, folder)
     assert ran.stdout.split() == [str(module), str(content is not None), "0", str(content is not None), "2", "0"], ran.stderr

@@ -84,8 +84,7 @@ GOLDEN = {
     "optimizeVertexCache": "bb7ab29e6f5f74373df8652b8c32ae79",
     "none": "9c94d54407c27759eb60faf9a42d4170",
     "all": "8a00933bfdde729d292de700a880b8a1",
-    "all but mergeNodes": "331f9e890c4adf2b95f1035d479bbc7c",
-}
+    "all but mergeNodes": "331f9e890c4adf2b95f1035d479bbc7c"}  # fmt: skip
 
 
 def test_golden_files(folder: Path) -> None:

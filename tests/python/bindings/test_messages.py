@@ -84,8 +84,7 @@ MESSAGES: list[tuple[type, list[tuple[Any, ...]]]] = [
     *[(zrm.GlassNode, [
         (NO_BASE, "addBlock", zrm.BaseBlock(), "addBlock", block),
         (f"Material paint doesn't support block {block.getTypeName()}.",)])
-      for block in (zrm.AoBlock(), zrm.DecalBlock(), zrm.EmissiveColorBlock(), zrm.EmissiveBlock(), zrm.NumberBlock())],
-]  # fmt: skip
+      for block in (zrm.AoBlock(), zrm.DecalBlock(), zrm.EmissiveColorBlock(), zrm.EmissiveBlock(), zrm.NumberBlock())]]  # fmt: skip
 
 
 @pytest.mark.parametrize(("kind", "steps"), MESSAGES)
@@ -179,8 +178,7 @@ FAILING: list[tuple[Any, ...]] = [
     (lambda: loose(shell_node(), "addShellNode"), LOOSE), (lambda: loose(zrm.SegmentsNode("s"), "addSegmentsNode"), "", LOOSE),
     (lambda: loose(zrm.Connector("c"), "addConnector"), IndexError), (lambda: loose(zrm.OmniLight("l"), "addLight"), IndexError),
     (lambda: loose(sprites(zrm.FakeOmniLights, zrm.FakeOmniLight), "addRenderNode"), IndexError),
-    (lambda: loose(sprites(zrm.FakeSpotLights, zrm.FakeSpotLight), "addRenderNode"), IndexError),
-]  # fmt: skip
+    (lambda: loose(sprites(zrm.FakeSpotLights, zrm.FakeSpotLight), "addRenderNode"), IndexError)]  # fmt: skip
 
 
 @pytest.mark.parametrize("case", FAILING)

@@ -149,15 +149,9 @@ def test_everything_goes_in_any_order(folder: Path, seed: int) -> None:
         parts[number] = None
 
 
-@pytest.mark.parametrize(
-    "failing",
-    [
-        lambda: zrm.Transform("t", []),
-        lambda: zrm.Bone("b", [(1.0, 0.0, 0.0, 0.0)] * 4, []),
-        lambda: zrm.PropertyFloat(3, [(1.0, None)]),
-        lambda: zrm.Model().addRenderNode(None),
-    ],
-)
+@pytest.mark.parametrize("failing", [
+    lambda: zrm.Transform("t", []), lambda: zrm.Bone("b", [(1.0, 0.0, 0.0, 0.0)] * 4, []),
+    lambda: zrm.PropertyFloat(3, [(1.0, None)]), lambda: zrm.Model().addRenderNode(None)])  # fmt: skip
 def test_failures_leave_nothing(failing: Callable[[], object]) -> None:
     assert outcome(failing) in (ValueError, TypeError)
 
@@ -172,8 +166,7 @@ def test_globals_at_interpreter_exit(folder: Path) -> None:
         "class Holder(z.Node): pass\nh = Holder('h'); h.me = h; h.model = z.Model()\n"
         "sys.modules['keeper'] = type(sys)('keeper'); sys.modules['keeper'].all = script\n"
         "def f(a=[z.Model(), z.PropertyFloat()]): yield a\ng = f(); next(g)\n"
-        "threading.local().x = z.Model()\n"
-    )
+        "threading.local().x = z.Model()\n")  # fmt: skip
     ran = run_python(code, folder)
     assert (ran.returncode, ran.stdout, ran.stderr) == (0, "", "")
 
@@ -197,8 +190,7 @@ def chain(kinds: list[str], count: int, downward: bool) -> None:
 
 @pytest.mark.parametrize(
     ("kinds", "count", "downward", "left"),
-    [(["Bone"], 300_000, True, 300_001), (["Bone"], 300_000, False, 300_001), (["Node", "Transform"], 100_000, True, 1)],
-)
+    [(["Bone"], 300_000, True, 300_001), (["Bone"], 300_000, False, 300_001), (["Node", "Transform"], 100_000, True, 1)])
 def test_a_deep_chain(folder: Path, kinds: list[str], count: int, downward: bool, left: int) -> None:
     code = "import gc, pyzrm_313\nfrom bindings.test_ownership import chain\n"
     ran = run_python(f"{code}chain({kinds}, {count}, {downward})\ngc.collect()\nprint(pyzrm_313.get_num_alived_objects())", folder)

@@ -17,20 +17,16 @@ def run(program: str, **options: object) -> subprocess.CompletedProcess[bytes]:
     return subprocess.run([sys.executable, "-c", HEAD + program], timeout=120, stderr=subprocess.PIPE, check=False, **options)  # type: ignore[call-overload, no-any-return]
 
 
-@pytest.mark.parametrize(
-    ("call", "line"),
-    [
-        ("log_error('100% %s %n')", LINE % ("ERROR  ", "100% %s %n")),
-        ("log_warning('Straße')", LINE % ("WARNING", "Straße")),
-        ("log_info('')", LINE % ("INFO   ", "")),
-        ("log_debug(b'bytes')", LINE % ("DEBUG  ", "bytes")),
-        ("log_info('cut\\0here')", LINE % ("INFO   ", "cut")),
-        ("log_info('own line\\n')", LINE % ("INFO   ", "own line")),
-        ("log_info('x' * 254)", LINE % ("INFO   ", "x{254}")),
-        ("log_info('x' * 255)", LINE % ("INFO   ", "x{255}")),
-        ("log_info('x' * 100_000_000)", LINE % ("INFO   ", "x{60000,65535}")),
-    ],
-)
+@pytest.mark.parametrize(("call", "line"), [
+    ("log_error('100% %s %n')", LINE % ("ERROR  ", "100% %s %n")),
+    ("log_warning('Straße')", LINE % ("WARNING", "Straße")),
+    ("log_info('')", LINE % ("INFO   ", "")),
+    ("log_debug(b'bytes')", LINE % ("DEBUG  ", "bytes")),
+    ("log_info('cut\\0here')", LINE % ("INFO   ", "cut")),
+    ("log_info('own line\\n')", LINE % ("INFO   ", "own line")),
+    ("log_info('x' * 254)", LINE % ("INFO   ", "x{254}")),
+    ("log_info('x' * 255)", LINE % ("INFO   ", "x{255}")),
+    ("log_info('x' * 100_000_000)", LINE % ("INFO   ", "x{60000,65535}"))])  # fmt: skip
 def test_a_line_reaches_standard_error_as_it_is(call: str, line: str) -> None:
     for before in ("", "zrm.init();"):
         result = run(f"{before}zrm.{call}")
@@ -49,8 +45,7 @@ def test_wrong_texts_raise_and_nothing_is_written() -> None:
         "for function in (zrm.init, zrm.deinit):\n"
         "    try: function(1)\n"
         "    except TypeError: continue\n"
-        "    sys.exit('an argument was taken')\n"
-    )
+        "    sys.exit('an argument was taken')\n")  # fmt: skip
     assert (result.returncode, result.stderr) == (0, b"")
 
 
@@ -85,28 +80,23 @@ def test_cycles_leave_no_thread_and_no_descriptor() -> None:
         "    zrm.init(); zrm.init()\n"
         "    assert counts()[0] == before[0] + 1 + len(os.sched_getaffinity(0)), counts()\n"
         "    zrm.deinit(); zrm.deinit()\n"
-        "assert counts() == before, (before, counts())\n"
-    )
+        "assert counts() == before, (before, counts())\n")  # fmt: skip
     assert result.returncode == 0, result.stderr[-500:]
 
 
-@pytest.mark.parametrize(
-    ("ending", "status"),
-    [
-        ("pass", 0),
-        ("raise SystemExit(3)", 3),
-        ("raise ValueError('the script fails')", 1),
-        ("os._exit(4)", 4),
-        ("threading.Thread(target=zrm.deinit).start()", 0),
-        ("threading.Thread(target=lambda: (zrm.deinit(), zrm.init())).start()", 0),
-        ("threading.Thread(target=lambda: os._exit(5)).start(); threading.Event().wait(60)", 5),
-        ("child = os.fork()\nif child == 0: sys.exit(6)\nsys.exit(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))", 6),
-        ("child = os.fork()\nif child == 0: zrm.deinit(); zrm.init(); zrm.log_info('child'); zrm.deinit(); os._exit(7)\n"
-         "zrm.deinit(); sys.exit(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))", 7),
-        ("child = os.fork()\nif child == 0: zrm.init(); sys.exit(8)\n"
-         "sys.exit(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))", 8),
-    ],
-)  # fmt: skip
+@pytest.mark.parametrize(("ending", "status"), [
+    ("pass", 0),
+    ("raise SystemExit(3)", 3),
+    ("raise ValueError('the script fails')", 1),
+    ("os._exit(4)", 4),
+    ("threading.Thread(target=zrm.deinit).start()", 0),
+    ("threading.Thread(target=lambda: (zrm.deinit(), zrm.init())).start()", 0),
+    ("threading.Thread(target=lambda: os._exit(5)).start(); threading.Event().wait(60)", 5),
+    ("child = os.fork()\nif child == 0: sys.exit(6)\nsys.exit(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))", 6),
+    ("child = os.fork()\nif child == 0: zrm.deinit(); zrm.init(); zrm.log_info('child'); zrm.deinit(); os._exit(7)\n"
+     "zrm.deinit(); sys.exit(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))", 7),
+    ("child = os.fork()\nif child == 0: zrm.init(); sys.exit(8)\n"
+     "sys.exit(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))", 8)])  # fmt: skip
 def test_a_process_ends_with_the_runtime_running(ending: str, status: int) -> None:
     assert run("zrm.init()\n" + ending).returncode == status
 
@@ -120,8 +110,7 @@ def test_a_file_has_the_same_bytes_with_the_runtime_and_without(tmp_path: Path) 
         "for name in ('a.zrm', 'b.zrm', 'c.zrm'):\n"
         "    model = zrm.Model(); mesh.setControlNode(model.getRootTransform())\n"
         "    assert model.addRenderNode(mesh) + model.save(name, 10) == ''\n"
-        "    zrm.init() if name == 'a.zrm' else zrm.deinit()\n"
-    )
+        "    zrm.init() if name == 'a.zrm' else zrm.deinit()\n")  # fmt: skip
     assert run(program, cwd=tmp_path).returncode == 0
     first, *others = [(tmp_path / name).read_bytes() for name in ("a.zrm", "b.zrm", "c.zrm")]
     assert len(first) > 303 and all(other == first for other in others)

@@ -16,8 +16,7 @@ from support.process import run_python
 
 CLASSES = [kind for kind in vars(zrm).values() if isinstance(kind, type)]
 METHODS = [(kind, name) for kind in CLASSES for name in dir(kind) if not name.startswith("_") and name != "save"] + [
-    (kind, "__repr__") for kind in CLASSES if "__repr__" in vars(kind)
-]
+    (kind, "__repr__") for kind in CLASSES if "__repr__" in vars(kind)]  # fmt: skip
 EXPECTED = (TypeError, ValueError, IndexError, RuntimeError, MemoryError, UnicodeDecodeError, ZeroDivisionError, OverflowError)  # fmt: skip
 
 
@@ -138,8 +137,7 @@ WRONG_ITEMS: list[tuple[Callable[[Any], object], Any, str]] = [  # a call, what 
     (lambda keys: zrm.PropertyFloat(3, keys, False), [(0.0, 1.0)] * 40_000 + [(0.0, None)], "40000"),
     (zrm.SegmentsNode("s").set, [((0.0,) * 3, (0.0,) * 3)] * 1000 + [((0.0,) * 3, (0.0,) * 2)], "entry 1000"),
     (zrm.DeckNode("d", "m").setPositions, [0.0] * 5000 + ["x"], "entry 5000"),
-    (zrm.ShellNode("s").setIndices, [0] * 5000 + [-1], "entry 5000"),
-]  # fmt: skip
+    (zrm.ShellNode("s").setIndices, [0] * 5000 + [-1], "entry 5000")]  # fmt: skip
 
 
 @pytest.mark.parametrize(("method", "argument", "place"), WRONG_ITEMS)
@@ -161,20 +159,13 @@ def test_wrong_self(kind: type, name: str) -> None:
 # For each class the calls that take it, alone or in a list.
 TAKERS: dict[type, list[Callable[[Any], Any]]] = {
     zrm.Node: [zrm.Node("a").addChild, pbr().setControlNode, zrm.OmniLight("l").setControlNode,
-               zrm.ShellNode("s").setControlNode],
-    zrm.Bone: [lambda bone: zrm.BoneBlock().setBones([zrm.Bone("b"), bone])],
-    zrm.IBlock: [pbr().addBlock],
-    zrm.IRenderNode: [zrm.Model().addRenderNode],
-    zrm.ILight: [zrm.Model().addLight],
-    zrm.SegmentsNode: [zrm.Model().addSegmentsNode],
-    zrm.ShellNode: [zrm.Model().addShellNode],
-    zrm.Connector: [zrm.Model().addConnector],
-    zrm.PropertyFloat: [zrm.OmniLight("l").setBrightness, pbr().setOpacityValue],
-    zrm.PropertyFloat2: [zrm.BaseBlock().setAlbedoMapUVShift],
-    zrm.PropertyFloat3: [zrm.OmniLight("l").setColor],
+               zrm.ShellNode("s").setControlNode], zrm.Bone: [lambda bone: zrm.BoneBlock().setBones([zrm.Bone("b"), bone])],
+    zrm.IBlock: [pbr().addBlock], zrm.IRenderNode: [zrm.Model().addRenderNode], zrm.ILight: [zrm.Model().addLight],
+    zrm.SegmentsNode: [zrm.Model().addSegmentsNode], zrm.ShellNode: [zrm.Model().addShellNode],
+    zrm.Connector: [zrm.Model().addConnector], zrm.PropertyFloat: [zrm.OmniLight("l").setBrightness, pbr().setOpacityValue],
+    zrm.PropertyFloat2: [zrm.BaseBlock().setAlbedoMapUVShift], zrm.PropertyFloat3: [zrm.OmniLight("l").setColor],
     zrm.FakeOmniLight: [lambda light: zrm.FakeOmniLights("f").set([zrm.FakeOmniLight(), light])],
-    zrm.FakeSpotLight: [lambda light: zrm.FakeSpotLights("f").set([light])],
-}  # fmt: skip
+    zrm.FakeSpotLight: [lambda light: zrm.FakeSpotLights("f").set([light])]}  # fmt: skip
 
 
 @pytest.mark.parametrize("kind", CLASSES)
@@ -195,8 +186,7 @@ WRONG_ARRAYS: list[tuple[Any, type[Exception], str]] = [
     (None, IndexError, "too many indices"),  # NumPy makes a number of it
     ("abc", TypeError, "setPositions|setNormals"),
     ([object()], TypeError, "setPositions|setNormals"),
-    ([[1.0], [1.0, 2.0]], TypeError, "setPositions|setNormals"),
-]
+    ([[1.0], [1.0, 2.0]], TypeError, "setPositions|setNormals")]  # fmt: skip
 
 
 @pytest.mark.parametrize(("wrong", "failure", "text"), WRONG_ARRAYS)

@@ -38,8 +38,7 @@ BROKEN = [
     ("buffers/0/uri", "none.bin", "none.bin"),
     ("skins/0/joints", [44], "joint 44 does not exist"),
     ("animations/0/samplers/0/interpolation", "SINE", "unknown interpolation 'SINE'"),
-    ("extensionsRequired", ["EXT_mesh_gpu_instancing"], "requires the extension EXT_mesh_gpu_instancing"),
-]
+    ("extensionsRequired", ["EXT_mesh_gpu_instancing"], "requires the extension EXT_mesh_gpu_instancing")]  # fmt: skip
 
 
 def refused(data: bytes, capsys: pytest.CaptureFixture[str]) -> str:

@@ -40,8 +40,7 @@ def test_pointers_drive_materials_and_lights(mode: str, folder: Path) -> None:
         (f"{spot}/color", 1 - colours[:, :3], "spot color", [1, 1, 1], 1 - colours[:, :3], 0.003),
         (f"{spot}/intensity", strength, "spot brightness", 1, strength, 0.05),
         (f"{spot}/spot/outerConeAngle", angle, "spot phi", 1, 2 * angle, 0.002),
-        ("/materials/0/alphaCutoff", HEIGHTS, "", 0, 0, 0),
-    ]
+        ("/materials/0/alphaCutoff", HEIGHTS, "", 0, 0, 0)]  # fmt: skip
     tracks = [(pointer, values) for pointer, values, *_ in rows if values is not None]
     gltf.animation(*[(0, "pointer", TIMES, values, mode) for _, values in tracks])
     for channel, (pointer, _) in zip(gltf.json["animations"][0]["channels"], tracks):

@@ -16,8 +16,7 @@ LINES = {
     "there and back": ([0, 1, 2, 3, 4, 5], [0, 1, -1, 1, -1, 0]),
     "one jump within a hundredth of a second": ([0, 5, 5.01, 10], [0, 0, 3, 3]),
     "late start": ([8, 9, 10], [7, 8, 7]),
-    "one key": ([3], [2]),
-}
+    "one key": ([3], [2])}  # fmt: skip
 
 
 @pytest.mark.parametrize("mode", ["LINEAR", "STEP"])

@@ -21,8 +21,7 @@ _SHAPES: tuple[Any, ...] = (
     np.ndarray.tolist, lambda flat: tuple(flat.tolist()), lambda flat: np.repeat(flat, 2)[::2],
     lambda flat: flat[::-1].copy()[::-1], lambda flat: flat.reshape(-1, 1), lambda flat: flat, lambda flat: flat.astype(float),
     lambda flat: np.frombuffer(b"x" + flat.tobytes(), flat.dtype, offset=1),
-    lambda flat: flat.astype(flat.dtype.newbyteorder(">")),
-)  # fmt: skip
+    lambda flat: flat.astype(flat.dtype.newbyteorder(">")))  # fmt: skip
 
 
 def narrow(value: Any) -> Any:

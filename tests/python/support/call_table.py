@@ -106,62 +106,48 @@ NODES: dict[str, tuple[str, dict[str, Any], list[Row]]] = {
         ("?setPositionAnimation:moves", into("position_channels")),
         ("?setRotationAnimation:turns", into("rotation_channels")),
         ("?setScaleAnimation:moves",
-         lambda e, found: e.record.update(scale_channels=[channel | {"rotation_keys": []} for channel in found])),
-    ]),
+         lambda e, found: e.record.update(scale_channels=[channel | {"rotation_keys": []} for channel in found]))]),
     "Bone": ("Bone", {"matrix": IDENTITY, "inverted_base_bone_matrix": IDENTITY}, [
-        ("?setMatrix:matrix", into("matrix")), ("?setInvertedBaseBoneMatrix:matrix", into("inverted_base_bone_matrix")),
-    ]),
-}  # fmt: skip
+        ("?setMatrix:matrix", into("matrix")), ("?setInvertedBaseBoneMatrix:matrix", into("inverted_base_bone_matrix"))])}  # fmt: skip
 
 # ---------------------------------------------------------------- blocks, in the order in which a mesh applies them
 
 BLOCKS: dict[str, list[Row]] = {
     "BaseBlock": [
         ("setPositions:points setNormals:normals", base), ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(0, 0)),
-        ("?setAlbedoMapUVShift:value2", uniform("diffuseShift")),
-    ],
+        ("?setAlbedoMapUVShift:value2", uniform("diffuseShift"))],
     "ColorBaseBlock": [
         ("setPositions:points setNormals:normals", base),
-        ("setColor:value3",
-         lambda e, value: (e.uniform("color", value), e.material.update(material_name="color_material"))),
-    ],
+        ("setColor:value3", lambda e, value: (e.uniform("color", value), e.material.update(material_name="color_material")))],
     "NormalBlock": [("setNormalMap:map setNormalMapUV:uvs", normal_map)],
     "FlirBlock": [("setFlirMap:map", lambda e, name: (e.material["channels"].__setitem__(0, 0), e.texture(16, name)))],
     "DamageBlock": [
         ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(5, 5)), ("?setNormalMap:map setNormalMapUV:uvs", damage_normal),
         ("?setMask:map", texture(15)), ("?setMaskRGBA:map", texture(18)),
-        ("setArgument:handle", lambda e, handle: e.record.update(damage=handle)),
-    ],
+        ("setArgument:handle", lambda e, handle: e.record.update(damage=handle))],
     "AormsBlock": [("setAormsMap:map setAormsMapUV:uvs", mapped(12, 13))],
     "BoneBlock": [
         ("setBoneWeights:weights setBoneIndices:bone_numbers setBones:bones", bones),
-        ("?setSkinBox:box", lambda e, box: e.record.update(skin_box=box, version=1)), ("?setBoneNames:names", nothing),
-    ],
+        ("?setSkinBox:box", lambda e, box: e.record.update(skin_box=box, version=1)), ("?setBoneNames:names", nothing)],
     "EmissiveBlock": [
         ("?setEmissiveMap:map setEmissiveMapUV:uvs", mapped(8, 8)), ("?setAmount:value1", uniform("selfIlluminationValue")),
         ("setColor:value3", uniform("selfIlluminationColor")), ("?setUVShift:value2", uniform("emissiveShift")),
-        ("?setEmissiveType:mode", glow),
-    ],
+        ("?setEmissiveType:mode", glow)],
     "EmissiveColorBlock": [
         ("?setAmount:value1", uniform("selfIlluminationValue")),
-        ("setColor:value3", lambda e, value: (e.uniform("selfIlluminationColor", value), glow(e, 2))),
-    ],
+        ("setColor:value3", lambda e, value: (e.uniform("selfIlluminationColor", value), glow(e, 2)))],
     "AoBlock": [
         ("setAoMap:map setAoMapUV:uvs", mapped(9, 9)), ("?setAoShift:value2", uniform("ambientOcclusionShift")),
         ("?setAoAnimationArgument:handle",
-         lambda e, handle: e.uniform("ambientOcclusionAnim", ("model::ArgumentProperty", handle))),
-    ],
+         lambda e, handle: e.uniform("ambientOcclusionAnim", ("model::ArgumentProperty", handle)))],
     "DecalBlock": [
-        ("setDecalMap:map setDecalMapUV:uvs", mapped(3, 3)), ("?setDecalShift:value2", uniform("decalShift")),
-    ],
+        ("setDecalMap:map setDecalMapUV:uvs", mapped(3, 3)), ("?setDecalShift:value2", uniform("decalShift"))],
     "GlassFilterBlock": [
         ("?setColor:value3", uniform("color")),
         ("setInstrumental:bool", lambda e, instrumental: e.material.update(
             material_name="glass_instrumental_material" if instrumental else "glass_material", blending=1)),
-        ("?setColorMap:map", texture(14)),
-    ],
-    "NumberBlock": [("setUVParams:handle,f,handle,f", numbers)],
-}  # fmt: skip
+        ("?setColorMap:map", texture(14))],
+    "NumberBlock": [("setUVParams:handle,f,handle,f", numbers)]}  # fmt: skip
 
 # ---------------------------------------------------------------- what is drawn
 
@@ -172,12 +158,10 @@ _MESH: list[Row] = [
     ("?setOpacityFresnelFactor:value1", uniform("opacityFresnelFactor")), ("?setDecalId:byte", of_material("decal_id")),
     ("?setTwoSided:sides", lambda e, two_sided: setattr(e, "two_sided", two_sided)),
     ("?setPurposeWaterMask:", lambda e: setattr(e, "purpose", 1)),
-    ("?+addTransparentPivot:f3", lambda e, point: e.record["pivots"].append(point)),
-]
+    ("?+addTransparentPivot:f3", lambda e, point: e.record["pivots"].append(point))]  # fmt: skip
 _FLAT: list[Row] = [
     ("setPositions:quad_points setNormals:quad_normals", base),
-    ("setIndices:quad", lambda e, indices: e.record["mesh"].update(indices=indices)),
-]
+    ("setIndices:quad", lambda e, indices: e.record["mesh"].update(indices=indices))]  # fmt: skip
 _RED = ("color", ("model::Property<osg::Vec3f>", (1.0, 0.0, 0.0)))
 
 
@@ -195,16 +179,13 @@ MESHES: dict[str, tuple[dict[str, Any], list[tuple[str, Any]], list[Row]]] = {
         *_MESH,
         ("?setTransparentMode:mode", mode_of(1, 3, 6)),
         ("?setGlassType:mode", lambda e, kind: e.material.update(
-            {0: {"material_name": "glass_instrumental_material"}, 1: {"material_name": "glass_material"}}.get(kind, {}))),
-    ]),
+            {0: {"material_name": "glass_instrumental_material"}, 1: {"material_name": "glass_material"}}.get(kind, {})))]),
     "ColorNode": ({"material_name": "color_material"}, [_RED], [
         *_FLAT,
-        ("?setColor:f,f,f", lambda e, *color: e.uniform("color", ("model::Property<osg::Vec3f>", color))),
-    ]),
+        ("?setColor:f,f,f", lambda e, *color: e.uniform("color", ("model::Property<osg::Vec3f>", color)))]),
     "MirrorNode": ({"material_name": "mirror_material", "channels": [0, *[-1] * 12]}, [_RED], [
         *_FLAT,
-        ("setTextureCoordinates:quad_uvs", lambda e, uvs: e.attribute("TEXCOORD0", uvs)), ("setTexture:map", texture(0)),
-    ]),
+        ("setTextureCoordinates:quad_uvs", lambda e, uvs: e.attribute("TEXCOORD0", uvs)), ("setTexture:map", texture(0))]),
     "DeckNode": ({"material_name": "deck_material", "channels": [0, 0, 0, 1, 1, -1, -1, 1, *[-1] * 5]}, [], [
         *_FLAT,
         ("setTiledUV:quad_uvs setRegularUV:uv_list", deck_tangents), ("setBaseTiledMap:map", texture(0)),
@@ -212,9 +193,7 @@ MESHES: dict[str, tuple[dict[str, Any], list[tuple[str, Any]], list[Row]]] = {
         ("setAormsMap:map", texture(4)), ("?setRainMask:map", texture(5)), ("?setDamageMask:map", texture(6)),
         ("?setDamageMap:map", texture(7)), ("?setDamageMaskRGBA:map", texture(9)),
         ("?setTransparentMode:mode", mode_of(0, 1, 2, 3)), ("?setDecalId:byte", of_material("decal_id")),
-        ("?setArgument:handle", lambda e, handle: e.record.update(damage=handle)),
-    ]),
-}  # fmt: skip
+        ("?setArgument:handle", lambda e, handle: e.record.update(damage=handle))])}  # fmt: skip
 
 
 def spots(e: Any, found: Any) -> None:
@@ -241,8 +220,7 @@ def _float(name: str, value: float) -> tuple[str, Any]:
 
 _LAMPS: list[Row] = [
     ("?setTexture:map", texture(0)), ("?setLuminance:value1", uniform("luminance")),
-    ("?setShiftToCamera:f", plain_uniform("shiftToCamera")),
-]
+    ("?setShiftToCamera:f", plain_uniform("shiftToCamera"))]  # fmt: skip
 
 
 def motion(sprites: str, land: Callable[..., object]) -> list[Row]:
@@ -259,16 +237,13 @@ _OMNI: list[Row] = [*_LAMPS, ("?setMinSizeInPixels:f", sizes(0)), ("?setMaxDista
 _SPOT: list[Row] = [
     *_LAMPS,
     ("?setMinSizeInPixels:f", plain_uniform("minSizeInPixels")), ("?setMaxDistance:f", plain_uniform("maxDistance")),
-    ("?setConeSetup:f3", plain_uniform("coneSetup", "osg::Vec3f")),
-]
+    ("?setConeSetup:f3", plain_uniform("coneSetup", "osg::Vec3f"))]  # fmt: skip
 _OMNI_START = [
     _float("shiftToCamera", 0.0), ("sizeFactors", ("model::Property<osg::Vec3f>", (20.0, 1000.0, 0.0))),
-    _float("luminance", 1.0),
-]  # fmt: skip
+    _float("luminance", 1.0)]  # fmt: skip
 _SPOT_START = [
     _float("shiftToCamera", 0.0), _float("minSizeInPixels", 20.0), _float("maxDistance", 1000.0),
-    ("coneSetup", ("model::Property<osg::Vec3f>", narrow((1.0, 0.8, 0.05)))), _float("luminance", 1.0),
-]  # fmt: skip
+    ("coneSetup", ("model::Property<osg::Vec3f>", narrow((1.0, 0.8, 0.05)))), _float("luminance", 1.0)]  # fmt: skip
 _OMNI_NEW = {"version": 0, "lights": [], "animation": None}
 _SPOT_NEW = {"version": 1, "lights": [], "animation": None, "directions": None, "control_directions": [[0.0, 0.0, 0.0]]}
 
@@ -280,8 +255,7 @@ FAKE_LIGHTS: dict[str, tuple[str, dict[str, Any], str, list[tuple[str, Any]], li
     "AnimatedFakeOmniLight": ("AnimatedFakeOmniLightsNode", _OMNI_NEW, "animated_fake_omni_lights2",
                               [*_OMNI_START, _float("arg", -1.0)], [*_OMNI, *motion("omnis", into("lights"))]),
     "AnimatedFakeSpotLight": ("AnimatedFakeSpotLightsNode", _SPOT_NEW, "animated_fake_spot_lights2",
-                              [*_SPOT_START, _float("arg", -1.0)], [*_SPOT, *motion("spots", spots)]),
-}  # fmt: skip
+                              [*_SPOT_START, _float("arg", -1.0)], [*_SPOT, *motion("spots", spots)])}  # fmt: skip
 
 # ---------------------------------------------------------------- lights, shells, connectors
 
@@ -319,19 +293,15 @@ _LIGHT: list[Row] = [
     ("?setDistance:value1", setting("distance")), ("?setSpecularAmount:value1", setting("specular_amount")),
     ("?setSoftness:value1", setting("softness")), ("?setVolumeRadiusFactor:still", volume("radius_factor")),
     ("?setVolumeDensityFactor:still", volume("density_factor")), ("?setVolumeNearDistance:still", volume("near_distance")),
-    ("?setVolumeType:handle", volume("volume_type")),
-]
+    ("?setVolumeType:handle", volume("volume_type"))]  # fmt: skip
 # Class: model's method that adds it, class of the file, fields of a new one, rows.
 HUNG: dict[str, tuple[str, str, dict[str, Any], list[Row]]] = {
     "OmniLight": ("addLight", "LightNode", {"light_type": 0}, _LIGHT),
     "SpotLight": ("addLight", "LightNode", {"light_type": 1}, [
         *_LIGHT, ("?setPhi:value1", setting("phi")), ("?setTheta:value1", setting("theta")),
-        ("?setAngles:angle,flat", angles),
-    ]),
+        ("?setAngles:angle,flat", angles)]),
     "ShellNode": ("addShellNode", "ShellNode", {}, [("setPositions:point_list setIndices:index_list", lambda e, points, indices:
                                                      e.record["mesh"].update(vertices=points, indices=indices))]),
     "SegmentsNode": ("addSegmentsNode", "SegmentsNode", {"segments": []}, [("?set:segments", into("segments"))]),
     "Connector": ("addConnector", "Connector", {}, [
-        ("?setPropertyFloat:text,f", own_property("float")), ("?setPropertyString:text,text", own_property("const char*")),
-    ]),
-}  # fmt: skip
+        ("?setPropertyFloat:text,f", own_property("float")), ("?setPropertyString:text,text", own_property("const char*"))])}  # fmt: skip

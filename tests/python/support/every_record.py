@@ -49,23 +49,19 @@ STATIC = [
     ("model::Property<osg::Vec2f>", "vec2", (1.0, 2.0)),
     ("model::Property<osg::Vec3f>", "vec3", (1.0, 2.0, 3.0)),
     ("model::Property<osg::Vec4f>", "vec4", (1.0, 2.0, 3.0, 4.0)),
-    ("model::Property<const char*>", "string", "Text"),
-]
+    ("model::Property<const char*>", "string", "Text")]  # fmt: skip
 ANIMATED = [
     driven_number("animated float", 30),
     ("model::ArgumentProperty", "argument", 31),
-    ("model::AnimatedProperty<osg::Vec2f>", "animated vec2", 32, [(0.5, [7.0, 8.0])]),
-    driven_vector("animated vec3", 33),
-    ("model::AnimatedProperty<osg::Vec4f>", "animated vec4", 34, [(2.0, [1.0, 2.0, 3.0, 4.0])]),
-]
+    ("model::AnimatedProperty<osg::Vec2f>", "animated vec2", 32, [(0.5, [7.0, 8.0])]), driven_vector("animated vec3", 33),
+    ("model::AnimatedProperty<osg::Vec4f>", "animated vec4", 34, [(2.0, [1.0, 2.0, 3.0, 4.0])])]  # fmt: skip
 
 # ---------------------------------------------------------------- the tree
 
 STILL: Record = {
     "matrix": IDENTITY, "base_position": [0.0] * 3, "base_rotation": [0.0, 0.0, 0.0, 1.0],
     "base_scale_rotation": [0.0, 0.0, 0.0, 1.0], "base_scale": [1.0] * 3,
-    "position_channels": [], "rotation_channels": [], "scale_channels": [],
-}  # fmt: skip
+    "position_channels": [], "rotation_channels": [], "scale_channels": []}  # fmt: skip
 MOVING: Record = {
     "matrix": counting(600), "base_position": [1.0, 2.0, 3.0], "base_rotation": [4.0, 5.0, 6.0, 7.0],
     "base_scale_rotation": [8.0, 9.0, 10.0, 11.0], "base_scale": [12.0, 13.0, 14.0],
@@ -73,9 +69,7 @@ MOVING: Record = {
     "rotation_channels": [{"argument": 5, "keys": [(0.5, [1.0, 2.0, 3.0, 4.0])]}, {"argument": 6, "keys": []}],
     "scale_channels": [{
         "argument": 7, "rotation_keys": [(0.25, [5.0, 6.0, 7.0, 8.0])],
-        "keys": [(0.5, [9.0, 10.0, 11.0]), (1.0, [12.0, 13.0, 14.0])],
-    }],
-}  # fmt: skip
+        "keys": [(0.5, [9.0, 10.0, 11.0]), (1.0, [12.0, 13.0, 14.0])]}]}  # fmt: skip
 POSITIONS = [{"argument": 1, "keys": []}, {"argument": 2, "keys": [(0.5, [1.0, 2.0, 3.0])]}]
 ROTATIONS = [{"argument": 3, "keys": [(0.5, [1.0, 2.0, 3.0, 4.0])]}]
 RANGES = [{"argument": 8, "ranges": [[0.25, 0.5], [2.0, 3.0]]}, {"argument": NONE, "ranges": [[0.0, 1.0]]}]
@@ -100,11 +94,8 @@ TREE = numbered([
     tree_node("ArgRotationNode", "rotations", 0, **STILL | {"rotation_channels": ROTATIONS}),
     tree_node("ArgScaleNode", "nothing", 0, **STILL),
     tree_node("BillboardNode", "billboard", 0, properties=[(UINT, "__VERSION__", 1)], mode=2, axis_mode=3,
-              matrix=counting(500), axis=[1.0, 2.0, 3.0]),
-    tree_node("ArgVisibilityNode", "visibility", 0, arguments=RANGES),
-    tree_node("LodNode", "lod", 0, levels=[[0.0, 100.0], [100.0, 400.0]]),
-    tree_node("TmpNumberRoot", "number root", 0),
-])  # fmt: skip
+              matrix=counting(500), axis=[1.0, 2.0, 3.0]), tree_node("ArgVisibilityNode", "visibility", 0, arguments=RANGES),
+    tree_node("LodNode", "lod", 0, levels=[[0.0, 100.0], [100.0, 400.0]]), tree_node("TmpNumberRoot", "number root", 0)])  # fmt: skip
 
 # ---------------------------------------------------------------- materials and meshes
 
@@ -112,18 +103,15 @@ TEXTURE: Record = {"texture_index": NONE, "name": "", "sampler": (2, 2, 10, 6), 
 MATERIAL: Record = {
     "blending": 0, "depth_bias": 0, "vertex_format": FORMAT, "channels": [-1] * 13, "material_name": "", "name": "",
     "casts_shadow": True, "shadow_flag2": False, "textures": {}, "uniforms": [], "animated_uniforms": [],
-    "billboard": None, "decal_id": 0,
-}  # fmt: skip
+    "billboard": None, "decal_id": 0}  # fmt: skip
 MATERIALS = [
     MATERIAL | {
         "blending": 2, "depth_bias": 1, "channels": [0, -1, 1, -1, 2, -1, 3, -1, 4, -1, 5, -1, 6],
         "material_name": "Kind", "name": "full", "casts_shadow": False, "shadow_flag2": True,
         "textures": {0: {"texture_index": 12, "name": "albedo.png", "sampler": (1, 3, 9, 7), "transform": counting(700)},
                      18: TEXTURE | {"name": "last"}},
-        "uniforms": STATIC, "animated_uniforms": ANIMATED, "billboard": (3, 4), "decal_id": 77,
-    },
-    MATERIAL | {"name": "plain"}, MATERIAL | {"name": "empty", "vertex_format": [0] * 27},
-]  # fmt: skip
+        "uniforms": STATIC, "animated_uniforms": ANIMATED, "billboard": (3, 4), "decal_id": 77},
+    MATERIAL | {"name": "plain"}, MATERIAL | {"name": "empty", "vertex_format": [0] * 27}]  # fmt: skip
 
 
 def mesh(fourth: float = 0.0, count: int = 3) -> Record:
@@ -140,8 +128,7 @@ def render_node(name: str, material: int = PLAIN, version: int = 0, kind: str = 
 NOTHING = {"vertices": [], "vertex_format": [0] * 27, "indices": [], "primitive_type": 1}
 NUMBERS: Record = {
     "kind": "NumberNode", "parents": [[0, 11], [TRANSFORM, NONE]],
-    "numbers": [[(12, 0.5, NONE, 2.0), (NONE, 3.0, 13, 0.25)], []],
-}  # fmt: skip
+    "numbers": [[(12, 0.5, NONE, 2.0), (NONE, 3.0, 13, 0.25)], []]}  # fmt: skip
 BENT = mesh(struct.unpack("<f", bytes([0, 1, 0, 1]))[0])
 
 
@@ -161,20 +148,16 @@ SPOT: Record = FAKE | {"control_directions": [[1.0, 0.0, 0.0], [0.0, 1.0, 0.0]],
 DIRECTIONS = [[0.0, 0.0, 1.0], [0.0, 0.0, -1.0]]
 
 RENDER_NODES = [
-    render_node("one part", FULL, parents=[[TRANSFORM, 9]]),
-    render_node("purpose", version=1, purpose=1),
+    render_node("one part", FULL, parents=[[TRANSFORM, 9]]), render_node("purpose", version=1, purpose=1),
     render_node("pivots", version=2, pivots=[[float(k), 1.0, 2.0] for k in range(6)]),
-    render_node("two parts", parents=[[TRANSFORM, 10], [0, NONE]]),
-    render_node("no parts", EMPTY, parents=[], mesh=NOTHING),
-    render_node("numbers and pivot", version=2, pivots=[[7.0, 8.0, 9.0]], **NUMBERS),
-    skin("skin", 0, argument=14),
+    render_node("two parts", parents=[[TRANSFORM, 10], [0, NONE]]), render_node("no parts", EMPTY, parents=[], mesh=NOTHING),
+    render_node("numbers and pivot", version=2, pivots=[[7.0, 8.0, 9.0]], **NUMBERS), skin("skin", 0, argument=14),
     skin("skin with box and pivot", 2, skin_box=BOX, pivots=[[1.0, 2.0, 3.0]]),
     head("AnimatedFakeOmniLightsNode", "omni", **FAKE, lights=[light[:5] for light in SPRITES], animation=SAMPLES),
     head("FakeSpotLightsNode", "spot", 1, **SPOT, animation=None),
     head("AnimatedFakeSpotLightsNode", "spot", 2, **SPOT | {"directions": DIRECTIONS}, animation=SAMPLES),
     head("FakeSpotLights3Node", "spot 3", **FAKE, mesh=mesh() | {"indices": [], "primitive_type": 0}),
-    render_node("words", mesh=mesh(count=257)),
-]
+    render_node("words", mesh=mesh(count=257))]  # fmt: skip
 
 # ---------------------------------------------------------------- shells, lights, connectors
 
@@ -184,8 +167,7 @@ SHELLS = [
     head("ShellNode", "shell", control=TRANSFORM, mesh=mesh()),
     head("SegmentsNode", "segments", control=TRANSFORM, segments=SEGMENTS),
     head("ShellSkinNode", "shell skin", argument=NONE, skin_box=None, **SHELL_SKIN),
-    head("ShellSkinNode", "shell skin with box", argument=16, skin_box=BOX, **SHELL_SKIN),
-]
+    head("ShellSkinNode", "shell skin with box", argument=16, skin_box=BOX, **SHELL_SKIN)]  # fmt: skip
 
 
 def light(name: str, light_type: int, version: int = 2, **more: Any) -> Record:
@@ -193,8 +175,7 @@ def light(name: str, light_type: int, version: int = 2, **more: Any) -> Record:
         "control": TRANSFORM, "light_type": light_type, "color": ("model::Property<osg::Vec3f>", "color", (0.0,) * 3),
         "brightness": number("brightness", 0.0), "phi": number("phi", 0.0), "theta": number("theta", 0.0),
         "distance": number("distance", 0.0), "specular_amount": number("specularAmount", 1.0),
-        "softness": number("softness", 0.0), "volume": None, "texture": None,
-    } | more  # fmt: skip
+        "softness": number("softness", 0.0), "volume": None, "texture": None} | more  # fmt: skip
 
 
 LIGHTS = [
@@ -203,8 +184,7 @@ LIGHTS = [
           phi=number("outer", 1.0), theta=driven_number("inner", 19), distance=number("reach", 2.0),
           specular_amount=number("shine", 3.0), softness=number("soft", 4.0), volume={
               "radius_factor": number("radius", 5.0), "density_factor": number("density", 6.0),
-              "near_distance": number("near", 7.0), "volume_type": 2}),
-]  # fmt: skip
+              "near_distance": number("near", 7.0), "volume_type": 2})]  # fmt: skip
 # A property that a script named "__VERSION__" has no say in a connector's record.
 CONNECTOR = head("Connector", "hook", control=TRANSFORM) | {"properties": [number("__VERSION__", 7.0)]}
 
@@ -221,8 +201,7 @@ EVERY_RECORD: Record = {
     "connectors": [CONNECTOR],
     "shell_nodes": SHELLS,
     "light_nodes": LIGHTS,
-    "render_nodes": RENDER_NODES,
-}  # fmt: skip
+    "render_nodes": RENDER_NODES}  # fmt: skip
 
 # The smallest file: a model as it is made. Put together by hand.
 EMPTY_MODEL = bytes.fromhex(

@@ -14,11 +14,6 @@ def run_python(code: str, folder: Path, **environment: str) -> subprocess.Comple
     """With the module, the reader and these tests on its path; a crash tells where it was."""
     path = os.pathsep.join([str(Path(zrm.__file__).parent), *sys.path])
     return subprocess.run(
-        [sys.executable, "-X", "faulthandler", "-c", code],
-        cwd=folder,
-        env={**os.environ, "PYTHONPATH": path, "PYTHONIOENCODING": "utf-8", **environment},
-        capture_output=True,
-        text=True,
-        encoding="utf-8",
-        timeout=600,
-    )
+        [sys.executable, "-X", "faulthandler", "-c", code], cwd=folder,
+        env={**os.environ, "PYTHONPATH": path, "PYTHONIOENCODING": "utf-8", **environment}, capture_output=True, text=True,
+        encoding="utf-8", timeout=600)  # fmt: skip

@@ -18,8 +18,7 @@ Record = dict[str, Any]
 NONE = 0xFFFFFFFF
 UINT = "model::Property<unsigned int>"
 SECTIONS = {
-    "connectors": "CONNECTORS", "shell_nodes": "SHELL_NODES", "light_nodes": "LIGHT_NODES", "render_nodes": "RENDER_NODES",
-}  # fmt: skip
+    "connectors": "CONNECTORS", "shell_nodes": "SHELL_NODES", "light_nodes": "LIGHT_NODES", "render_nodes": "RENDER_NODES"}  # fmt: skip
 _FORMS = {"float": "f", "unsigned int": "I", "osg::Vec2f": "2f", "osg::Vec3f": "3f", "osg::Vec4f": "4f"}
 
 
@@ -149,8 +148,7 @@ NODE_FIELDS: dict[str, Any] = {
     "mode": "u1", "axis_mode": "u1", "matrix": "f8", "base_position": "f8", "base_rotation": "f8",
     "base_scale_rotation": "f8", "base_scale": "f8", "position_channels": write_channel, "rotation_channels": write_channel,
     "scale_channels": write_channel, "inverted_base_bone_matrix": "f8", "axis": "f8", "arguments": write_range,
-    "levels": write_level,
-}  # fmt: skip
+    "levels": write_level}  # fmt: skip
 
 
 def write_node(out: Output, node: Record) -> None:

@@ -65,8 +65,7 @@ class Expectation:
             self.material[field] = [
                 (kind, name, *rest)
                 for name, (kind, *rest) in self.properties.items()
-                if kind.startswith(("model::Animated", "model::Argument")) == animated
-            ]
+                if kind.startswith(("model::Animated", "model::Argument")) == animated]  # fmt: skip
         if "mesh" in self.record:
             self.finish_mesh()
 
@@ -75,8 +74,7 @@ class Expectation:
         names = sorted(self.attributes, key=SEMANTICS.index)
         if self.two_sided:
             mesh["indices"] = mesh["indices"] + [
-                index + self.count for a, b, c in zip(*[iter(mesh["indices"])] * 3) for index in (a, c, b)
-            ]
+                index + self.count for a, b, c in zip(*[iter(mesh["indices"])] * 3) for index in (a, c, b)]  # fmt: skip
             for name in names:
                 rows = self.attributes[name]
                 self.attributes[name] = np.concatenate([rows, -rows if name == "NORMAL0" else rows])
@@ -107,8 +105,7 @@ class Script:
         self.chain = [0]
         self.file: Record = {
             "root": root([]), "nodes": [tree_node("Node", "root")],
-            "connectors": [], "shell_nodes": [], "light_nodes": [], "render_nodes": [],
-        }  # fmt: skip
+            "connectors": [], "shell_nodes": [], "light_nodes": [], "render_nodes": []}  # fmt: skip
 
     def run(self, rows: Sequence[Row], facade: Any, e: Expectation, later: bool = False) -> None:
         for calls, land in rows:

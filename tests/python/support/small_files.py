@@ -48,18 +48,13 @@ def _split(keys: Keys) -> list[Any]:
 
 
 def animation(
-    kind: str,
-    positions: Sequence[tuple[int, Keys]] = (),
-    rotations: Sequence[tuple[int, Keys]] = (),
-    scales: Sequence[tuple[int, Keys, Keys]] = (),
-    **fields: Any,
-) -> Record:
+    kind: str, positions: Sequence[tuple[int, Keys]] = (), rotations: Sequence[tuple[int, Keys]] = (),
+    scales: Sequence[tuple[int, Keys, Keys]] = (), **fields: Any) -> Record:  # fmt: skip
     """A key is its time and its components."""
     channels: Record = {
         "position_channels": [{"argument": a, "keys": _split(keys)} for a, keys in positions],
         "rotation_channels": [{"argument": a, "keys": _split(keys)} for a, keys in rotations],
-        "scale_channels": [{"argument": a, "rotation_keys": _split(r), "keys": _split(keys)} for a, r, keys in scales],
-    }
+        "scale_channels": [{"argument": a, "rotation_keys": _split(r), "keys": _split(keys)} for a, r, keys in scales]}
     return tree_node(kind, "a", **STILL | channels | fields)
 
 

@@ -49,8 +49,7 @@ LOCAL: list[tuple[Any, float, Any, Any]] = [  # a node, the value of argument 0,
     (animation(SCALE, scales=[(0, [], [])]), 0, (1, 2, 3), (0, 0, 0)),
     # Quaternions of any length turn alike; one of no length leaves no direction.
     (animation(SCALE, base_rotation=(0, 0, 3, 3)), 0, (1, 0, 0), (0, 1, 0)),
-    (animation(SCALE, base_position=(1, 2, 3), base_rotation=(0, 0, 0, 0)), 0, (5, 5, 5), (1, 2, 3)),
-]  # fmt: skip
+    (animation(SCALE, base_position=(1, 2, 3), base_rotation=(0, 0, 0, 0)), 0, (5, 5, 5), (1, 2, 3))]  # fmt: skip
 
 
 @pytest.mark.parametrize("record, value, point, expected", LOCAL)
@@ -66,8 +65,7 @@ def test_properties() -> None:
 
     animated = [
         ("model::ArgumentProperty", "argument", 1), driven("float", "one", (0, [1]), (1, [3])),
-        driven("osg::Vec2f", "two", (0, [1, 2]), (1, [3, 6])), driven("float", "empty"),
-    ]  # fmt: skip
+        driven("osg::Vec2f", "two", (0, [1, 2]), (1, [3, 6])), driven("float", "empty")]  # fmt: skip
     uniforms = [(UINT, "u", 7), ("model::Property<const char*>", "s", "text")]
     top = root([MATERIAL | {"vertex_format": MESH_FORMAT, "uniforms": uniforms, "animated_uniforms": animated}], 2)
     (made,) = parse(small([(-1, node())], root=top, render_nodes=[render()])).materials
@@ -77,8 +75,7 @@ def test_properties() -> None:
 
 @pytest.mark.parametrize(
     "first, second, shown",
-    [(0.0, 0.0, True), (0.5, 0.0, False), (0.8, 0.0, True), (0.0, 1.0, False), (-0.1, 0.0, False)],
-)
+    [(0.0, 0.0, True), (0.5, 0.0, False), (0.8, 0.0, True), (0.0, 1.0, False), (-0.1, 0.0, False)])  # fmt: skip
 def test_visibility(first: float, second: float, shown: bool) -> None:
     """Any of an argument's ranges, each open at its end; all of the arguments."""
     nodes = [(-1, node()), (0, visibility((0, [(0, 0.5), (0.75, 1)]), (1, [(0, 1)]))), (1, transform()), (0, visibility())]
@@ -110,8 +107,7 @@ NORMALS = [  # the upper 3 by 3 rows, a normal, what becomes of it
     ((-1, 0, 0, 0, 1, 0, 0, 0, 1), (0.6, 0.8, 0), (-0.6, 0.8, 0)),
     ((0, 0, 0, 0, 1, 0, 0, 0, 1), (0.6, 0.8, 0), (0.6, 0.8, 0)),  # flat: directions stay
     # Columns (1, 0, 0) and (1, 1, 0) / sqrt(2): the inverse transpose has the rows (1, 0, 0) and (-1, sqrt(2), 0).
-    ((1, 1, 0, 0, 1, 0, 0, 0, 1), (0, 1, 0), (-1 / math.sqrt(3), math.sqrt(2 / 3), 0)),
-]
+    ((1, 1, 0, 0, 1, 0, 0, 0, 1), (0, 1, 0), (-1 / math.sqrt(3), math.sqrt(2 / 3), 0))]  # fmt: skip
 
 
 @pytest.mark.parametrize("upper, normal, expected", NORMALS)
@@ -128,8 +124,7 @@ def test_skin() -> None:
     rows = [
         [1, 0, 0, packed(0, 1, 9, 9), 0, 0, 1, 0.25, 0.75, 0, 0],
         [1, 0, 0, packed(2, 0, 0, 0), 0, 0, 1, 1, 0, 0, 0],
-        [1, 0, 0, packed(0, 0, 0, 1), 1, 0, 0, 0, 0, 0, 1],
-    ]
+        [1, 0, 0, packed(0, 0, 0, 1), 1, 0, 0, 0, 0, 0, 1]]  # fmt: skip
     turned = [[0, 1, 0, 0], [-1, 0, 0, 0], [0, 0, 1, 0], [0, 0, 0, 1]]
     nodes = [
         (-1, transform(moved(0, 0, 100))),
@@ -153,8 +148,7 @@ UNUSABLE: list[tuple[Any, Any, str]] = [
     (render(rows=[[0, 0, 0, math.nan] + [0] * 5] * 3), MESH_FORMAT, "vertex of parent -1 of 1"),
     (skin([0], [[0, 0, 0, packed(1, 0, 0, 0), 0, 0, 1, 1, 0, 0, 0]] * 3), SKIN_FORMAT, "vertex of bone 1 of 1"),
     (render(rows=[[0, 0]] * 3), vertex_format(POSITION0=2), "a position of 2 floats"),
-    (render(rows=[[0] * 5] * 3), vertex_format(POSITION0=4, NORMAL0=1), "a direction of 1 floats"),
-]
+    (render(rows=[[0] * 5] * 3), vertex_format(POSITION0=4, NORMAL0=1), "a direction of 1 floats")]  # fmt: skip
 
 
 @pytest.mark.parametrize("member, form, text", UNUSABLE)

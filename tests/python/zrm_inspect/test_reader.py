@@ -45,8 +45,7 @@ PATCHES = [  # position in the empty model, bytes put there, offset of the error
     (271, b"\x00", 271, "without nodes"), (271, b"\x02", 271, "number of tree nodes"),
     (275, b"\x00", 275, "no type of a tree node"), (287, b"\x01", 287, "reserved"),
     (291, b"\x01", 291, "number of properties"), (295, b"\x00\x00\x00\x00", 295, "has the parent 0"),
-    (299, b"\x05", 299, "5 sections"), (299, b"\x01", 303, "file ends"), (303, b"\x00", 303, "behind the end"),
-]  # fmt: skip
+    (299, b"\x05", 299, "5 sections"), (299, b"\x01", 303, "file ends"), (303, b"\x00", 303, "behind the end")]  # fmt: skip
 
 
 @pytest.mark.parametrize("position, change, offset, text", PATCHES)
@@ -96,8 +95,7 @@ REFUSED: list[tuple[str, Any, str]] = [  # path in the file of every record, val
     ("shell_nodes.3.skin_box", [[0, 0, 0], [1, -1, 1]], "isn't valid"),
     ("shell_nodes.3.skin_box", [[0, 0, float("nan")], [1, 1, 1]], "isn't valid"),
     ("shell_nodes.3.skin_box", [[0, 0, 0]], "neither"), ("sections", ["light_nodes", "connectors"], "out of order"),
-    ("sections", ["OTHER"], "no name of a section"), ("sections", ["CONNECTORS"], "is empty"),
-]  # fmt: skip
+    ("sections", ["OTHER"], "no name of a section"), ("sections", ["CONNECTORS"], "is empty")]  # fmt: skip
 
 
 @pytest.mark.parametrize("path, value, text", REFUSED)
@@ -163,8 +161,7 @@ WARNED: list[tuple[Any, Any, list[str]]] = [  # something drawn, its format, the
     (render(triangles=[0, 1, 3]), MESH_FORMAT, ["index 3 of 3 vertices"]),
     (render(triangles=[0, 1]), MESH_FORMAT, ["2 indices are no whole number of triangles"]),
     (render(rows=[[0, 0, 0, 1, 0, 0, 1, 0, 0]] * 3), MESH_FORMAT, ["vertex of parent 1 of 1"]),
-    (bent(7, 0.5), SKIN_FORMAT, ["vertex of bone 7 of 1"]), (bent(7, 0), SKIN_FORMAT, []),
-]  # fmt: skip
+    (bent(7, 0.5), SKIN_FORMAT, ["vertex of bone 7 of 1"]), (bent(7, 0), SKIN_FORMAT, [])]  # fmt: skip
 
 
 @pytest.mark.parametrize("record, form, texts", WARNED)
@@ -181,8 +178,7 @@ def test_handle_count() -> None:
     numbers = render([(0, 1)], numbers=[[(5, 1.0, 4, 1.0)]]) | {"type_name": "model::NumberNode"}
     for handles, of_root, of_node, drawn in (
         (0, named(9), [], []), (10, [], named(9), []), (0, [], named(NONE), []), (8, [], [], [render([(0, 7), (0, 6)])]),
-        (6, [], [], [numbers]),
-    ):  # fmt: skip
+        (6, [], [], [numbers])):  # fmt: skip
         for told in (handles, handles + 1):
             top = root([MATERIAL | {"vertex_format": MESH_FORMAT}] * bool(drawn), told)
             top["properties"] = of_root + top["properties"]
