@@ -1,7 +1,5 @@
 """Finds the extension module, the reader and `support`, and gives each test its own folder and all switches on."""
 
-from __future__ import annotations
-
 import importlib.util
 import os
 import sys

@@ -1,7 +1,5 @@
 """The model: what it saves, where, and what it says when it can't."""
 
-from __future__ import annotations
-
 from pathlib import Path
 
 import pytest

@@ -1,7 +1,5 @@
 """What a script sees of the module: names, order, texts, switches."""
 
-from __future__ import annotations
-
 import ast
 import shutil
 from pathlib import Path

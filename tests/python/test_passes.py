@@ -1,7 +1,5 @@
 """What the passes of a save do to whole models, and what they leave as it was."""
 
-from __future__ import annotations
-
 import hashlib
 import itertools
 import math

@@ -1,7 +1,5 @@
 """Every call of every class, by the whole file that it leads to."""
 
-from __future__ import annotations
-
 from pathlib import Path
 
 import pytest

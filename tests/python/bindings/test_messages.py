@@ -1,7 +1,5 @@
 """What addRenderNode and save say of what is missing or wrong, in the order in which they look."""
 
-from __future__ import annotations
-
 import math
 from pathlib import Path
 from typing import Any

@@ -1,7 +1,5 @@
 """Who keeps what alive, at any depth, and that everything goes in every order."""
 
-from __future__ import annotations
-
 import gc
 import itertools
 import random
@@ -76,38 +74,26 @@ def test_models_die_in_every_order(folder: Path) -> None:
             model.getRootTransform().addChild(node)
 
 
-def color_mesh(model: zrm.Model, control: zrm.Node) -> None:
-    mesh = color_node()
-    mesh.setControlNode(control)
-    assert model.addRenderNode(mesh) == ""
-
-
-def hang_root_under(case: int, kept: list[Any]) -> zrm.Model:
-    """The node above the root goes, goes deep down, goes with its model, or stays."""
-    model, node = zrm.Model(), zrm.Transform("a")
-    root = model.getRootTransform()
-    if case == 1:
-        node.addChild(zrm.Node("between")).addChild(zrm.Bone("b")).addChild(root)
-    else:
-        (zrm.Model().getRootTransform() if case == 2 else node).addChild(root)
-    if case == 3:
-        kept.append(node)
-    return model
-
-
 def save_under_others() -> None:
+    """The node above the root goes, goes deep down, goes with its model, or stays; the root and its children draw meshes."""
     for case, count in itertools.product(range(4), range(3)):
-        kept: list[Any] = []
-        model = hang_root_under(case, kept)
+        model, node = zrm.Model(), zrm.Transform("a")
+        root = model.getRootTransform()
+        above = {1: lambda: node.addChild(zrm.Node("between")).addChild(zrm.Bone("b")), 2: zrm.Model().getRootTransform}
+        above.get(case, lambda: node)().addChild(root)
+        del above
+        if case != 3:
+            del node
         gc.collect()
         print(case, count, flush=True)
         for k in range(count):
-            color_mesh(model, model.getRootTransform().addChild(zrm.Transform("t")) if k else model.getRootTransform())
+            mesh = color_node()
+            mesh.setControlNode(root.addChild(zrm.Transform("t")) if k else root)
+            assert model.addRenderNode(mesh) == ""
         for _ in range(2):
             outcome(model.save, "model.zrm", 10)
-        model.getRootTransform().addChild(zrm.Node("late"))
-        del model
-        kept.clear()
+        root.addChild(zrm.Node("late"))
+        del model, root
         gc.collect()
     print("end")
 

@@ -18,14 +18,10 @@ def run(program: str, **options: object) -> subprocess.CompletedProcess[bytes]:
 
 
 @pytest.mark.parametrize(("call", "line"), [
-    ("log_error('100% %s %n')", LINE % ("ERROR  ", "100% %s %n")),
-    ("log_warning('Straße')", LINE % ("WARNING", "Straße")),
-    ("log_info('')", LINE % ("INFO   ", "")),
-    ("log_debug(b'bytes')", LINE % ("DEBUG  ", "bytes")),
-    ("log_info('cut\\0here')", LINE % ("INFO   ", "cut")),
-    ("log_info('own line\\n')", LINE % ("INFO   ", "own line")),
-    ("log_info('x' * 254)", LINE % ("INFO   ", "x{254}")),
-    ("log_info('x' * 255)", LINE % ("INFO   ", "x{255}")),
+    ("log_error('100% %s %n')", LINE % ("ERROR  ", "100% %s %n")), ("log_warning('Straße')", LINE % ("WARNING", "Straße")),
+    ("log_info('')", LINE % ("INFO   ", "")), ("log_debug(b'bytes')", LINE % ("DEBUG  ", "bytes")),
+    ("log_info('cut\\0here')", LINE % ("INFO   ", "cut")), ("log_info('own line\\n')", LINE % ("INFO   ", "own line")),
+    ("log_info('x' * 254)", LINE % ("INFO   ", "x{254}")), ("log_info('x' * 255)", LINE % ("INFO   ", "x{255}")),
     ("log_info('x' * 100_000_000)", LINE % ("INFO   ", "x{60000,65535}"))])  # fmt: skip
 def test_a_line_reaches_standard_error_as_it_is(call: str, line: str) -> None:
     for before in ("", "zrm.init();"):
@@ -85,10 +81,7 @@ def test_cycles_leave_no_thread_and_no_descriptor() -> None:
 
 
 @pytest.mark.parametrize(("ending", "status"), [
-    ("pass", 0),
-    ("raise SystemExit(3)", 3),
-    ("raise ValueError('the script fails')", 1),
-    ("os._exit(4)", 4),
+    ("pass", 0), ("raise SystemExit(3)", 3), ("raise ValueError('the script fails')", 1), ("os._exit(4)", 4),
     ("threading.Thread(target=zrm.deinit).start()", 0),
     ("threading.Thread(target=lambda: (zrm.deinit(), zrm.init())).start()", 0),
     ("threading.Thread(target=lambda: os._exit(5)).start(); threading.Event().wait(60)", 5),

@@ -1,7 +1,5 @@
 """Every method of every class with every kind of wrong argument: an exception or a text, never harm."""
 
-from __future__ import annotations
-
 import itertools
 import math
 from collections.abc import Callable, Iterator
@@ -184,8 +182,7 @@ WRONG_ARRAYS: list[tuple[Any, type[Exception], str]] = [
     (np.zeros((1, 12), np.float32), IndexError, "index 1 is out of bounds for axis 0 with size 1"),
     (np.float32(1.0), IndexError, "too many indices for an array"),
     (None, IndexError, "too many indices"),  # NumPy makes a number of it
-    ("abc", TypeError, "setPositions|setNormals"),
-    ([object()], TypeError, "setPositions|setNormals"),
+    ("abc", TypeError, "setPositions|setNormals"), ([object()], TypeError, "setPositions|setNormals"),
     ([[1.0], [1.0, 2.0]], TypeError, "setPositions|setNormals")]  # fmt: skip
 
 

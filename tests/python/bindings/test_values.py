@@ -1,7 +1,5 @@
 """Calls that do more than store: reduced keys, cone angles, samples, splits, places and names."""
 
-from __future__ import annotations
-
 import math
 from pathlib import Path
 from typing import Any

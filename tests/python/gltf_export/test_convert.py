@@ -1,7 +1,5 @@
 """The exporter on whole scenes, random ones and real ones: each looks in the saved file as in the source."""
 
-from __future__ import annotations
-
 from pathlib import Path
 from typing import Any
 

@@ -1,7 +1,5 @@
 """Unusual, broken and hostile input: read as glTF says, or refused with one line and the exit code 1."""
 
-from __future__ import annotations
-
 import copy
 import json
 import os
@@ -23,20 +21,14 @@ import gltf_export.convert
 
 # Node 0 is a triangle, node 1 a joint; animation 0 moves the joint.
 BROKEN = [
-    ("asset/version", "1.0", "version '1.0'"),
-    ("nodes/0/children", [0], "names the child 0 wrongly"),
-    ("nodes", [{"children": [2]}, {"children": [2]}, {}], "two parents"),
-    ("nodes/0/children", [99], "child 99 does not exist"),
+    ("asset/version", "1.0", "version '1.0'"), ("nodes/0/children", [0], "names the child 0 wrongly"),
+    ("nodes", [{"children": [2]}, {"children": [2]}, {}], "two parents"), ("nodes/0/children", [99], "child 99 does not exist"),
     ("nodes/0/mesh", "first", "/nodes/0/mesh is 'first', not a whole number"),
-    ("nodes/0/translation", [1, 2, 10**400], "/nodes/0/translation/2 is 1000"),
-    ("nodes", {"a": 1}, "/nodes is no list"),
-    ("nodes/0/name", "\ud800", "no UTF-8"),
-    ("accessors/0/count", 10**9, "runs? over|values for"),
+    ("nodes/0/translation", [1, 2, 10**400], "/nodes/0/translation/2 is 1000"), ("nodes", {"a": 1}, "/nodes is no list"),
+    ("nodes/0/name", "\ud800", "no UTF-8"), ("accessors/0/count", 10**9, "runs? over|values for"),
     ("accessors/0", {"componentType": 5126, "count": 10**12, "type": "VEC3"}, "without a buffer view"),
-    ("bufferViews/0/byteLength", 10**9, "its view ends at byte"),
-    ("buffers/0/byteLength", 10**6, "promised"),
-    ("buffers/0/uri", "none.bin", "none.bin"),
-    ("skins/0/joints", [44], "joint 44 does not exist"),
+    ("bufferViews/0/byteLength", 10**9, "its view ends at byte"), ("buffers/0/byteLength", 10**6, "promised"),
+    ("buffers/0/uri", "none.bin", "none.bin"), ("skins/0/joints", [44], "joint 44 does not exist"),
     ("animations/0/samplers/0/interpolation", "SINE", "unknown interpolation 'SINE'"),
     ("extensionsRequired", ["EXT_mesh_gpu_instancing"], "requires the extension EXT_mesh_gpu_instancing")]  # fmt: skip
 

@@ -1,7 +1,5 @@
 """Materials: what a name and a block can hold, and animated values that are no motion."""
 
-from __future__ import annotations
-
 from pathlib import Path
 from typing import Any
 

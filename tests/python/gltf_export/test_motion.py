@@ -1,7 +1,5 @@
 """Every moment of an animation, against what the module's reduction of keys leaves of it."""
 
-from __future__ import annotations
-
 from pathlib import Path
 
 import numpy as np

@@ -1,7 +1,5 @@
 """Large skins, and nodes whose names or extras have a meaning."""
 
-from __future__ import annotations
-
 from pathlib import Path
 
 import numpy as np

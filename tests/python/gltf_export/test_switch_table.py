@@ -1,7 +1,5 @@
 """The table of what each pass does to a model."""
 
-from __future__ import annotations
-
 from pathlib import Path
 
 import numpy as np
@@ -16,13 +14,9 @@ FIRST_15 = [[k, k + 1, k + 2] for k in range(0, 15, 3)]
 
 
 @pytest.mark.parametrize(("triangles", "misses"), [
-    ([], 0),
-    ([[0, 0, 0]], 1),
-    ([[2, 1, 0]] * 5, 3),
-    ([[k, k + 1, k + 2] for k in range(40)], 42),
+    ([], 0), ([[0, 0, 0]], 1), ([[2, 1, 0]] * 5, 3), ([[k, k + 1, k + 2] for k in range(40)], 42),
     # The hub is in every triangle, yet it is the oldest vertex once 16 were loaded: a hit doesn't make it younger.
-    ([[0, k, k + 1] for k in range(1, 21)], 23),
-    ([*FIRST_15, [15, 15, 15], [0, 1, 2]], 16),  # all 16 fit
+    ([[0, k, k + 1] for k in range(1, 21)], 23), ([*FIRST_15, [15, 15, 15], [0, 1, 2]], 16),  # all 16 fit
     ([*FIRST_15, [15, 16, 16], [0, 1, 2]], 20),  # the 17th drives out 0, which drives out 1, and so on
     ([[299, 0, 1], [299, 0, 1]], 3)])  # fmt: skip
 def test_misses_of_known_lists(triangles: list[list[int]], misses: int) -> None:

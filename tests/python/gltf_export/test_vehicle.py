@@ -1,7 +1,5 @@
 """The model that the exporter builds without an input file."""
 
-from __future__ import annotations
-
 from pathlib import Path
 
 import numpy as np

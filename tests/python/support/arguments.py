@@ -1,9 +1,7 @@
 """Arguments of calls: for each kind a value to pass, and what is left of it in 32 bits."""
 
-from __future__ import annotations
-
 import random
-from typing import Any
+from typing import Any, NamedTuple
 
 import numpy as np
 import pyzrm_313 as zrm
@@ -33,6 +31,13 @@ def narrow(value: Any) -> Any:
     return value
 
 
+class Expected(NamedTuple):
+    """What is passed, and what is to be found of it."""
+
+    passed: Any
+    found: Any
+
+
 class Source:
     """Random arguments of a kind, `kind(self)` for each name in the table of calls.
 
@@ -47,9 +52,7 @@ class Source:
 
     def draw(self, kind: str) -> tuple[Any, Any]:
         passed = getattr(self, "k_" + kind)()
-        if isinstance(passed, Expected):
-            return passed.passed, passed.found
-        return passed, narrow(passed)
+        return passed if isinstance(passed, Expected) else (passed, narrow(passed))
 
     def numbers(self, count: int) -> tuple[float, ...]:
         return tuple(self.random.uniform(-8.0, 8.0) for _ in range(count))
@@ -256,11 +259,3 @@ class Source:
 def _turned(uv: tuple[float, ...]) -> tuple[float, float]:
     """The v coordinate turned over, in 32 bits."""
     return float(np.float32(uv[0])), float(np.float32(1.0) - np.float32(uv[1]))
-
-
-class Expected:
-    """What is passed, and what is to be found of it."""
-
-    def __init__(self, passed: Any, found: Any) -> None:
-        self.passed = passed
-        self.found = found

@@ -5,8 +5,6 @@ arguments.py); a "?" in front marks a row that a script may leave out, "+" one t
 The landing writes what is found into the expectation `e` (see scripted.py), in the order of the file.
 """
 
-from __future__ import annotations
-
 from collections.abc import Callable
 from typing import Any
 
@@ -103,8 +101,7 @@ NODES: dict[str, tuple[str, dict[str, Any], list[Row]]] = {
     "AnimationNode": ("Arg", STILL, [
         ("?setBaseMatrix:matrix", into("matrix")), ("?setBasePosition:f3", into("base_position")),
         ("?setBaseRotation:quaternion", into("base_rotation")), ("?setBaseScale:f3", into("base_scale")),
-        ("?setPositionAnimation:moves", into("position_channels")),
-        ("?setRotationAnimation:turns", into("rotation_channels")),
+        ("?setPositionAnimation:moves", into("position_channels")), ("?setRotationAnimation:turns", into("rotation_channels")),
         ("?setScaleAnimation:moves",
          lambda e, found: e.record.update(scale_channels=[channel | {"rotation_keys": []} for channel in found]))]),
     "Bone": ("Bone", {"matrix": IDENTITY, "inverted_base_bone_matrix": IDENTITY}, [

@@ -3,8 +3,6 @@
 The numbers of a record differ, so that two fields in each other's place show.
 """
 
-from __future__ import annotations
-
 import struct
 from typing import Any
 
@@ -45,10 +43,8 @@ def head(kind: str, name: str = "", version: int = 0, **fields: Any) -> Record:
 
 STATIC = [
     number("float", 0.5),
-    (UINT, "uint", 0xFFFFFFFE),
-    ("model::Property<osg::Vec2f>", "vec2", (1.0, 2.0)),
-    ("model::Property<osg::Vec3f>", "vec3", (1.0, 2.0, 3.0)),
-    ("model::Property<osg::Vec4f>", "vec4", (1.0, 2.0, 3.0, 4.0)),
+    (UINT, "uint", 0xFFFFFFFE), ("model::Property<osg::Vec2f>", "vec2", (1.0, 2.0)),
+    ("model::Property<osg::Vec3f>", "vec3", (1.0, 2.0, 3.0)), ("model::Property<osg::Vec4f>", "vec4", (1.0, 2.0, 3.0, 4.0)),
     ("model::Property<const char*>", "string", "Text")]  # fmt: skip
 ANIMATED = [
     driven_number("animated float", 30),

@@ -1,7 +1,5 @@
 """Runs the exporter and compares what it saved with the source, for the exporter's tests."""
 
-from __future__ import annotations
-
 import json
 import os
 import sys

@@ -1,7 +1,5 @@
 """Small glTF files made for tests."""
 
-from __future__ import annotations
-
 import base64
 import json
 import struct

@@ -1,7 +1,5 @@
 """Random glTF scenes: in small, everything that the exporter carries over. A seed decides all of it."""
 
-from __future__ import annotations
-
 from typing import Any
 
 import numpy as np

@@ -4,8 +4,6 @@ Shares no code with the exporter, so that a mistake there shows as a difference 
 hold: buffers beside the file, in a data URI or in a .glb, plain, strided, sparse and normalised accessors.
 """
 
-from __future__ import annotations
-
 import base64
 import json
 import struct

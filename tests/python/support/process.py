@@ -1,7 +1,5 @@
 """Scripts in a process of their own."""
 
-from __future__ import annotations
-
 import os
 import subprocess
 import sys

@@ -1,7 +1,5 @@
 """Short ways to build, save and read single things."""
 
-from __future__ import annotations
-
 from collections.abc import Callable, Iterable
 from typing import Any
 

@@ -1,7 +1,5 @@
 """What a file shows at given values of its arguments, as multisets that no pass may change."""
 
-from __future__ import annotations
-
 from collections.abc import Iterator
 from typing import Any
 

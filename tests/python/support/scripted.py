@@ -1,7 +1,5 @@
 """Models made by the calls of the table, each with the file that it must become when no pass runs."""
 
-from __future__ import annotations
-
 import copy
 import random
 from collections.abc import Sequence

@@ -1,7 +1,5 @@
 """Short ways to describe small files for the reader."""
 
-from __future__ import annotations
-
 from collections.abc import Sequence
 from typing import Any
 

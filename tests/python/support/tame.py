@@ -4,8 +4,6 @@ Everything is chosen so that it looks the same to within rounding before and aft
 alike along the axes, points lie on a grid.
 """
 
-from __future__ import annotations
-
 import random
 from typing import Any
 

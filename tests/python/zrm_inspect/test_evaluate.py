@@ -1,18 +1,13 @@
 """Evaluation of files by values worked out by hand. That matrices follow the writer's own is seen in test_passes.py."""
 
-from __future__ import annotations
-
 import math
 from typing import Any
 
 import numpy as np
 import pytest
-from support.every_record import IDENTITY, MATERIAL, root
-from support.record_bytes import NONE, UINT
-from support.small_files import MESH_FORMAT, SKIN_FORMAT, animation, bone, lod, node, packed, render, skin, small, transform
-from support.small_files import vertex_format, visibility
+from support.every_record import IDENTITY
+from support.small_files import animation, lod, node, render, small, transform, visibility
 from zrm_inspect import evaluate, parse
-from zrm_inspect.animation import property_at
 
 S = math.sqrt(0.5)
 TURN_X, TURN_Z = (S, 0.0, 0.0, S), (0.0, 0.0, S, S)  # quarter turns: y becomes z, x becomes y
@@ -59,23 +54,8 @@ def test_local_matrix(record: Any, value: float, point: Any, expected: Any) -> N
     assert np.round([*point, 1.0] @ world, 6)[:3].tolist() == list(expected)
 
 
-def test_properties() -> None:
-    def driven(form: str, name: str, *keys: Any) -> Any:
-        return (f"model::AnimatedProperty<{form}>", name, 1, keys)
-
-    animated = [
-        ("model::ArgumentProperty", "argument", 1), driven("float", "one", (0, [1]), (1, [3])),
-        driven("osg::Vec2f", "two", (0, [1, 2]), (1, [3, 6])), driven("float", "empty")]  # fmt: skip
-    uniforms = [(UINT, "u", 7), ("model::Property<const char*>", "s", "text")]
-    top = root([MATERIAL | {"vertex_format": MESH_FORMAT, "uniforms": uniforms, "animated_uniforms": animated}], 2)
-    (made,) = parse(small([(-1, node())], root=top, render_nodes=[render()])).materials
-    found = [property_at(entry, {1: 0.5}) for entry in (*made.uniforms, *made.animated_uniforms)]
-    assert found == [7, "text", 0.5, 2.0, (2.0, 4.0), None]
-
-
-@pytest.mark.parametrize(
-    "first, second, shown",
-    [(0.0, 0.0, True), (0.5, 0.0, False), (0.8, 0.0, True), (0.0, 1.0, False), (-0.1, 0.0, False)])  # fmt: skip
+@pytest.mark.parametrize("first, second, shown", [
+    (0.0, 0.0, True), (0.5, 0.0, False), (0.8, 0.0, True), (0.0, 1.0, False), (-0.1, 0.0, False)])  # fmt: skip
 def test_visibility(first: float, second: float, shown: bool) -> None:
     """Any of an argument's ranges, each open at its end; all of the arguments."""
     nodes = [(-1, node()), (0, visibility((0, [(0, 0.5), (0.75, 1)]), (1, [(0, 1)]))), (1, transform()), (0, visibility())]
@@ -88,18 +68,6 @@ def test_lod_ranges() -> None:
     scene = evaluate(parse(small([*nodes, (5, node()), (1, node())])), {})
     found = [scene.lod_ranges(k) for k in (0, 3, 6, 7)]  # the last one is a third child of two levels
     assert found == [[], [(1, 0, 100)], [(5, 1, 2), (1, 100, 400)], []]
-
-
-def test_parts_of_a_mesh() -> None:
-    """The fourth float is rounded half up to the number of the parent entry; each part has its own visibility."""
-    rows = [[1, 0, 0, w, 0, 0, 1, u, 0] for u, w in enumerate((0, 0.4, -0.3, 0.5, 1, 1.4))]
-    nodes = [(-1, node()), (0, transform(moved(10))), (0, visibility((3, [(0, 1)]))), (2, transform(moved(0, 20)))]
-    data = small(nodes, 4, render_nodes=[render([(1, NONE), (3, 2)], rows, range(6))])
-    (mesh,) = evaluate(parse(data), {3: 1}).meshes
-    assert mesh.parts.tolist() == [0, 0, 0, 1, 1, 1]
-    assert mesh.positions.tolist() == [[11, 0, 0]] * 3 + [[1, 20, 0]] * 3
-    assert mesh.visible.tolist() == [True, False] == mesh.triangle_visible.tolist()
-    assert mesh.uv_of("albedo") is mesh.uvs[0] and mesh.uv_of("normal") is None
 
 
 NORMALS = [  # the upper 3 by 3 rows, a normal, what becomes of it
@@ -117,41 +85,3 @@ def test_normals(upper: Any, normal: Any, expected: Any) -> None:
     (mesh,) = evaluate(parse(small([(-1, transform(matrix))], render_nodes=[render(rows=rows, triangles=[0, 0, 0])])), {}).meshes
     assert mesh.normals is not None and mesh.normals[0] == pytest.approx(expected, abs=1e-6)
     assert mesh.normals[1].tolist() == [0, 0, 0]
-
-
-def test_skin() -> None:
-    """Bones take rest space to world space; what has no weight may name any bone; entry 0 is a bone like the others."""
-    rows = [
-        [1, 0, 0, packed(0, 1, 9, 9), 0, 0, 1, 0.25, 0.75, 0, 0],
-        [1, 0, 0, packed(2, 0, 0, 0), 0, 0, 1, 1, 0, 0, 0],
-        [1, 0, 0, packed(0, 0, 0, 1), 1, 0, 0, 0, 0, 0, 1]]  # fmt: skip
-    turned = [[0, 1, 0, 0], [-1, 0, 0, 0], [0, 0, 1, 0], [0, 0, 0, 1]]
-    nodes = [
-        (-1, transform(moved(0, 0, 100))),
-        (0, bone(moved(), moved(0, 0, -100))),  # at its rest pose: leaves points where they are
-        (0, animation("ArgAnimatedBone", [(2, [(0, 0, 0, 0), (1, 4, 0, 0)])], matrix=moved(6),
-                      inverted_base_bone_matrix=moved(0, 0, -100))),  # 8 along x from its rest pose
-        (0, bone(turned, moved(1, 0, -100))),  # a quarter turn, 1 off its rest pose
-    ]  # fmt: skip
-    data = small(nodes, 3, SKIN_FORMAT, render_nodes=[skin([1, 2, 3], rows)])
-    (mesh,) = evaluate(parse(data), {2: 0.5}).meshes
-    assert mesh.positions.tolist() == [[7, 0, 0], [0, 2, 0], [9, 0, 0]]
-    assert mesh.normals is not None and mesh.normals.tolist() == [[0, 0, 1], [0, 0, 1], [1, 0, 0]]
-    bare = skin([1, 2], [[0, 0, 0, packed(1, 0, 0, 0)]], [0, 0, 0])  # without weights the first bone counts
-    (mesh,) = evaluate(parse(small(nodes, 3, vertex_format(POSITION0=4), render_nodes=[bare])), {2: 0.5}).meshes
-    assert mesh.positions.tolist() == [[8, 0, 0]]
-
-
-UNUSABLE: list[tuple[Any, Any, str]] = [
-    (render(triangles=[0, 1, 3]), MESH_FORMAT, "index 3 of 3"),
-    (render(rows=[[0, 0, 0, 1] + [0] * 5] * 3), MESH_FORMAT, "vertex of parent 1 of 1"),
-    (render(rows=[[0, 0, 0, math.nan] + [0] * 5] * 3), MESH_FORMAT, "vertex of parent -1 of 1"),
-    (skin([0], [[0, 0, 0, packed(1, 0, 0, 0), 0, 0, 1, 1, 0, 0, 0]] * 3), SKIN_FORMAT, "vertex of bone 1 of 1"),
-    (render(rows=[[0, 0]] * 3), vertex_format(POSITION0=2), "a position of 2 floats"),
-    (render(rows=[[0] * 5] * 3), vertex_format(POSITION0=4, NORMAL0=1), "a direction of 1 floats")]  # fmt: skip
-
-
-@pytest.mark.parametrize("member, form, text", UNUSABLE)
-def test_unusable_meshes(member: Any, form: Any, text: str) -> None:
-    with pytest.raises(ValueError, match=text):
-        evaluate(parse(small([(-1, bone())], form=form, render_nodes=[member])), {})

@@ -1,7 +1,5 @@
 """Every record of the format: what the reader finds in its bytes."""
 
-from __future__ import annotations
-
 from dataclasses import fields, is_dataclass
 from typing import Any
 
