@@ -3,7 +3,6 @@
 import importlib.util
 import os
 import sys
-from collections.abc import Iterator
 from pathlib import Path
 
 import pytest
@@ -21,14 +20,14 @@ SWITCHES = (
 
 
 @pytest.fixture
-def folder(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
+def folder(tmp_path, monkeypatch):
     """An empty folder that is the current one: a model can't be saved under an absolute path."""
     monkeypatch.chdir(tmp_path)
     return tmp_path
 
 
 @pytest.fixture(autouse=True)
-def switches() -> Iterator[None]:
+def switches():
     """Puts back the switches of the process."""
     yield
     if module := sys.modules.get("pyzrm_313"):

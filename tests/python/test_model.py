@@ -8,7 +8,7 @@ from support.every_record import EMPTY_MODEL, NO_BOX
 from support.quick import BOX, f32, hang, save, shell_node
 
 
-def test_empty_model(folder: Path) -> None:
+def test_empty_model(folder):
     model = zrm.Model()
     for _ in range(2):  # the second time what the first one left
         assert model.save("model.zrm", 10) == ""
@@ -20,13 +20,13 @@ def test_empty_model(folder: Path) -> None:
 @pytest.mark.parametrize(("version", "text"), [
     (10, ""), (10 + 65536, ""), (10 - 65536, ""), (-(2**63) + 10, ""), (9, "Unsupported version 9"),
     (0, "Unsupported version 0"), (-1, "Unsupported version 65535"), (2**63 - 1, "Unsupported version 65535")])  # fmt: skip
-def test_versions(folder: Path, version: int, text: str) -> None:
+def test_versions(folder, version, text):
     assert zrm.Model().save("model.zrm", version) == text
     assert Path("model.zrm").exists() is (text == "")
     assert text or Path("model.zrm").read_bytes() == EMPTY_MODEL
 
 
-def test_paths(folder: Path) -> None:
+def test_paths(folder):
     model = zrm.Model()
     for path in (str(folder / "a.zrm"), "/", "missing/a.zrm", ".", ""):
         assert model.save(path, 10) == "Can't write to file " + path
@@ -39,12 +39,12 @@ def test_paths(folder: Path) -> None:
     assert (folder / "täpä ✓.zrm").read_bytes() == EMPTY_MODEL
 
 
-def boxes(model: zrm.Model) -> list[list[list[float]]]:
+def boxes(model):
     root = save(model).root
     return [box.tolist() for box in (root.bounding_box, root.user_box, root.light_box)]
 
 
-def test_boxes_that_count_as_not_set(folder: Path) -> None:
+def test_boxes_that_count_as_not_set(folder):
     own = [[f32(0.1), 2.0, 3.0], [4.0, 5.0, 6.0]]
     for axis in range(3):
         high = [9.0] * 3
@@ -58,7 +58,7 @@ def test_boxes_that_count_as_not_set(folder: Path) -> None:
     assert boxes(model)[1] == [[0.0] * 3, [0.0, 9.0, float("inf")]]
 
 
-def test_light_box_grows_by_the_largest_distance(folder: Path) -> None:
+def test_light_box_grows_by_the_largest_distance(folder):
     model = zrm.Model()
     for value in (zrm.PropertyFloat(3, [(0.0, 2.0), (1.0, 10.0)]), zrm.PropertyFloat(4.0), zrm.PropertyFloat(-50.0)):
         light = hang(zrm.OmniLight("l"), model)
@@ -68,7 +68,7 @@ def test_light_box_grows_by_the_largest_distance(folder: Path) -> None:
     assert boxes(model)[2] == [[-11.0, -12.0, -13.0], [11.0, 12.0, 13.0]]
 
 
-def test_a_box_follows_the_tree_at_rest(folder: Path) -> None:
+def test_a_box_follows_the_tree_at_rest(folder):
     model, mover = zrm.Model(), zrm.AnimationNode("mover")
     mover.setBasePosition((10.0, 20.0, 30.0))
     model.addShellNode(hang(shell_node(), model, mover))

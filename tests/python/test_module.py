@@ -19,7 +19,7 @@ FUNCTIONS = {
     "enable_model_optimization": "Controls which optimizationa will be enabled."}  # fmt: skip
 
 
-def test_module_and_stubs_agree() -> None:
+def test_module_and_stubs_agree():
     """Names, bases and methods, each in the order of the stubs, and nothing beyond them."""
     tree = ast.parse(STUBS.read_text(encoding="utf-8")).body
     functions = [node.name for node in tree if isinstance(node, ast.FunctionDef)]
@@ -35,14 +35,14 @@ def test_module_and_stubs_agree() -> None:
         assert bound == methods, node.name
 
 
-def test_only_the_functions_have_docstrings() -> None:
+def test_only_the_functions_have_docstrings():
     assert {name: getattr(zrm, name).__doc__ for name in FUNCTIONS} == FUNCTIONS
     for kind in CLASSES:
         assert not any(callable(method) and method.__doc__ for method in vars(kind).values())
 
 
-def test_parameters_have_no_names() -> None:
-    for call in (lambda: zrm.Node(name="a"), lambda: zrm.Model().save(path="a", version=10), lambda: zrm.Node()):  # type: ignore[call-arg]
+def test_parameters_have_no_names():
+    for call in (lambda: zrm.Node(name="a"), lambda: zrm.Model().save(path="a", version=10), lambda: zrm.Node()):
         with pytest.raises(TypeError, match="Node.__init__|save"):
             call()
 
@@ -56,7 +56,7 @@ INSIDE = {
 
 
 @pytest.mark.parametrize("kind", CLASSES)
-def test_repr(kind: type) -> None:
+def test_repr(kind):
     name = kind.__name__
     if "__repr__" not in vars(kind):
         assert name in ("IBlock", "IRenderNode", "ILight", "FakeOmniLight", "FakeSpotLight")
@@ -67,7 +67,7 @@ def test_repr(kind: type) -> None:
         assert make(kind).getTypeName() == inside
 
 
-def test_repr_of_values_and_built_nodes() -> None:
+def test_repr_of_values_and_built_nodes():
     for value, text in (
         (zrm.PropertyFloat(5, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(5, 0.000000,2.000000);)"),
         (zrm.PropertyFloat(-1, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(4294967295, 0.000000,2.000000);)"),
@@ -79,8 +79,8 @@ def test_repr_of_values_and_built_nodes() -> None:
     assert (repr(node), node.getName(), model.getName()) == ("pyzrm::PBRNode()", "", "")
 
 
-def test_switches_know_their_names_only(folder: Path) -> None:
-    def data() -> bytes:
+def test_switches_know_their_names_only(folder):
+    def data():
         assert tame_script(3).model.save("model.zrm", 10) == ""
         return Path("model.zrm").read_bytes()
 
@@ -93,7 +93,7 @@ def test_switches_know_their_names_only(folder: Path) -> None:
 
 
 @pytest.mark.parametrize("content", [None, b"", b"not json"])
-def test_dev_mode_is_read_once_and_import_makes_nothing(folder: Path, content: bytes | None) -> None:
+def test_dev_mode_is_read_once_and_import_makes_nothing(folder, content):
     module = shutil.copy(zrm.__file__, folder)
     if content is not None:
         (folder / "dev_mode.json").write_bytes(content)

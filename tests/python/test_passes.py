@@ -5,9 +5,7 @@ import itertools
 import math
 import random
 import subprocess
-from collections.abc import Iterator, Sequence
 from pathlib import Path
-from typing import Any
 
 import numpy as np
 import pytest
@@ -17,7 +15,7 @@ from conftest import SWITCHES
 from support.every_record import LARGEST
 from support.process import run_python
 from support.scene_parts import parts, same
-from support.scripted import Script, plain
+from support.scripted import plain
 from support.tame import golden_script, tame_script
 from zrm_inspect.model import BaseRenderNode, FakeOmniLightsNode, FakeSpotLightsNode, RenderNode, SegmentsNode, ShellNode
 
@@ -26,23 +24,23 @@ SEEDS = range(12)
 ORDERED = {(1, 2), (2, 3), (3, 4), (4, 5), (0, 3), (3, 5)}
 
 
-def save(script: Script, on: Sequence[str]) -> bytes:
+def save(script, on):
     plain(on)
     assert script.model.save("model.zrm", 10) == ""
     return Path("model.zrm").read_bytes()
 
 
-def digest(data: bytes) -> str:
+def digest(data):
     return hashlib.sha256(data).hexdigest()[:32]
 
 
-def poses(seed: int) -> list[dict[int, float]]:
+def poses(seed):
     chance = random.Random(seed)
     return [{}] + [{k: chance.uniform(-0.6, 0.6) for k in range(100)} for _ in range(2)]
 
 
 @pytest.mark.parametrize("seed", SEEDS)
-def test_everything_that_shows_survives(folder: Path, seed: int) -> None:
+def test_everything_that_shows_survives(folder, seed):
     before = zrm_inspect.parse(save(tame_script(seed), ()))
     wanted = [(pose, parts(before, pose)) for pose in poses(seed)]
     assert len(wanted[0][1]) >= 8
@@ -52,10 +50,10 @@ def test_everything_that_shows_survives(folder: Path, seed: int) -> None:
             assert same(parts_before, parts(after, pose)) == "", on
 
 
-def test_the_order_of_the_passes(folder: Path) -> None:
+def test_the_order_of_the_passes(folder):
     """A save with several switches is as many saves with one each, in the one order."""
 
-    def one_by_one(names: Sequence[str]) -> bytes:
+    def one_by_one(names):
         script = golden_script(8)
         return [save(script, [name]) for name in names][-1]
 
@@ -85,7 +83,7 @@ GOLDEN = {
     "all but mergeNodes": "331f9e890c4adf2b95f1035d479bbc7c"}  # fmt: skip
 
 
-def test_golden_files(folder: Path) -> None:
+def test_golden_files(folder):
     """A change of one of these is a change of what scripts get: say so where it is made."""
     found = {case: digest(save(golden_script(), on)) for case, on in CASES.items()}
     assert len(set(found.values())) == len(CASES)
@@ -105,7 +103,7 @@ print(locale.localeconv()["decimal_point"], value, zrm.Model().save("x", 54321))
 """
 
 
-def test_fresh_processes(folder: Path) -> None:
+def test_fresh_processes(folder):
     """All passes are on at the start, and neither hash seeds nor locales reach the file or a text."""
     points = {}
     for seed, name in (("0", "C"), ("1", "de_DE.UTF-8"), ("77", "tr_TR.UTF-8")):
@@ -123,12 +121,12 @@ def test_fresh_processes(folder: Path) -> None:
     assert points == {"C": ".", "de_DE.UTF-8": ",", "tr_TR.UTF-8": ","}
 
 
-def corners_at(low: Any, high: Any, matrix: Any) -> Any:
+def corners_at(low, high, matrix):
     corners = np.array([[(low, high)[k >> axis & 1][axis] for axis in range(3)] + [1.0] for k in range(8)])
     return (corners @ matrix)[:, :3]
 
 
-def boxes_at_rest(file: zrm_inspect.ZrmFile) -> Iterator[Any]:
+def boxes_at_rest(file):
     """The corners of each part's own box, where its node takes them."""
     world = zrm_inspect.evaluate(file, {}).world
     for node in (*file.render_nodes, *file.shell_nodes):
@@ -151,7 +149,7 @@ def boxes_at_rest(file: zrm_inspect.ZrmFile) -> Iterator[Any]:
 
 
 @pytest.mark.parametrize("seed", SEEDS)
-def test_box_of_a_model_that_has_none(folder: Path, seed: int) -> None:
+def test_box_of_a_model_that_has_none(folder, seed):
     for on in ((), SWITCHES):
         file = zrm_inspect.parse(save(tame_script(seed, boxes=False), on))
         with np.errstate(over="ignore"):
@@ -163,12 +161,12 @@ def test_box_of_a_model_that_has_none(folder: Path, seed: int) -> None:
         assert np.array_equal(file.root.user_box, file.root.bounding_box)
 
 
-def property_values(entry: Any) -> Any:
+def property_values(entry):
     return entry.keys["value"] if hasattr(entry, "keys") else entry.value
 
 
 @pytest.mark.parametrize(("distance", "left"), [(9e-6, 4), (1e-5, 4), (1.1e-5, 5), (math.nan, 4)])
-def test_what_is_near_enough_to_weld(folder: Path, distance: float, left: int) -> None:
+def test_what_is_near_enough_to_weld(folder, distance, left):
     """What is no number is near to nothing, but the same bytes are one vertex all the same."""
     shell, first = zrm.ShellNode("shell"), 0.0 if distance > 0 else distance
     shell.setPositions([first, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0, 0.0, distance, 0.0, 0.0, 0.0, 0.0, 1.0])

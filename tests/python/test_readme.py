@@ -14,15 +14,15 @@ from zrm_inspect.world import world_matrices
 ROOT = Path(__file__).resolve().parents[2]
 
 
-def python_blocks() -> list[str]:
+def python_blocks():
     return re.findall(r"```python\n(.*?)```", (ROOT / "README.md").read_text(encoding="utf-8"), re.DOTALL)
 
 
-def test_readme_quotes_the_example() -> None:
+def test_readme_quotes_the_example():
     assert python_blocks()[0] == (ROOT / "examples" / "box.py").read_text(encoding="utf-8")
 
 
-def test_readme_script_saves_a_textured_animated_box(tmp_path: Path) -> None:
+def test_readme_script_saves_a_textured_animated_box(tmp_path):
     absolute = tmp_path / "models" / "box.zrm"
     absolute.parent.mkdir()
     subprocess.run([sys.executable, "-c", python_blocks()[0], str(absolute)], cwd=tmp_path, check=True)

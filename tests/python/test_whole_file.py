@@ -3,26 +3,25 @@
 from pathlib import Path
 
 import pytest
-import pyzrm_313 as zrm
 import zrm_inspect
 from support.record_bytes import difference
-from support.scripted import Script, plain, random_script, whole_script
+from support.scripted import plain, random_script, whole_script
 
 
-def check(script: Script) -> None:
+def check(script):
     assert script.model.save("model.zrm", 10) == ""
     found = Path("model.zrm").read_bytes()
     assert difference(script.file, found) == ""
     zrm_inspect.parse(found)
 
 
-def test_every_call(folder: Path) -> None:
+def test_every_call(folder):
     plain()
     check(whole_script())
 
 
 @pytest.mark.parametrize("seeds", range(0, 200, 20))
-def test_random_calls(folder: Path, seeds: int) -> None:
+def test_random_calls(folder, seeds):
     plain()
     for seed in range(seeds, seeds + 20):
         print("seed", seed)

@@ -2,7 +2,6 @@
 
 import math
 from pathlib import Path
-from typing import Any
 
 import pytest
 import pyzrm_313 as zrm
@@ -16,7 +15,7 @@ CONTROL = zrm.Bone("control")
 COLOR, WEIGHTS = zrm.PropertyFloat3(), [1.0, 0.0, 0.0, 0.0]
 
 
-def made(kind: type, **calls: Any) -> Any:
+def made(kind, **calls):
     return changed(kind("n", "paint") if issubclass(kind, zrm.IRenderNode) else kind(), **calls)
 
 
@@ -28,7 +27,7 @@ NO_BASE, UV_MISSING = "Material paint must have the following blocks BT_Base.", 
 BOTH = "You can not use bone(skin) and number at the same time."
 
 # For each block and facade the texts in their order, each with the calls that lead to the next one.
-MESSAGES: list[tuple[type, list[tuple[Any, ...]]]] = [
+MESSAGES = [
     (zrm.BaseBlock, [
         ("Vetices positions aren't set.", "setPositions", POSITIONS + [5.0, 6.0]), ("Invalid normals.", "setNormals", NORMALS[3:]),
         ("Invalid normals.", "setNormals", NORMALS), ("Invalid albedo texture coordinates.", "setAlbedoMapUV", UV[2:]),
@@ -86,7 +85,7 @@ MESSAGES: list[tuple[type, list[tuple[Any, ...]]]] = [
 
 
 @pytest.mark.parametrize(("kind", "steps"), MESSAGES)
-def test_texts_in_order(folder: Path, kind: type, steps: list[tuple[Any, ...]]) -> None:
+def test_texts_in_order(folder, kind, steps):
     """After each text the model is as it was; the last call makes the thing whole, unless it can't be."""
     plain()
     model, thing = zrm.Model(), made(kind)
@@ -114,7 +113,7 @@ NO_ARGUMENT = "Argument of animated fake omni lights must be valid. Node id: "  
 NO_DATA, NO_SAMPLES = "Vertex data is invalid.", "Invalid data size. Node id: "
 
 
-def sprites(kind: Any, sprite: Any, argument: float | None = None, animation: Any = None) -> Any:
+def sprites(kind, sprite, argument=None, animation=None):
     lights = kind("sprites")
     lights.set([sprite(), sprite()])
     if argument is not None:
@@ -125,7 +124,7 @@ def sprites(kind: Any, sprite: Any, argument: float | None = None, animation: An
     return lights
 
 
-def pivoted() -> zrm.Model:
+def pivoted():
     node = pbr()
     model = model_of(node)
     for _ in range(7):
@@ -133,20 +132,20 @@ def pivoted() -> zrm.Model:
     return model
 
 
-def skinned(count: int = 4, box: Any = BOX) -> zrm.Model:
+def skinned(count=4, box=BOX):
     model = model_of(pbr(changed(bone_block(), setBoneWeights=WEIGHTS * count, setBoneIndices=[0] * 4 * count)), zrm.Bone("b"))
     model.setBBox(box)
     return model
 
 
-def loose(thing: Any, add: str) -> zrm.Model:
+def loose(thing, add):
     """Of something that hangs on no node."""
     model = zrm.Model()
     assert getattr(model, add)(thing) in (None, "")
     return model
 
 
-def numbers_beyond() -> zrm.Model:
+def numbers_beyond():
     """Two number meshes of equal material, of which the first names a vertex that it lacks."""
     model = zrm.Model()
     for indices in ([0, 1, 4], INDICES):
@@ -156,7 +155,7 @@ def numbers_beyond() -> zrm.Model:
 
 LOOSE = "Control node isn't set. BaseShellNode: "
 # What makes a model, and what save answers with the passes on, and with them off when that differs.
-FAILING: list[tuple[Any, ...]] = [
+FAILING = [
     (lambda: skinned(box=(0.0,) * 5 + (-1.0,)), "if the model has bones, then you need to set a bounding box."),
     (lambda: skinned(9), NO_DATA), (pivoted, "Too much transparent pivots."), (numbers_beyond, IndexError, ""),
     (lambda: shell_node([*POSITIONS, 5.0]), NO_DATA), (lambda: shell_node(indices=[0, 1, 4]), IndexError, ""),
@@ -180,7 +179,7 @@ FAILING: list[tuple[Any, ...]] = [
 
 
 @pytest.mark.parametrize("case", FAILING)
-def test_saves_that_fail_leave_the_older_file(folder: Path, case: tuple[Any, ...]) -> None:
+def test_saves_that_fail_leave_the_older_file(folder, case):
     make, *answers = case
     for answer, switches in ((answers[0], SWITCHES), (answers[-1], ())):
         plain(switches)
@@ -195,7 +194,7 @@ def test_saves_that_fail_leave_the_older_file(folder: Path, case: tuple[Any, ...
 
 
 @pytest.mark.parametrize("index", [4, 2**32 - 1])
-def test_indices_beyond_the_vertices_at_the_build(index: int) -> None:
+def test_indices_beyond_the_vertices_at_the_build(index):
     split = changed(damage_block(), setArgument=-1, setPerVertexArguments=[1.0] * 4)
     short = changed(bone_block(), setBoneWeights=WEIGHTS * 3, setBoneIndices=[0] * 12)
     for node in (deck_node(indices=[0, 1, index]), changed(pbr(split), setIndices=[0, 1, index]), pbr(short)):
@@ -204,7 +203,7 @@ def test_indices_beyond_the_vertices_at_the_build(index: int) -> None:
 
 
 @pytest.mark.parametrize("count", [1, 2, 4, 5])
-def test_index_counts_that_are_no_triangles(folder: Path, count: int) -> None:
+def test_index_counts_that_are_no_triangles(folder, count):
     for node in (color_node(), deck_node(), pbr(), pbr(bone_block()), shell_node()):
         node.setIndices(INDICES[:count])
         if isinstance(node, zrm.PBRNode):

@@ -3,9 +3,6 @@
 import gc
 import itertools
 import random
-from collections.abc import Callable, Iterator
-from pathlib import Path
-from typing import Any
 
 import pytest
 import pyzrm_313 as zrm
@@ -16,7 +13,7 @@ from support.scripted import plain, whole_script
 
 
 @pytest.fixture(autouse=True)
-def nothing_is_left() -> Iterator[None]:
+def nothing_is_left():
     """Each test ends with as many model objects as it began with."""
     gc.collect()
     before = zrm.get_num_alived_objects()
@@ -25,7 +22,7 @@ def nothing_is_left() -> Iterator[None]:
     assert zrm.get_num_alived_objects() == before
 
 
-def test_a_model_frees_its_tree() -> None:
+def test_a_model_frees_its_tree():
     start = zrm.get_num_alived_objects()
     model = zrm.Model()
     top = model.getRootTransform()
@@ -37,7 +34,7 @@ def test_a_model_frees_its_tree() -> None:
     assert top.getName() == "c"
 
 
-def test_facades_die_first(folder: Path) -> None:
+def test_facades_die_first(folder):
     model = zrm.Model()
     node = zrm.Transform("t", [(1, 0, 0, 5), (0, 1, 0, 6), (0, 0, 1, 7), (0, 0, 0, 1)])
     for mesh in (color_node(), deck_node()):
@@ -50,10 +47,10 @@ def test_facades_die_first(folder: Path) -> None:
     assert len(file.render_nodes) == 2 and file.root.bounding_box.tolist() == [[5.0, 6.0, 7.0], [6.0, 7.0, 7.0]]
 
 
-def test_models_die_in_every_order(folder: Path) -> None:
+def test_models_die_in_every_order(folder):
     """Roots that hang under nodes of other models."""
     for order in itertools.permutations(range(3)):
-        models: list[Any] = [zrm.Model() for _ in range(3)]
+        models = [zrm.Model() for _ in range(3)]
         nodes = [zrm.Node(str(i)) for i in range(3)]
         for model, node in zip(models, nodes):
             model.getRootTransform().addChild(node)
@@ -74,7 +71,7 @@ def test_models_die_in_every_order(folder: Path) -> None:
             model.getRootTransform().addChild(node)
 
 
-def save_under_others() -> None:
+def save_under_others():
     """The node above the root goes, goes deep down, goes with its model, or stays; the root and its children draw meshes."""
     for case, count in itertools.product(range(4), range(3)):
         model, node = zrm.Model(), zrm.Transform("a")
@@ -98,14 +95,14 @@ def save_under_others() -> None:
     print("end")
 
 
-def test_a_root_under_what_is_gone(folder: Path) -> None:
+def test_a_root_under_what_is_gone(folder):
     """In a process of its own: the model is saved whatever became of the nodes above its root."""
     ran = run_python("from bindings.test_ownership import save_under_others as run\nrun()", folder)
     last = ran.stdout.splitlines()[-1] if ran.stdout else ""
     assert ran.returncode == 0 and last == "end", f"after {last}: {ran.stderr[-500:]}"
 
 
-def test_a_bone_in_no_tree(folder: Path) -> None:
+def test_a_bone_in_no_tree(folder):
     model = model_of(pbr(bone_block([zrm.Bone("loose")])), zrm.Bone("top"))
     gc.collect()
     with pytest.raises(IndexError):  # it has no number in the file
@@ -113,7 +110,7 @@ def test_a_bone_in_no_tree(folder: Path) -> None:
     assert list(folder.iterdir()) == []
 
 
-def test_setters_after_a_save_reach_nodes_that_left(folder: Path) -> None:
+def test_setters_after_a_save_reach_nodes_that_left(folder):
     model, node = zrm.Model(), zrm.Transform("gone")
     model.getRootTransform().addChild(node)
     save(model)
@@ -125,11 +122,11 @@ def test_setters_after_a_save_reach_nodes_that_left(folder: Path) -> None:
 
 
 @pytest.mark.parametrize("seed", range(5))
-def test_everything_goes_in_any_order(folder: Path, seed: int) -> None:
+def test_everything_goes_in_any_order(folder, seed):
     plain()
     script = whole_script()
     assert script.model.save("model.zrm", 10) == ""
-    parts: list[Any] = [*script.facades, script.model]
+    parts = [*script.facades, script.model]
     del script
     for number in random.Random(seed).sample(range(len(parts)), len(parts)):
         parts[number] = None
@@ -138,11 +135,11 @@ def test_everything_goes_in_any_order(folder: Path, seed: int) -> None:
 @pytest.mark.parametrize("failing", [
     lambda: zrm.Transform("t", []), lambda: zrm.Bone("b", [(1.0, 0.0, 0.0, 0.0)] * 4, []),
     lambda: zrm.PropertyFloat(3, [(1.0, None)]), lambda: zrm.Model().addRenderNode(None)])  # fmt: skip
-def test_failures_leave_nothing(failing: Callable[[], object]) -> None:
+def test_failures_leave_nothing(failing):
     assert outcome(failing) in (ValueError, TypeError)
 
 
-def test_globals_at_interpreter_exit(folder: Path) -> None:
+def test_globals_at_interpreter_exit(folder):
     """Facades that only die with the interpreter, also in a cycle and in another module's hands."""
     code = (
         "import builtins, sys, threading, pyzrm_313 as z\n"
@@ -157,10 +154,10 @@ def test_globals_at_interpreter_exit(folder: Path) -> None:
     assert (ran.returncode, ran.stdout, ran.stderr) == (0, "", "")
 
 
-def chain(kinds: list[str], count: int, downward: bool) -> None:
+def chain(kinds, count, downward):
     """Nodes with a connector at the end: built from above or from below, saved, and dropped from either end."""
     model, hook = zrm.Model(), zrm.Connector("hook")
-    nodes: list[Any] = [model.getRootTransform(), *(getattr(zrm, kinds[i % len(kinds)])(str(i)) for i in range(count))]
+    nodes = [model.getRootTransform(), *(getattr(zrm, kinds[i % len(kinds)])(str(i)) for i in range(count))]
     for i in range(count)[:: 1 if downward else -1]:
         nodes[i].addChild(nodes[i + 1])
     assert outcome(nodes[-1].addChild, nodes[0]) is ValueError
@@ -177,7 +174,7 @@ def chain(kinds: list[str], count: int, downward: bool) -> None:
 @pytest.mark.parametrize(
     ("kinds", "count", "downward", "left"),
     [(["Bone"], 300_000, True, 300_001), (["Bone"], 300_000, False, 300_001), (["Node", "Transform"], 100_000, True, 1)])
-def test_a_deep_chain(folder: Path, kinds: list[str], count: int, downward: bool, left: int) -> None:
+def test_a_deep_chain(folder, kinds, count, downward, left):
     code = "import gc, pyzrm_313\nfrom bindings.test_ownership import chain\n"
     ran = run_python(f"{code}chain({kinds}, {count}, {downward})\ngc.collect()\nprint(pyzrm_313.get_num_alived_objects())", folder)
     assert (ran.returncode, ran.stdout.strip()) == (0, "0"), ran.stderr[-500:]

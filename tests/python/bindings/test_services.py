@@ -12,9 +12,9 @@ HEAD = "import gc, os, sys, threading\nimport pyzrm_313 as zrm\n"
 LINE = r"1970-01-01 00:00:0\d\.\d{3} %s PYZRM_313 \(\d+\): %s\n"
 
 
-def run(program: str, **options: object) -> subprocess.CompletedProcess[bytes]:
+def run(program, **options):
     """A script that must end by itself; a hang is cut off from outside and fails."""
-    return subprocess.run([sys.executable, "-c", HEAD + program], timeout=120, stderr=subprocess.PIPE, check=False, **options)  # type: ignore[call-overload, no-any-return]
+    return subprocess.run([sys.executable, "-c", HEAD + program], timeout=120, stderr=subprocess.PIPE, check=False, **options)
 
 
 @pytest.mark.parametrize(("call", "line"), [
@@ -23,7 +23,7 @@ def run(program: str, **options: object) -> subprocess.CompletedProcess[bytes]:
     ("log_info('cut\\0here')", LINE % ("INFO   ", "cut")), ("log_info('own line\\n')", LINE % ("INFO   ", "own line")),
     ("log_info('x' * 254)", LINE % ("INFO   ", "x{254}")), ("log_info('x' * 255)", LINE % ("INFO   ", "x{255}")),
     ("log_info('x' * 100_000_000)", LINE % ("INFO   ", "x{60000,65535}"))])  # fmt: skip
-def test_a_line_reaches_standard_error_as_it_is(call: str, line: str) -> None:
+def test_a_line_reaches_standard_error_as_it_is(call, line):
     for before in ("", "zrm.init();"):
         result = run(f"{before}zrm.{call}")
         lines = [text for text in result.stderr.decode().splitlines(keepends=True) if "ZRCORESTATIC" not in text]
@@ -31,7 +31,7 @@ def test_a_line_reaches_standard_error_as_it_is(call: str, line: str) -> None:
         assert all(len(text.encode()) <= 65535 for text in lines)
 
 
-def test_wrong_texts_raise_and_nothing_is_written() -> None:
+def test_wrong_texts_raise_and_nothing_is_written():
     result = run(
         "for function in (zrm.log_error, zrm.log_info, zrm.log_warning, zrm.log_debug):\n"
         "    for wrong in ((), (1,), (None,), ('\\ud800',), ('a', 'b'), ([b'x'],)):\n"
@@ -45,7 +45,7 @@ def test_wrong_texts_raise_and_nothing_is_written() -> None:
     assert (result.returncode, result.stderr) == (0, b"")
 
 
-def test_a_standard_error_that_is_closed_full_or_unread_does_no_harm() -> None:
+def test_a_standard_error_that_is_closed_full_or_unread_does_no_harm():
     write = "zrm.init()\nfor i in range(5000): zrm.log_info('x' * 100)\nzrm.deinit()\n"
     assert run("os.close(2)\n" + write).returncode == 0
     with Path("/dev/full").open("wb") as full:
@@ -69,7 +69,7 @@ def counts():
 """
 
 
-def test_cycles_leave_no_thread_and_no_descriptor() -> None:
+def test_cycles_leave_no_thread_and_no_descriptor():
     result = run(
         COUNTS + "zrm.deinit(); zrm.init(); zrm.deinit()\nbefore = counts()\n"
         "for _ in range(300):\n"
@@ -90,11 +90,11 @@ def test_cycles_leave_no_thread_and_no_descriptor() -> None:
      "zrm.deinit(); sys.exit(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))", 7),
     ("child = os.fork()\nif child == 0: zrm.init(); sys.exit(8)\n"
      "sys.exit(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))", 8)])  # fmt: skip
-def test_a_process_ends_with_the_runtime_running(ending: str, status: int) -> None:
+def test_a_process_ends_with_the_runtime_running(ending, status):
     assert run("zrm.init()\n" + ending).returncode == status
 
 
-def test_a_file_has_the_same_bytes_with_the_runtime_and_without(tmp_path: Path) -> None:
+def test_a_file_has_the_same_bytes_with_the_runtime_and_without(tmp_path):
     program = (
         "mesh = zrm.PBRNode('mesh', 'material')\nblock = zrm.BaseBlock()\n"
         "block.setPositions([0, 0, 0, 1, 0, 0, 0, 1, 0]); block.setNormals([0, 0, 1] * 3)\n"

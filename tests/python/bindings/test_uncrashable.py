@@ -2,9 +2,6 @@
 
 import itertools
 import math
-from collections.abc import Callable, Iterator
-from pathlib import Path
-from typing import Any
 
 import numpy as np
 import pytest
@@ -18,7 +15,7 @@ METHODS = [(kind, name) for kind in CLASSES for name in dir(kind) if not name.st
 EXPECTED = (TypeError, ValueError, IndexError, RuntimeError, MemoryError, UnicodeDecodeError, ZeroDivisionError, OverflowError)  # fmt: skip
 
 
-def make(kind: type) -> Any:
+def make(kind):
     """An object of a class, made as its constructor wants it."""
     for arguments in ((), ("n",), ("n", "m"), ("n", [1.0])):
         try:
@@ -28,7 +25,7 @@ def make(kind: type) -> Any:
     raise AssertionError(kind)
 
 
-def bare(kind: type) -> Any:
+def bare(kind):
     """An object whose constructor never ran."""
     return kind.__new__(kind)
 
@@ -36,31 +33,31 @@ def bare(kind: type) -> Any:
 class Hostile:
     """Answers every conversion with something else than it should."""
 
-    def __init__(self, answer: Callable[..., Any]) -> None:
+    def __init__(self, answer):
         self.answer = answer
 
-    def __getitem__(self, index: Any) -> Any:
+    def __getitem__(self, index):
         return self.answer()
 
     __float__ = __index__ = __len__ = __bool__ = __array__ = __fspath__ = lambda self, *more: self.answer()
 
 
-class Shifty(list):  # type: ignore[type-arg]
+class Shifty(list):
     """A list that tells another length than it has, or changes while it tells."""
 
-    def __init__(self, items: Any, tell: Callable[[list[Any]], int]) -> None:
+    def __init__(self, items, tell):
         super().__init__(items)
         self.tell = tell
 
-    def __len__(self) -> int:
+    def __len__(self):
         return self.tell(self)
 
 
-def fail(*arguments: Any) -> Any:
+def fail(*arguments):
     raise ZeroDivisionError
 
 
-def values() -> Iterator[Any]:
+def values():
     """One of each kind of argument, sound ones among them, so that later parameters are reached too."""
     yield from (None, True, 0, -1, 2**31, 2**32, -(2**63), 2**64, 10**400, 0.0, -0.5, math.nan, math.inf, 1e300, 1j)
     yield from ("", "x", "BT_Base", "\0", "\ud800", b"\xff", bytearray(b"a"), object(), Ellipsis, int, fail)
@@ -76,7 +73,7 @@ def values() -> Iterator[Any]:
     tells += [lambda items: (list.__len__(items), items.clear())[0], lambda items: (items.append(1.0), list.__len__(items))[1]]
     for tell, items in itertools.product(tells, ([1.0] * 3, [(0, Shifty([(0.0, 1.0)], tells[5]))], [make(zrm.Bone)], [(1.0,) * 4] * 4)):
         yield Shifty(items, tell)
-    clearing: list[Any] = [1.0, *range(1000)]
+    clearing = [1.0, *range(1000)]
     clearing[1] = Hostile(lambda *more: (clearing.clear(), 1.0)[1])
     yield clearing
     for kind in CLASSES:
@@ -87,7 +84,7 @@ def values() -> Iterator[Any]:
         yield bare(type("Sub", bases, {"__init__": lambda self: None}))
 
 
-def call(function: Callable[..., Any], *arguments: Any) -> type[Exception] | None:
+def call(function, *arguments):
     try:
         function(*arguments)
     except EXPECTED as failure:
@@ -95,7 +92,7 @@ def call(function: Callable[..., Any], *arguments: Any) -> type[Exception] | Non
     return None
 
 
-def sweep(part: int, parts: int) -> int:
+def sweep(part, parts):
     """All methods and constructors with up to four arguments of one kind, and with mixed ones. Names each that it begins."""
     calls = 0
     for kind, name in METHODS[part::parts]:
@@ -120,14 +117,14 @@ def sweep(part: int, parts: int) -> int:
 
 
 @pytest.mark.parametrize("part", range(2))
-def test_everything_wrong(folder: Path, part: int) -> None:
+def test_everything_wrong(folder, part):
     """In a process of its own, since what it looks for is a crash; the last line says where it was."""
     ran = run_python(f"from bindings.test_uncrashable import sweep\nprint(sweep({part}, 2) > 25_000)", folder)
     last = ran.stdout.splitlines()[-1:]
     assert (ran.returncode, last) == (0, ["True"]), f"in {last}: {ran.stderr[-3000:]}"
 
 
-WRONG_ITEMS: list[tuple[Callable[[Any], object], Any, str]] = [  # a call, what it gets, the place that its text names
+WRONG_ITEMS = [  # a call, what it gets, the place that its text names
     (zrm.AnimationNode("a").setPositionAnimation,
      [(0, [])] * 3 + [(0, [(0.0, (1.0, 2.0, 3.0))] * 17 + [(0.0, (1.0, 2.0))])], "entry 3, key 17"),
     (zrm.AnimationNode("a").setRotationAnimation, [(0, [(0.0, (1.0,) * 4)] * 5 + [(0.0, (1.0,) * 3)])], "entry 0, key 5"),
@@ -139,7 +136,7 @@ WRONG_ITEMS: list[tuple[Callable[[Any], object], Any, str]] = [  # a call, what 
 
 
 @pytest.mark.parametrize(("method", "argument", "place"), WRONG_ITEMS)
-def test_a_wrong_item_is_named(method: Any, argument: Any, place: str) -> None:
+def test_a_wrong_item_is_named(method, argument, place):
     """Among thousands: the text is short and tells where it is."""
     with pytest.raises(TypeError) as caught:
         method(argument)
@@ -147,15 +144,15 @@ def test_a_wrong_item_is_named(method: Any, argument: Any, place: str) -> None:
 
 
 @pytest.mark.parametrize(("kind", "name"), METHODS)
-def test_wrong_self(kind: type, name: str) -> None:
-    foreign: list[Any] = [None, 1, object(), bare(kind), kind]
+def test_wrong_self(kind, name):
+    foreign = [None, 1, object(), bare(kind), kind]
     foreign += [make(other) for other in CLASSES if not issubclass(other, kind) and not hasattr(other, name)]
     for wrong, count in itertools.product(foreign, range(5)):
         assert call(getattr(kind, name), wrong, *("x",) * count) is TypeError
 
 
 # For each class the calls that take it, alone or in a list.
-TAKERS: dict[type, list[Callable[[Any], Any]]] = {
+TAKERS = {
     zrm.Node: [zrm.Node("a").addChild, pbr().setControlNode, zrm.OmniLight("l").setControlNode,
                zrm.ShellNode("s").setControlNode], zrm.Bone: [lambda bone: zrm.BoneBlock().setBones([zrm.Bone("b"), bone])],
     zrm.IBlock: [pbr().addBlock], zrm.IRenderNode: [zrm.Model().addRenderNode], zrm.ILight: [zrm.Model().addLight],
@@ -167,7 +164,7 @@ TAKERS: dict[type, list[Callable[[Any], Any]]] = {
 
 
 @pytest.mark.parametrize("kind", CLASSES)
-def test_objects_that_were_not_constructed(kind: type) -> None:
+def test_objects_that_were_not_constructed(kind):
     for base, takers in TAKERS.items():
         for take in takers if issubclass(kind, base) else ():
             with pytest.raises(TypeError, match="__init__"):
@@ -177,7 +174,7 @@ def test_objects_that_were_not_constructed(kind: type) -> None:
                     take(None)
 
 
-WRONG_ARRAYS: list[tuple[Any, type[Exception], str]] = [
+WRONG_ARRAYS = [
     (np.zeros((4, 3), np.float32), IndexError, "index 4 is out of bounds for axis 0 with size 4"),
     (np.zeros((1, 12), np.float32), IndexError, "index 1 is out of bounds for axis 0 with size 1"),
     (np.float32(1.0), IndexError, "too many indices for an array"),
@@ -187,7 +184,7 @@ WRONG_ARRAYS: list[tuple[Any, type[Exception], str]] = [
 
 
 @pytest.mark.parametrize(("wrong", "failure", "text"), WRONG_ARRAYS)
-def test_wrong_arrays_store_nothing(wrong: Any, failure: type[Exception], text: str) -> None:
+def test_wrong_arrays_store_nothing(wrong, failure, text):
     node = zrm.ColorNode("n", "m")
     for setter in (node.setPositions, node.setNormals):
         with pytest.raises(failure, match=text):
@@ -196,9 +193,9 @@ def test_wrong_arrays_store_nothing(wrong: Any, failure: type[Exception], text: 
     assert zrm.Model().addRenderNode(node) == "Vetex attribute POSITION0 isn't set."
 
 
-def test_construction_is_once_and_of_the_very_class() -> None:
+def test_construction_is_once_and_of_the_very_class():
     node = zrm.Node("first")
-    node.__init__("second")  # type: ignore[misc]
+    node.__init__("second")
     assert node.getName() == "first"
     for kind, derived in itertools.product(CLASSES, CLASSES):
         if kind is not derived and issubclass(derived, kind):
@@ -207,12 +204,12 @@ def test_construction_is_once_and_of_the_very_class() -> None:
                     kind.__init__(target, *arguments)
 
 
-def test_construction_and_conversion_in_each_other() -> None:
+def test_construction_and_conversion_in_each_other():
     class Again:
-        def __init__(self, act: Callable[[], object]) -> None:
+        def __init__(self, act):
             self.act = act
 
-        def __float__(self) -> float:
+        def __float__(self):
             self.act()
             return 1.0
 
@@ -224,9 +221,9 @@ def test_construction_and_conversion_in_each_other() -> None:
         unmade.__init__(Again(lambda: unmade.set(1.0)))
 
 
-def test_changed_classes() -> None:
+def test_changed_classes():
     """Python may let a script give an object another class of the same layout; then no call takes it."""
-    node: Any = zrm.Node("n")
+    node = zrm.Node("n")
     changed = outcome(setattr, node, "__class__", zrm.Transform)
     assert changed in (None, TypeError)
     assert type(node) is (zrm.Node if changed else zrm.Transform)
@@ -234,9 +231,9 @@ def test_changed_classes() -> None:
         node.setMatrix([(1.0, 0.0, 0.0, 0.0)] * 4)
 
 
-def test_several_bases(folder: Path) -> None:
+def test_several_bases(folder):
     class Both(zrm.Bone, zrm.OmniLight):
-        def __init__(self, also_light: bool) -> None:
+        def __init__(self, also_light):
             zrm.Bone.__init__(self, "bone")
             if also_light:
                 zrm.OmniLight.__init__(self, "light")
@@ -255,9 +252,9 @@ def test_several_bases(folder: Path) -> None:
         model.addLight(half)
 
 
-def test_base_objects_and_subclasses(folder: Path) -> None:
+def test_base_objects_and_subclasses(folder):
     class Mesh(zrm.IRenderNode):
-        def build(self) -> str:
+        def build(self):
             return "never called"
 
     model, light = zrm.Model(), zrm.ILight()

@@ -1,8 +1,6 @@
 """Calls that do more than store: reduced keys, cone angles, samples, splits, places and names."""
 
 import math
-from pathlib import Path
-from typing import Any
 
 import numpy as np
 import pytest
@@ -16,17 +14,17 @@ from support.scripted import plain
 MATRIX = [(1.5, 2.0, 3.0, 5.0), (4.0, 5.5, 6.0, 6.0), (7.0, 8.0, 9.5, 7.0), (0.25, 0.5, 0.75, 1.0)]
 
 
-def keys_of(record: Any) -> list[tuple[float, tuple[float, ...]]]:
+def keys_of(record):
     return [(float(key["time"]), tuple(key["value"].tolist())) for key in record.keys]
 
 
-def brightness(value: zrm.PropertyFloat) -> Any:
+def brightness(value):
     light = zrm.OmniLight("l")
     light.setBrightness(value)
     return saved(light).brightness
 
 
-def test_matrices(folder: Path) -> None:
+def test_matrices(folder):
     bone = zrm.Bone("b", MATRIX, IDENTITY[::-1])
     for call in (lambda short: zrm.Transform("t", short), lambda short: zrm.Bone("b", short),
                  lambda short: zrm.Bone("b", MATRIX, short), zrm.AnimationNode("a").setBaseMatrix, bone.setMatrix,
@@ -42,7 +40,7 @@ def test_matrices(folder: Path) -> None:
     assert wide[:3] == [f32(0.1), math.inf, -math.inf] and math.isnan(wide[3])
 
 
-SIMPLIFIED: list[tuple[list[tuple[float, float]], list[tuple[float, float]]]] = [  # keys (time, x), and what is left
+SIMPLIFIED = [  # keys (time, x), and what is left
     ([(5.0, 1.0)], [(5.0, 1.0)]), ([(0.0, 1.0), (1.0, 1.0)], [(0.0, 1.0)]),
     ([(0.0, 0.0), (0.5, 0.5), (1.0, 1.0)], [(0.0, 0.0), (1.0, 1.0)]),
     ([(0.0, 0.0), (1.0, 5.0), (2.0, 2.0), (10.0, 10.0)], [(0.0, 0.0), (1.0, 5.0), (10.0, 10.0)]),
@@ -51,7 +49,7 @@ SIMPLIFIED: list[tuple[list[tuple[float, float]], list[tuple[float, float]]]] = 
 
 
 @pytest.mark.parametrize(("keys", "left"), SIMPLIFIED)
-def test_channels_are_simplified(folder: Path, keys: Any, left: Any) -> None:
+def test_channels_are_simplified(folder, keys, left):
     node = zrm.AnimationNode("a")
     for argument in (9, 3):  # the second call replaces
         node.setPositionAnimation([(argument, [(time, (value, 2.0, -value)) for time, value in keys])])
@@ -59,7 +57,7 @@ def test_channels_are_simplified(folder: Path, keys: Any, left: Any) -> None:
     assert (channel.argument, keys_of(channel)) == (3, [(time, (value, 2.0, -value)) for time, value in left])
 
 
-def test_rotations_are_simplified(folder: Path) -> None:
+def test_rotations_are_simplified(folder):
     """q and -q are different keys; the middle of an arc follows from its ends."""
     node, half = zrm.AnimationNode("a"), math.sqrt(0.5)
     arc = [(1.0, 0.0, 0.0, 0.0), (math.cos(math.pi / 8), math.sin(math.pi / 8), 0.0, 0.0), (half, half, 0.0, 0.0)]
@@ -69,7 +67,7 @@ def test_rotations_are_simplified(folder: Path) -> None:
     assert [time for time, _ in keys_of(along)] == [0.0, 1.0]
 
 
-def test_keys_that_are_no_numbers(folder: Path) -> None:
+def test_keys_that_are_no_numbers(folder):
     """Any order will do; every key is one that was given, first and last perhaps twice, and nothing runs wild."""
     times = [math.nan, 1.0, -math.inf, 0.0, math.nan, math.inf, 1.0, 0.0]
     node = zrm.AnimationNode("a")
@@ -79,7 +77,7 @@ def test_keys_that_are_no_numbers(folder: Path) -> None:
     assert 0 < len(keys) <= len(times) + 2 and {key["value"][0] for key in keys} <= set(range(len(times)))
 
 
-def test_reduced_values(folder: Path) -> None:
+def test_reduced_values(folder):
     flat = [(0.0, 1.0), (0.5, 1.0), (1.0, 1.0)]
     assert [len(brightness(zrm.PropertyFloat(3, flat, *more)).keys) for more in ((), (True,), (False,))] == [1, 1, 3]
     value = zrm.PropertyFloat(1.0)
@@ -92,7 +90,7 @@ def test_reduced_values(folder: Path) -> None:
         assert brightness(zrm.PropertyFloat(given, [])).argument == stored
 
 
-def test_values_that_are_shared(folder: Path) -> None:
+def test_values_that_are_shared(folder):
     """One handed over does not change with its facade; one in two places carries the last name in both."""
     value, lights = zrm.PropertyFloat(1.0), (zrm.OmniLight("a"), zrm.OmniLight("b"))
     for number, light in enumerate(lights):
@@ -106,12 +104,12 @@ def test_values_that_are_shared(folder: Path) -> None:
     assert [u.name for material in save(model).materials for u in material.uniforms] == ["decalShift"] * 2
 
 
-def inner(phi: float, blend: float) -> np.float32:
+def inner(phi, blend):
     slope = np.float32(np.tan(np.float64(np.float32(phi) * np.float32(0.5))))
     return np.float32(2) * np.float32(np.arctan(np.float64(slope * (np.float32(1) - np.float32(blend)))))
 
 
-def test_animated_angles(folder: Path) -> None:
+def test_animated_angles(folder):
     constant, blend = zrm.PropertyFloat(5, [(0.0, 1.0), (1.0, 1.0)], False), zrm.PropertyFloat(6, [(0.0, 0.0), (1.0, 1.0)])
     light = zrm.SpotLight("l")
     for phi, argument in ((zrm.PropertyFloat(1.0), 6), (constant, 5)):
@@ -127,7 +125,7 @@ def test_animated_angles(folder: Path) -> None:
         assert keys_of(saved(light).theta) == [(-1.0, (float(value),))]
 
 
-def test_samples_of_animated_sprites(folder: Path) -> None:
+def test_samples_of_animated_sprites(folder):
     lights, at = zrm.AnimatedFakeOmniLight("sprites"), np.arange(128) / 127
     for argument, stored in ((-0.9, 0), (math.nan, 0), (-2.0, NONE - 1), (1e9, 10**9), (7.9, 7)):
         lights.setAnimationArg(argument)
@@ -139,7 +137,7 @@ def test_samples_of_animated_sprites(folder: Path) -> None:
     assert np.allclose(samples[2], np.interp(at, [0.25, 0.75], [1.0, 3.0]), atol=1e-6)
 
 
-def test_tangents_of_a_deck(folder: Path) -> None:
+def test_tangents_of_a_deck(folder):
     """Where points follow from u and v along two directions, the tangent is the first one, made upright on the normal."""
     random = np.random.default_rng(20240229)
     for along, across in random.normal(size=(20, 2, 3)):
@@ -154,11 +152,11 @@ def test_tangents_of_a_deck(folder: Path) -> None:
         assert np.allclose(parts["TANGENT0"], tangents, atol=2e-3) and np.allclose(parts["BINORMAL0"], binormals, atol=2e-3)
 
 
-def split_block(arguments: list[float], uv: list[float] = UV) -> zrm.DamageBlock:
+def split_block(arguments, uv=UV):
     return changed(damage_block(), setAlbedoMapUV=uv, setArgument=-1, setPerVertexArguments=arguments)
 
 
-def test_per_vertex_damage_is_split(folder: Path) -> None:
+def test_per_vertex_damage_is_split(folder):
     base, arguments = base_block(), [3.0] * 4 + [5.9] * 4
     base.setPositions(POSITIONS * 2), base.setNormals(NORMALS * 2), base.setAlbedoMapUV(UV * 2)
     blocks, deck = pbr(base, split_block(arguments, UV * 2)), deck_node(POSITIONS * 2, NORMALS * 2, UV * 2)
@@ -169,18 +167,18 @@ def test_per_vertex_damage_is_split(folder: Path) -> None:
         model = model_of(node)
         if node is blocks:
             node.addTransparentPivot([1.0, 2.0, 3.0])
-        parts: Any = save(model).render_nodes
+        parts = save(model).render_nodes
         assert [int(part.parents[0, 1]) for part in parts] == [3, 5]
         for part in parts:
             assert "COLOR2" not in part.mesh.split() and part.mesh.indices.tolist() == INDICES and part.name == ""
             assert part.pivots.tolist() == ([[1.0, 2.0, 3.0]] if node is blocks else [])
     assert (repr(blocks), repr(deck)) == ("pyzrm::PBRNode()", "pyzrm::DeckNode(,,)")
-    skin: Any = save(model_of(pbr(split_block([3.0, 3.0, 4.0, 4.0]), bone_block()), zrm.Bone("b"))).render_nodes[0]
+    skin = save(model_of(pbr(split_block([3.0, 3.0, 4.0, 4.0]), bone_block()), zrm.Bone("b"))).render_nodes[0]
     assert skin.type_name == "model::SkinNode"
     assert skin.mesh.attribute("COLOR2").ravel().tolist() == [3.0, 3.0, 4.0, 4.0]
 
 
-def test_what_a_second_call_does(folder: Path) -> None:
+def test_what_a_second_call_does(folder):
     """Positions of the fixed meshes are appended, a shell's are replaced; a second build adds a second time."""
     plain()
     node, shell = color_node(), zrm.ShellNode("shell")
@@ -189,7 +187,7 @@ def test_what_a_second_call_does(folder: Path) -> None:
     model = model_of(node)
     assert model.addRenderNode(node) == ""
     model.addShellNode(hang(shell, model))
-    file: Any = save(model)
+    file = save(model)
     assert [record.mesh.vertex_count for record in (*file.render_nodes, *file.shell_nodes)] == [5, 5, 3]
     lights, spots, two_sided, early = zrm.FakeOmniLights("n"), zrm.FakeSpotLights("n"), pbr(), pbr()
     lights.set([zrm.FakeOmniLight()]), lights.set([])
@@ -202,7 +200,7 @@ def test_what_a_second_call_does(folder: Path) -> None:
     assert saved(two_sided).mesh.triangle_count == 4 and saved(early).version == 0
 
 
-def test_block_list() -> None:
+def test_block_list():
     node, first, second, normal = zrm.PBRNode("n", "m"), zrm.BaseBlock(), zrm.ColorBaseBlock(), zrm.NormalBlock()
     node.addBlock(None)
     assert node.getBlock("BT_Base") is None and not node.hasBlock("BT_Base")
@@ -214,7 +212,7 @@ def test_block_list() -> None:
     assert isinstance(node.getBlock("BT_Base"), zrm.ColorBaseBlock) and not zrm.IRenderNode().hasBlock("BT_Base")
 
 
-def test_children_move(folder: Path) -> None:
+def test_children_move(folder):
     plain()
     model = zrm.Model()
     root, a, b, c = model.getRootTransform(), zrm.Transform("a"), zrm.Bone("b"), zrm.Lod("c", [1.0])
@@ -227,12 +225,12 @@ def test_children_move(folder: Path) -> None:
     assert found == [("root", -1), ("d", 0), ("b", 0), ("a", 2), ("c", 3)]
 
 
-def test_names(folder: Path) -> None:
+def test_names(folder):
     for name in ("", "ä✓𝄞", "a\nb", "x" * 100_000):
         node = zrm.Node(name)
         assert node.getName() == name and saved(node).name == name
     assert zrm.Node("a\0b").getName() == "a"
-    odd = zrm.Node(b"\xff\xfe")  # type: ignore[arg-type]
+    odd = zrm.Node(b"\xff\xfe")
     for call in (odd.getName, lambda: repr(odd)):
         with pytest.raises(UnicodeDecodeError):
             call()
@@ -240,7 +238,7 @@ def test_names(folder: Path) -> None:
 
 
 @pytest.mark.parametrize("value", [math.nan, math.inf, -math.inf, 1e30])
-def test_geometry_that_is_no_number(folder: Path, value: float) -> None:
+def test_geometry_that_is_no_number(folder, value):
     for passes in (True, False):
         base, sprite, lights = base_block(), zrm.FakeSpotLight(), zrm.FakeSpotLights("s")
         base.setPositions([value, *POSITIONS[1:]]), base.setAlbedoMapUV([value, *UV[1:]])

@@ -1,7 +1,6 @@
 """The exporter on whole scenes, random ones and real ones: each looks in the saved file as in the source."""
 
 from pathlib import Path
-from typing import Any
 
 import numpy as np
 import pytest
@@ -14,22 +13,22 @@ REAL = [pytest.param(path, id=path.name) for path in FILES] or [NO_FILES]
 ONE_OFF = [(), *[tuple(other for other in SWITCHES if other != switch) for switch in SWITCHES]]
 
 
-def seeds(first: int, count: int) -> list[Any]:
+def seeds(first, count):
     return [pytest.param(seed, id=f"seed {seed}") for seed in range(first, first + count)]
 
 
-def opened(source: int | Path, folder: Path, uneven: float = 0.3) -> Path:
+def opened(source, folder, uneven=0.3):
     return source if isinstance(source, Path) else random_scene(source, uneven).save(folder / "in.glb", ["data", "glb", "file"][source % 3])
 
 
 @pytest.mark.parametrize("source", [*seeds(100, 24), *REAL])
-def test_each_corner_shows_what_the_source_has_there(source: int | Path, folder: Path) -> None:
+def test_each_corner_shows_what_the_source_has_there(source, folder):
     exported = export(opened(source, folder))
     exported.compare(exported.moments(14))
 
 
 @pytest.mark.parametrize("source", [*seeds(200, 4), *REAL])
-def test_passes_of_the_module_change_nothing_that_shows(source: int | Path, folder: Path) -> None:
+def test_passes_of_the_module_change_nothing_that_shows(source, folder):
     """All passes on and each alone, against the file without any, which the test above holds against the source.
 
     Where uneven scales meet turns, a normal depends on the number of steps in which it is moved.

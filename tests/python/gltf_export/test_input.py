@@ -7,9 +7,7 @@ import re
 import struct
 import subprocess
 import sys
-from collections.abc import Iterator
 from pathlib import Path
-from typing import Any
 
 import numpy as np
 import pytest
@@ -33,7 +31,7 @@ BROKEN = [
     ("extensionsRequired", ["EXT_mesh_gpu_instancing"], "requires the extension EXT_mesh_gpu_instancing")]  # fmt: skip
 
 
-def refused(data: bytes, capsys: pytest.CaptureFixture[str]) -> str:
+def refused(data, capsys):
     Path("in.gltf").write_bytes(data)
     assert main(["--quiet", "in.gltf", "out.zrm"]) == 1
     text = capsys.readouterr().err
@@ -41,7 +39,7 @@ def refused(data: bytes, capsys: pytest.CaptureFixture[str]) -> str:
     return text
 
 
-def test_broken_files_are_refused_in_one_line(folder: Path, capsys: pytest.CaptureFixture[str]) -> None:
+def test_broken_files_are_refused_in_one_line(folder, capsys):
     gltf = Gltf()
     gltf.node(mesh=gltf.triangle())
     gltf.add("skins", {"joints": [gltf.node()]})
@@ -61,7 +59,7 @@ def test_broken_files_are_refused_in_one_line(folder: Path, capsys: pytest.Captu
         refused(data, capsys)
 
 
-def places(value: Any) -> Iterator[tuple[Any, Any]]:
+def places(value):
     """Every container of a JSON value with each key in it."""
     for key in list(value.keys() if isinstance(value, dict) else range(len(value))):
         yield value, key
@@ -69,7 +67,7 @@ def places(value: Any) -> Iterator[tuple[Any, Any]]:
             yield from places(value[key])
 
 
-def test_no_damage_is_a_fault_of_the_exporter(folder: Path, capsys: pytest.CaptureFixture[str]) -> None:
+def test_no_damage_is_a_fault_of_the_exporter(folder, capsys):
     """Each value of a scene with something of everything becomes one of another kind; bytes are changed too."""
     gltf, rng = random_scene(7), np.random.default_rng(5)
     content = json.loads(gltf.save(folder / "good.gltf").read_text())
@@ -90,14 +88,14 @@ def test_no_damage_is_a_fault_of_the_exporter(folder: Path, capsys: pytest.Captu
         assert (code, text.count("\n")) in ((0, 0), (1, 1)) and "fault of the exporter" not in text, (k, text)
 
 
-def test_a_fault_of_the_exporter_is_told_as_one(folder: Path, capsys: pytest.CaptureFixture[str], monkeypatch: pytest.MonkeyPatch) -> None:
+def test_a_fault_of_the_exporter_is_told_as_one(folder, capsys, monkeypatch):
     monkeypatch.setattr(gltf_export.convert, "allowances", None)
     random_scene(1).save(folder / "in.gltf")
     assert main(["--quiet", "in.gltf"]) == 1
     assert re.search(r"fault of the exporter.*TypeError.*\(in build, convert.py:\d+\)\n", capsys.readouterr().err)
 
 
-def test_legal_oddities_are_read_and_what_is_lost_is_told(folder: Path) -> None:
+def test_legal_oddities_are_read_and_what_is_lost_is_told(folder):
     gltf = Gltf()
     instances = {"EXT_mesh_gpu_instancing": {"attributes": {}}}
     camera = gltf.add("cameras", {"type": "perspective", "extras": 3})
@@ -112,7 +110,7 @@ def test_legal_oddities_are_read_and_what_is_lost_is_told(folder: Path) -> None:
     assert [" ".join(what.split()[:2]) for what in told] == names
 
 
-def test_an_input_is_never_overwritten(folder: Path, capsys: pytest.CaptureFixture[str]) -> None:
+def test_an_input_is_never_overwritten(folder, capsys):
     gltf = Gltf()
     gltf.node(mesh=gltf.triangle())
     gltf.add("images", {"uri": "a%20map.png"})
@@ -133,8 +131,8 @@ def test_an_input_is_never_overwritten(folder: Path, capsys: pytest.CaptureFixtu
     assert main(["--quiet", "../in.gltf"]) == 0 and [path.name for path in Path().iterdir()] == ["in.zrm"]
 
 
-def test_the_script_itself(folder: Path) -> None:
-    def run(*arguments: str) -> subprocess.CompletedProcess[str]:
+def test_the_script_itself(folder):
+    def run(*arguments):
         return subprocess.run([sys.executable, str(ROOT / "examples" / "gltf_to_zrm.py"), *arguments], capture_output=True, text=True, timeout=120)
 
     random_scene(2).save(folder / "in.gltf")

@@ -1,8 +1,5 @@
 """Materials: what a name and a block can hold, and animated values that are no motion."""
 
-from pathlib import Path
-from typing import Any
-
 import numpy as np
 import pytest
 from support.exporter_support import export, near
@@ -14,7 +11,7 @@ TIMES, HEIGHTS = [0.0, 1.0, 2.0, 3.0, 4.0], np.array([0.0, 0.8, 0.0, 0.4, 0.0])
 
 
 @pytest.mark.parametrize("mode", ["LINEAR", "STEP"])
-def test_pointers_drive_materials_and_lights(mode: str, folder: Path) -> None:
+def test_pointers_drive_materials_and_lights(mode, folder):
     colours = np.outer(HEIGHTS, [1.0, 0.5, 0.25, 0.5]) + [0, 0, 0, 0.5]
     gltf = Gltf()
     gltf.add("materials", {"alphaMode": "BLEND", "pbrMetallicRoughness": {"baseColorFactor": [0, 0, 0, 0.5]}})
@@ -29,7 +26,7 @@ def test_pointers_drive_materials_and_lights(mode: str, folder: Path) -> None:
     # pointer, values of the source, name in the file, rest there, values there, tolerance
     spot, base = "/extensions/KHR_lights_punctual/lights/1", "/pbrMetallicRoughness/baseColor"
     offset, strength, angle = np.outer(HEIGHTS, [3.0, -1.0]), 1 + 50 * HEIGHTS, 0.5 + HEIGHTS
-    rows: list[tuple[str, Any, str, Any, Any, float]] = [
+    rows = [
         (f"/materials/0{base}Factor", colours, "color", [0, 0, 0], colours[:, :3], 0.003),
         (f"/materials/0{base}Factor", None, "opacityValue", 0.5, colours[:, 3], 0.001),
         (f"/materials/1{base}Texture/extensions/KHR_texture_transform/offset", offset, "diffuseShift", [0, 0], offset, 0.003),
@@ -59,7 +56,7 @@ def test_pointers_drive_materials_and_lights(mode: str, folder: Path) -> None:
     assert any("alphaCutoff" in what for what in skipped) and any("light 2" in what for what in skipped)
 
 
-def test_what_a_texture_name_cannot_hold_is_told(folder: Path) -> None:
+def test_what_a_texture_name_cannot_hold_is_told(folder):
     gltf = Gltf()
     for image in ({"uri": "a/base%20one.png"}, {"uri": "b/base one.jpg"}, {"name": "rough", "bufferView": 0}, {"bufferView": 0}, {"uri": "data:,x"}):
         gltf.add("textures", {"source": gltf.add("images", image)})

@@ -1,7 +1,5 @@
 """Every moment of an animation, against what the module's reduction of keys leaves of it."""
 
-from pathlib import Path
-
 import numpy as np
 import pytest
 from support.exporter_support import export
@@ -19,7 +17,7 @@ LINES = {
 
 @pytest.mark.parametrize("mode", ["LINEAR", "STEP"])
 @pytest.mark.parametrize("name", LINES)
-def test_keys_that_the_reduction_would_lose(name: str, mode: str, folder: Path) -> None:
+def test_keys_that_the_reduction_would_lose(name, mode, folder):
     times, heights = LINES[name]
     gltf, tracks = Gltf(), []
     # With a slope, the key at the second 2 also lies on the way from rest, if the way to the clip's start counts.
@@ -35,7 +33,7 @@ def test_keys_that_the_reduction_would_lose(name: str, mode: str, folder: Path) 
 
 
 @pytest.mark.parametrize(("count", "reach"), [(400, 1.0), (400, 300.0), (20000, 1.0)])
-def test_baked_motion(count: int, reach: float, folder: Path) -> None:
+def test_baked_motion(count, reach, folder):
     """Every frame a key, small steps; what is far from a turning node needs finer keys."""
     times = np.arange(count) / 60.0
     steps = np.random.default_rng(20240601).normal(size=(count, 3)).cumsum(axis=0) * 0.001
@@ -48,7 +46,7 @@ def test_baked_motion(count: int, reach: float, folder: Path) -> None:
     exported.compare(exported.moments(300))
 
 
-def test_scales_of_zero_half_turns_and_pointers(folder: Path) -> None:
+def test_scales_of_zero_half_turns_and_pointers(folder):
     gltf = Gltf()
     flat, pointed = gltf.node(mesh=gltf.triangle(), scale=[0, 1, 0]), gltf.node(mesh=0)
     turned = gltf.node(mesh=0, rotation=[0.6, 0.0, 0.8, 0.0])

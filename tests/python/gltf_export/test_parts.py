@@ -1,7 +1,5 @@
 """Large skins, and nodes whose names or extras have a meaning."""
 
-from pathlib import Path
-
 import numpy as np
 import pytest
 from support.exporter_support import export, near
@@ -11,7 +9,7 @@ from zrm_inspect.model import SegmentsNode, SkinNode
 
 
 @pytest.mark.parametrize(("joint_count", "sets"), [(3, 1), (255, 1), (256, 1), (600, 1), (40, 2)])
-def test_skins_follow_their_joints(joint_count: int, sets: int, folder: Path) -> None:
+def test_skins_follow_their_joints(joint_count, sets, folder):
     """Each vertex has 4 x sets influences, of which the strongest four count."""
     rng, gltf, count = np.random.default_rng(3), Gltf(), 900
     joints = [gltf.node(translation=rng.normal(size=3).tolist(), rotation=unit(rng, 4).tolist()) for _ in range(joint_count)]
@@ -37,7 +35,7 @@ def test_skins_follow_their_joints(joint_count: int, sets: int, folder: Path) ->
         assert (have >= low).all() and (have <= high).all()
 
 
-def test_names_and_extras_say_what_a_node_is_for(folder: Path) -> None:
+def test_names_and_extras_say_what_a_node_is_for(folder):
     gltf = Gltf()
     lines, triangle = gltf.mesh([[0, 0, 0], [1, 0, 0], [1, 1, 0]], [0, 1, 1, 2], mode=1), gltf.triangle()
     shells = ["Collision_hull", "roof_col", "SHELL", "shell.001", "collider2", "told"]
@@ -54,7 +52,7 @@ def test_names_and_extras_say_what_a_node_is_for(folder: Path) -> None:
     segments = exported.file.shell_nodes[-1]
     assert [node.name for node in exported.file.shell_nodes] == [*shells, "Segments"] and isinstance(segments, SegmentsNode)
     assert np.reshape(segments.segments, (-1, 6)).tolist() == [[0, 0, 0, 1, 0, 0], [1, 0, 0, 1, 1, 0]]
-    connectors = {node.name: {entry.name: entry.value for entry in node.properties} for node in exported.file.connectors}  # type: ignore[attr-defined]
+    connectors = {node.name: {entry.name: entry.value for entry in node.properties} for node in exported.file.connectors}
     assert connectors == {"socket_1": {}, "hook": {"load": 2.5, "kind": "tow", "on": 1.0, "list": "[1, 2]"}}
     told = [note.split(" (")[1].split(")")[0] for note in exported.report["notes"]]
     assert told == [*shells, "drawn_col", "Segments", "socket_1", "hook"]

@@ -1,7 +1,5 @@
 """The table of what each pass does to a model."""
 
-from pathlib import Path
-
 import numpy as np
 import pytest
 import pyzrm_313 as zrm
@@ -19,11 +17,11 @@ FIRST_15 = [[k, k + 1, k + 2] for k in range(0, 15, 3)]
     ([[0, k, k + 1] for k in range(1, 21)], 23), ([*FIRST_15, [15, 15, 15], [0, 1, 2]], 16),  # all 16 fit
     ([*FIRST_15, [15, 16, 16], [0, 1, 2]], 20),  # the 17th drives out 0, which drives out 1, and so on
     ([[299, 0, 1], [299, 0, 1]], 3)])  # fmt: skip
-def test_misses_of_known_lists(triangles: list[list[int]], misses: int) -> None:
+def test_misses_of_known_lists(triangles, misses):
     assert switch_table.cache_misses(np.array(triangles, np.uint16).reshape(-1)) == misses
 
 
-def test_rows_of_a_small_scene(folder: Path) -> None:
+def test_rows_of_a_small_scene(folder):
     """Two quads of unwelded triangles with equal materials, one of them under a fixed node."""
     gltf = Gltf()
     corners = np.array([[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 0, 0], [1, 1, 0], [0, 1, 0]], float)
@@ -41,7 +39,7 @@ def test_rows_of_a_small_scene(folder: Path) -> None:
         assert row.bytes == path.stat().st_size and row.nodes == len(zrm_inspect.read_file(path).nodes)
 
 
-def test_the_printed_table_and_the_switches_afterwards(folder: Path, capsys: pytest.CaptureFixture[str]) -> None:
+def test_the_printed_table_and_the_switches_afterwards(folder, capsys):
     assert switch_table.main(["--demo", "tables"]) == 0
     _, headings, *lines = capsys.readouterr().out.splitlines()
     assert [line.split("  ")[1] for line in lines] == ["all off", *switch_table.SWITCHES, "all on"]

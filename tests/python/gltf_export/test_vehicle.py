@@ -1,7 +1,5 @@
 """The model that the exporter builds without an input file."""
 
-from pathlib import Path
-
 import numpy as np
 import pytest
 import zrm_inspect
@@ -11,7 +9,7 @@ from zrm_inspect.evaluate import evaluate
 
 
 @pytest.mark.parametrize("off", [SWITCHES, ()], ids=["all off", "all on"])
-def test_the_vehicle_is_sound_and_moves(off: tuple[str, ...], folder: Path) -> None:
+def test_the_vehicle_is_sound_and_moves(off, folder):
     assert main([*(f"--no-{switch}" for switch in off), "--quiet", "--demo", "vehicle.zrm"]) == 0
     file = zrm_inspect.read_file("vehicle.zrm")
     assert file.root.handle_count == 3 and file.warnings == []

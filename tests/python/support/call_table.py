@@ -6,7 +6,6 @@ The landing writes what is found into the expectation `e` (see scripted.py), in 
 """
 
 from collections.abc import Callable
-from typing import Any
 
 import numpy as np
 
@@ -16,58 +15,58 @@ from .every_record import IDENTITY, STILL, number
 Row = tuple[str, Callable[..., object]]
 
 
-def into(field: str) -> Callable[..., object]:
+def into(field):
     return lambda e, value: e.record.__setitem__(field, value)
 
 
-def of_material(field: str) -> Callable[..., object]:
+def of_material(field):
     return lambda e, value: e.material.__setitem__(field, value)
 
 
-def uniform(name: str) -> Callable[..., object]:
+def uniform(name):
     return lambda e, value: e.uniform(name, value)
 
 
-def plain_uniform(name: str, form: str = "float") -> Callable[..., object]:
+def plain_uniform(name, form="float"):
     return lambda e, value: e.uniform(name, (f"model::Property<{form}>", value))
 
 
-def texture(slot: int) -> Callable[..., object]:
+def texture(slot):
     return lambda e, name: e.texture(slot, name)
 
 
-def mode_of(*accepted: int) -> Callable[..., object]:
+def mode_of(*accepted):
     return lambda e, mode: e.material.update(blending=mode) if mode in accepted else None
 
 
-def nothing(e: Any, *values: Any) -> None:
+def nothing(e, *values):
     pass
 
 
-def shadow(e: Any, mode: int) -> None:
+def shadow(e, mode):
     e.material.update({0: {"casts_shadow": True}, 1: {"casts_shadow": False}, 2: {"shadow_flag2": True}}.get(mode, {}))
 
 
-def damage_normal(e: Any, name: str, uvs: Any) -> None:
+def damage_normal(e, name, uvs):
     e.uv(10, uvs)
     e.attribute("TANGENT1", np.zeros((len(uvs), 3)))
     e.attribute("BINORMAL1", np.zeros((len(uvs), 3)))
     e.texture(10, name)
 
 
-def normal_map(e: Any, name: str, uvs: Any) -> None:
+def normal_map(e, name, uvs):
     e.uv(1, uvs)
     e.attribute("TANGENT0", np.zeros((len(uvs), 3)))
     e.attribute("BINORMAL0", np.zeros((len(uvs), 3)))
     e.texture(1, name)
 
 
-def numbers(e: Any, a: int, x: float, b: int, y: float) -> None:
+def numbers(e, a, x, b, y):
     e.record["numbers"] = [[(a, x, b, y)]]
     e.attribute("COLOR1", np.zeros((e.count, 1)))
 
 
-def bones(e: Any, weights: Any, packed: Any, places: list[int]) -> None:
+def bones(e, weights, packed, places):
     e.record["bones"].extend(places)
     e.attribute("COLOR1", weights)
     e.attributes["POSITION0"][:, 3:] = packed
@@ -77,22 +76,22 @@ GLOW = {2: "self_illum_material", 3: "transparent_self_illum_material", 4: "addi
         5: "additive_self_illum_color_material", 6: "additive_self_illum_tex_material"}  # fmt: skip
 
 
-def glow(e: Any, kind: int) -> None:
+def glow(e, kind):
     e.material["material_name"] = GLOW.get(kind, e.material["material_name"])
 
 
-def mapped(channel: int, slot: int) -> Callable[..., object]:
+def mapped(channel, slot):
     return lambda e, name, uvs: (e.uv(channel, uvs), e.texture(slot, name))
 
 
-def base(e: Any, points: Any, normals: Any) -> None:
+def base(e, points, normals):
     e.attribute("POSITION0", np.concatenate([points, np.zeros((len(points), 1), np.float32)], 1))
     e.attribute("NORMAL0", normals)
 
 
 # ---------------------------------------------------------------- the tree: class of the file, fields of a new node, rows
 
-NODES: dict[str, tuple[str, dict[str, Any], list[Row]]] = {
+NODES = {
     "Node": ("Node", {}, []),
     "Transform": ("TransformNode", {"matrix": IDENTITY}, [("?setMatrix:matrix", into("matrix"))]),
     "Lod": ("LodNode", {}, [("__init__:distances", into("levels"))]),
@@ -109,7 +108,7 @@ NODES: dict[str, tuple[str, dict[str, Any], list[Row]]] = {
 
 # ---------------------------------------------------------------- blocks, in the order in which a mesh applies them
 
-BLOCKS: dict[str, list[Row]] = {
+BLOCKS = {
     "BaseBlock": [
         ("setPositions:points setNormals:normals", base), ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(0, 0)),
         ("?setAlbedoMapUVShift:value2", uniform("diffuseShift"))],
@@ -148,7 +147,7 @@ BLOCKS: dict[str, list[Row]] = {
 
 # ---------------------------------------------------------------- what is drawn
 
-_MESH: list[Row] = [
+_MESH = [
     ("setIndices:triangles", lambda e, indices: e.record["mesh"].update(indices=indices)),
     ("?setShadowCaster:mode", shadow), ("?setOpacityValue:value1", uniform("opacityValue")),
     ("?setOpacityFresnelPower:value1", uniform("opacityFresnelPower")),
@@ -156,13 +155,13 @@ _MESH: list[Row] = [
     ("?setTwoSided:sides", lambda e, two_sided: setattr(e, "two_sided", two_sided)),
     ("?setPurposeWaterMask:", lambda e: setattr(e, "purpose", 1)),
     ("?+addTransparentPivot:f3", lambda e, point: e.record["pivots"].append(point))]  # fmt: skip
-_FLAT: list[Row] = [
+_FLAT = [
     ("setPositions:quad_points setNormals:quad_normals", base),
     ("setIndices:quad", lambda e, indices: e.record["mesh"].update(indices=indices))]  # fmt: skip
 _RED = ("color", ("model::Property<osg::Vec3f>", (1.0, 0.0, 0.0)))
 
 
-def deck_tangents(e: Any, tiled: Any, regular: Any) -> None:
+def deck_tangents(e, tiled, regular):
     e.attribute("TANGENT0", np.tile([1.0, 0.0, 0.0], (4, 1)))
     e.attribute("BINORMAL0", np.tile([0.0, 1.0, 0.0], (4, 1)))
     e.attribute("TEXCOORD0", tiled)
@@ -170,7 +169,7 @@ def deck_tangents(e: Any, tiled: Any, regular: Any) -> None:
 
 
 # Class: what a new material has beyond the default, its properties, and the rows.
-MESHES: dict[str, tuple[dict[str, Any], list[tuple[str, Any]], list[Row]]] = {
+MESHES = {
     "PBRNode": ({"material_name": "def_material"}, [], [*_MESH, ("?setTransparentMode:mode", mode_of(0, 1, 2, 3))]),
     "GlassNode": ({"material_name": "glass_instrumental_material", "blending": 1}, [], [
         *_MESH,
@@ -193,45 +192,45 @@ MESHES: dict[str, tuple[dict[str, Any], list[tuple[str, Any]], list[Row]]] = {
         ("?setArgument:handle", lambda e, handle: e.record.update(damage=handle))])}  # fmt: skip
 
 
-def spots(e: Any, found: Any) -> None:
+def spots(e, found):
     e.record.update(lights=[light[:8] for light in found], directions=[light[8] for light in found], version=2)
     e.material["material_name"] = "fake_spot_lights2_wdir"
 
 
-def sizes(place: int) -> Callable[..., object]:
-    def land(e: Any, value: float) -> None:
+def sizes(place):
+    def land(e, value):
         kind, factors = e.properties["sizeFactors"]
         e.uniform("sizeFactors", (kind, tuple(value if k == place else old for k, old in enumerate(factors))))
 
     return land
 
 
-def animation_argument(e: Any, value: float) -> None:
+def animation_argument(e, value):
     e.uniform("arg", ("model::Property<float>", value))
     e.record["animation"] = {"argument": int(value), "samples": []}
 
 
-def _float(name: str, value: float) -> tuple[str, Any]:
+def _float(name, value):
     return name, ("model::Property<float>", value)
 
 
-_LAMPS: list[Row] = [
+_LAMPS = [
     ("?setTexture:map", texture(0)), ("?setLuminance:value1", uniform("luminance")),
     ("?setShiftToCamera:f", plain_uniform("shiftToCamera"))]  # fmt: skip
 
 
-def motion(sprites: str, land: Callable[..., object]) -> list[Row]:
+def motion(sprites, land):
     """Two sprites, each with its samples."""
 
-    def both(e: Any, lights: Any, samples: Any) -> None:
+    def both(e, lights, samples):
         land(e, lights)
         e.record["animation"]["samples"] = samples
 
     return [("setAnimationArg:argument", animation_argument), (f"?set:{sprites} setLightsAnimation:steady", both)]
 
 
-_OMNI: list[Row] = [*_LAMPS, ("?setMinSizeInPixels:f", sizes(0)), ("?setMaxDistance:f", sizes(1))]
-_SPOT: list[Row] = [
+_OMNI = [*_LAMPS, ("?setMinSizeInPixels:f", sizes(0)), ("?setMaxDistance:f", sizes(1))]
+_SPOT = [
     *_LAMPS,
     ("?setMinSizeInPixels:f", plain_uniform("minSizeInPixels")), ("?setMaxDistance:f", plain_uniform("maxDistance")),
     ("?setConeSetup:f3", plain_uniform("coneSetup", "osg::Vec3f"))]  # fmt: skip
@@ -245,7 +244,7 @@ _OMNI_NEW = {"version": 0, "lights": [], "animation": None}
 _SPOT_NEW = {"version": 1, "lights": [], "animation": None, "directions": None, "control_directions": [[0.0, 0.0, 0.0]]}
 
 # Class: that of the file, fields of a new node, the material's name and properties, the rows.
-FAKE_LIGHTS: dict[str, tuple[str, dict[str, Any], str, list[tuple[str, Any]], list[Row]]] = {
+FAKE_LIGHTS = {
     "FakeOmniLights": ("FakeOmniLightsNode", _OMNI_NEW, "fake_omni_lights2", _OMNI_START,
                        [*_OMNI, ("?set:omnis", into("lights"))]),
     "FakeSpotLights": ("FakeSpotLightsNode", _SPOT_NEW, "fake_spot_lights2", _SPOT_START, [*_SPOT, ("?set:spots", spots)]),
@@ -257,12 +256,12 @@ FAKE_LIGHTS: dict[str, tuple[str, dict[str, Any], str, list[tuple[str, Any]], li
 # ---------------------------------------------------------------- lights, shells, connectors
 
 
-def setting(field: str) -> Callable[..., object]:
+def setting(field):
     return lambda e, value: e.record.update({field: (value[0], "_DUMMY_NAME_", *value[1:])})
 
 
-def volume(field: str) -> Callable[..., object]:
-    def land(e: Any, value: Any) -> None:
+def volume(field):
+    def land(e, value):
         start = {"radius_factor": number("radiusFactor", 0.0), "density_factor": number("densityFactor", 1.0),
                  "near_distance": number("nearDistance", 0.0), "volume_type": 4}  # fmt: skip
         settings = e.record["volume"] or start
@@ -273,26 +272,26 @@ def volume(field: str) -> Callable[..., object]:
     return land
 
 
-def angles(e: Any, outer: Any, inner: float) -> None:
+def angles(e, outer, inner):
     setting("phi")(e, outer)
     e.record["theta"] = number("EMPTY_NAME", inner)
 
 
-def own_property(form: str) -> Callable[..., object]:
-    def land(e: Any, key: str, value: Any) -> None:
+def own_property(form):
+    def land(e, key, value):
         e.record["properties"] = [p for p in e.record["properties"] if p[1] != key] + [(f"model::Property<{form}>", key, value)]
 
     return land
 
 
-_LIGHT: list[Row] = [
+_LIGHT = [
     ("?setColor:value3", setting("color")), ("?setBrightness:value1", setting("brightness")),
     ("?setDistance:value1", setting("distance")), ("?setSpecularAmount:value1", setting("specular_amount")),
     ("?setSoftness:value1", setting("softness")), ("?setVolumeRadiusFactor:still", volume("radius_factor")),
     ("?setVolumeDensityFactor:still", volume("density_factor")), ("?setVolumeNearDistance:still", volume("near_distance")),
     ("?setVolumeType:handle", volume("volume_type"))]  # fmt: skip
 # Class: model's method that adds it, class of the file, fields of a new one, rows.
-HUNG: dict[str, tuple[str, str, dict[str, Any], list[Row]]] = {
+HUNG = {
     "OmniLight": ("addLight", "LightNode", {"light_type": 0}, _LIGHT),
     "SpotLight": ("addLight", "LightNode", {"light_type": 1}, [
         *_LIGHT, ("?setPhi:value1", setting("phi")), ("?setTheta:value1", setting("theta")),

@@ -4,11 +4,10 @@ The numbers of a record differ, so that two fields in each other's place show.
 """
 
 import struct
-from typing import Any
 
 import numpy as np
 
-from .record_bytes import NONE, UINT, Record
+from .record_bytes import NONE, UINT
 
 TRANSFORM, BONE, ANIMATED_BONE = 1, 2, 3
 FULL, PLAIN, EMPTY = range(3)
@@ -19,23 +18,23 @@ IDENTITY = np.eye(4).tolist()
 FORMAT = [4, 0, 0, 0, 2, *[0] * 22]
 
 
-def counting(first: float) -> list[list[float]]:
+def counting(first):
     return [[float(first + 4 * row + column) for column in range(4)] for row in range(4)]
 
 
-def number(name: str, value: float) -> tuple[Any, ...]:
+def number(name, value):
     return ("model::Property<float>", name, value)
 
 
-def driven_number(name: str, argument: int) -> tuple[Any, ...]:
+def driven_number(name, argument):
     return ("model::AnimatedProperty<float>", name, argument, [(0.25, [1.0]), (0.5, [2.0])])
 
 
-def driven_vector(name: str, argument: int) -> tuple[Any, ...]:
+def driven_vector(name, argument):
     return ("model::AnimatedProperty<osg::Vec3f>", name, argument, [(0.0, [1.0, 2.0, 3.0]), (1.0, [4.0, 5.0, 6.0])])
 
 
-def head(kind: str, name: str = "", version: int = 0, **fields: Any) -> Record:
+def head(kind, name="", version=0, **fields):
     """A record outside the tree; its version is a property as well."""
     properties = [(UINT, "__VERSION__", version)] if version else []
     return {"type_name": f"model::{kind}", "name": name, "properties": properties, "version": version} | fields
@@ -54,11 +53,11 @@ ANIMATED = [
 
 # ---------------------------------------------------------------- the tree
 
-STILL: Record = {
+STILL = {
     "matrix": IDENTITY, "base_position": [0.0] * 3, "base_rotation": [0.0, 0.0, 0.0, 1.0],
     "base_scale_rotation": [0.0, 0.0, 0.0, 1.0], "base_scale": [1.0] * 3,
     "position_channels": [], "rotation_channels": [], "scale_channels": []}  # fmt: skip
-MOVING: Record = {
+MOVING = {
     "matrix": counting(600), "base_position": [1.0, 2.0, 3.0], "base_rotation": [4.0, 5.0, 6.0, 7.0],
     "base_scale_rotation": [8.0, 9.0, 10.0, 11.0], "base_scale": [12.0, 13.0, 14.0],
     "position_channels": [{"argument": 4, "keys": [(0.25, [1.0, 2.0, 3.0]), (0.75, [4.0, 5.0, 6.0])]}],
@@ -71,12 +70,12 @@ ROTATIONS = [{"argument": 3, "keys": [(0.5, [1.0, 2.0, 3.0, 4.0])]}]
 RANGES = [{"argument": 8, "ranges": [[0.25, 0.5], [2.0, 3.0]]}, {"argument": NONE, "ranges": [[0.0, 1.0]]}]
 
 
-def tree_node(kind: str, name: str = "", parent: int = -1, **fields: Any) -> Record:
+def tree_node(kind, name="", parent=-1, **fields):
     plain = {"index": 0, "type_name": f"model::{kind}", "name": name, "properties": [], "parent": parent}
     return plain | fields
 
 
-def numbered(nodes: list[Record]) -> list[Record]:
+def numbered(nodes):
     return [node | {"index": index} for index, node in enumerate(nodes)]
 
 
@@ -95,8 +94,8 @@ TREE = numbered([
 
 # ---------------------------------------------------------------- materials and meshes
 
-TEXTURE: Record = {"texture_index": NONE, "name": "", "sampler": (2, 2, 10, 6), "transform": IDENTITY}
-MATERIAL: Record = {
+TEXTURE = {"texture_index": NONE, "name": "", "sampler": (2, 2, 10, 6), "transform": IDENTITY}
+MATERIAL = {
     "blending": 0, "depth_bias": 0, "vertex_format": FORMAT, "channels": [-1] * 13, "material_name": "", "name": "",
     "casts_shadow": True, "shadow_flag2": False, "textures": {}, "uniforms": [], "animated_uniforms": [],
     "billboard": None, "decal_id": 0}  # fmt: skip
@@ -110,25 +109,25 @@ MATERIALS = [
     MATERIAL | {"name": "plain"}, MATERIAL | {"name": "empty", "vertex_format": [0] * 27}]  # fmt: skip
 
 
-def mesh(fourth: float = 0.0, count: int = 3) -> Record:
+def mesh(fourth=0.0, count=3):
     steps = np.arange(count, dtype=np.float32)[:, None] * [1, 1, 1, 0, 1, 1]
     vertices = (steps + np.array([0, 10, 20, fourth, 30, 40], np.float32)).astype(np.float32).tolist()
     return {"vertices": vertices, "vertex_format": FORMAT, "indices": [0, 1, count - 1], "primitive_type": 5}
 
 
-def render_node(name: str, material: int = PLAIN, version: int = 0, kind: str = "RenderNode", **more: Any) -> Record:
+def render_node(name, material=PLAIN, version=0, kind="RenderNode", **more):
     plain = {"material": material, "parents": [[0, NONE]], "mesh": mesh(), "purpose": 0, "pivots": []}
     return head(kind, name, version) | plain | more
 
 
 NOTHING = {"vertices": [], "vertex_format": [0] * 27, "indices": [], "primitive_type": 1}
-NUMBERS: Record = {
+NUMBERS = {
     "kind": "NumberNode", "parents": [[0, 11], [TRANSFORM, NONE]],
     "numbers": [[(12, 0.5, NONE, 2.0), (NONE, 3.0, 13, 0.25)], []]}  # fmt: skip
 BENT = mesh(struct.unpack("<f", bytes([0, 1, 0, 1]))[0])
 
 
-def skin(name: str, version: int, **more: Any) -> Record:
+def skin(name, version, **more):
     plain = {"material": PLAIN, "bones": [BONE, ANIMATED_BONE], "argument": NONE, "skin_box": None, "pivots": [], "mesh": BENT}
     return head("SkinNode", name, version) | plain | more
 
@@ -139,8 +138,8 @@ SAMPLES = {"argument": 15, "samples": [[(128 * light + k) / 2 for k in range(128
 
 
 SPRITES = [(*OMNI, 0, *BACK, 0), (*OMNI, 1, *BACK, 1)]
-FAKE: Record = {"material": PLAIN, "controls": [0, TRANSFORM]}
-SPOT: Record = FAKE | {"control_directions": [[1.0, 0.0, 0.0], [0.0, 1.0, 0.0]], "lights": SPRITES, "directions": None}
+FAKE = {"material": PLAIN, "controls": [0, TRANSFORM]}
+SPOT = FAKE | {"control_directions": [[1.0, 0.0, 0.0], [0.0, 1.0, 0.0]], "lights": SPRITES, "directions": None}
 DIRECTIONS = [[0.0, 0.0, 1.0], [0.0, 0.0, -1.0]]
 
 RENDER_NODES = [
@@ -166,7 +165,7 @@ SHELLS = [
     head("ShellSkinNode", "shell skin with box", argument=16, skin_box=BOX, **SHELL_SKIN)]  # fmt: skip
 
 
-def light(name: str, light_type: int, version: int = 2, **more: Any) -> Record:
+def light(name, light_type, version=2, **more):
     return head("LightNode", name, version) | {
         "control": TRANSFORM, "light_type": light_type, "color": ("model::Property<osg::Vec3f>", "color", (0.0,) * 3),
         "brightness": number("brightness", 0.0), "phi": number("phi", 0.0), "theta": number("theta", 0.0),
@@ -185,12 +184,12 @@ LIGHTS = [
 CONNECTOR = head("Connector", "hook", control=TRANSFORM) | {"properties": [number("__VERSION__", 7.0)]}
 
 
-def root(materials: list[Record], handles: int = 0, **more: Any) -> Record:
+def root(materials, handles=0, **more):
     boxes = dict.fromkeys(("bounding_box", "user_box", "light_box"), NO_BOX)
     return head("RootNode", version=3, materials=materials, handle_count=handles) | boxes | more
 
 
-EVERY_RECORD: Record = {
+EVERY_RECORD = {
     "root": root(MATERIALS, 35, name="model", properties=[number("weight", 12.5), (UINT, "__VERSION__", 3)],
                  bounding_box=BOX, user_box=[[7.0, 8.0, 9.0], [10.0, 11.0, 12.0]]),
     "nodes": TREE,

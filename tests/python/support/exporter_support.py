@@ -4,7 +4,6 @@ import json
 import os
 import sys
 import zlib
-from collections.abc import Iterable
 from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
@@ -18,7 +17,7 @@ import zrm_inspect  # noqa: E402
 from gltf_export.cli import SWITCHES, main  # noqa: E402
 from support.gltf_scene import GltfScene  # noqa: E402
 from zrm_inspect.animation import property_at  # noqa: E402
-from zrm_inspect.evaluate import Scene, evaluate  # noqa: E402
+from zrm_inspect.evaluate import evaluate  # noqa: E402
 
 MODELS = Path(os.environ.get("ZRM_MODELS", ROOT.parent / "shared" / "models"))
 Array = np.ndarray[Any, Any]
@@ -31,24 +30,24 @@ class Exported:
     file: zrm_inspect.ZrmFile
     report: dict[str, Any]
 
-    def saved(self, animation: int | None = None, seconds: float = 0.0) -> Scene:
+    def saved(self, animation=None, seconds=0.0):
         """The file at one second of an animation, or at rest."""
         return evaluate(self.file, {} if animation is None else {animation: self.argument(animation, seconds)})
 
-    def argument(self, animation: int, seconds: float) -> float:
+    def argument(self, animation, seconds):
         entry = self.report["arguments"][animation]
         assert entry["argument"] == entry["animation"] == animation
         span = entry["seconds_end"] - entry["seconds_start"]
         share = (seconds - entry["seconds_start"]) / span if span else 0.0
         return float(entry["start"] + share * (entry["end"] - entry["start"]))
 
-    def moments(self, count: int, seed: int = 1) -> list[Moment]:
+    def moments(self, count, seed=1):
         """Rest, and for each animation both ends and some random seconds. (Next to a jump both sides of it are right.)"""
         rng = np.random.default_rng(seed)
         ends = [(entry["seconds_start"], entry["seconds_end"]) for entry in self.report["arguments"]]
         return [(None, 0.0), *((k, float(s)) for k, span in enumerate(ends) for s in [*span, *rng.uniform(*span, count)])]
 
-    def compare(self, moments: Iterable[Moment]) -> None:
+    def compare(self, moments):
         """Mesh by mesh and corner by corner: only for files saved with all switches off."""
         for animation, seconds in moments:
             have, worlds = self.saved(animation, seconds), self.source.worlds(animation, seconds)
@@ -74,13 +73,13 @@ class Exported:
                 near(have.world[light.control].T, world, 0.002 * max(1.0, float(np.abs(world).max())), f"light {light.name}")
 
 
-def near(have: Any, want: Any, tolerance: float, what: str) -> None:
+def near(have, want, tolerance, what):
     assert np.shape(have) == np.shape(want), what
     worst = float(np.abs(np.asarray(have) - want).max(initial=0.0))
     assert worst <= tolerance, f"{what} off by {worst}"
 
 
-def export(source: Path, off: tuple[str, ...] = SWITCHES) -> Exported:
+def export(source, off=SWITCHES):
     """Converts with some switches off, all of them unless told otherwise, so that meshes and vertices keep their order."""
     output, report = source.with_suffix(".out.zrm"), source.with_suffix(".report.json")
     if source.parent == MODELS:
@@ -90,7 +89,7 @@ def export(source: Path, off: tuple[str, ...] = SWITCHES) -> Exported:
     return Exported(GltfScene(source), zrm_inspect.read_file(output), json.loads(report.read_text(encoding="utf-8")))
 
 
-def corners_of(saved: Scene) -> Array:
+def corners_of(saved):
     """(t, 3, values) for all triangles with an area: what shows at each corner, the same for equal looks in any file."""
     size = float(np.linalg.norm(np.ptp(np.vstack([mesh.positions for mesh in saved.meshes]), axis=0)))
     parts = []
@@ -106,7 +105,7 @@ def corners_of(saved: Scene) -> Array:
     return np.concatenate(parts)
 
 
-def multiset(corners: Array) -> Array:
+def multiset(corners):
     """Two lists of triangles are equal as multisets, within some tolerance, when these are, within about the same.
 
     Each row is a smooth number for each triangle, in ascending order. It is a sum over the three rotations of the

@@ -3,8 +3,6 @@
 import base64
 import json
 import struct
-from pathlib import Path
-from typing import Any
 
 import numpy as np
 
@@ -15,34 +13,34 @@ SHAPES = {1: "SCALAR", 2: "VEC2", 3: "VEC3", 4: "VEC4", 16: "MAT4"}
 class Gltf:
     """JSON under construction; `json` may be changed freely before `save`."""
 
-    def __init__(self) -> None:
+    def __init__(self):
         self.data = bytearray()
-        self.json: dict[str, Any] = {"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": []}]}
+        self.json = {"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": []}]}
 
-    def add(self, kind: str, entry: Any) -> int:
+    def add(self, kind, entry):
         entries = self.json.setdefault(kind, [])
         entries.append(entry)
         return len(entries) - 1
 
-    def view(self, data: bytes, **more: Any) -> int:
+    def view(self, data, **more):
         self.data += bytes(-len(self.data) % 4)
         self.data += data
         return self.add("bufferViews", {"buffer": 0, "byteOffset": len(self.data) - len(data), "byteLength": len(data)} | more)
 
-    def array(self, values: Any, kind: str = "f4", **more: Any) -> int:
+    def array(self, values, kind="f4", **more):
         """An accessor of an array (n,) or (n, width)."""
         rows = np.asarray(values, kind)
         rows = rows.reshape(len(rows), -1)
         entry = {"bufferView": self.view(rows.tobytes()), "componentType": CODES[kind], "count": len(rows), "type": SHAPES[rows.shape[1]]}
         return self.add("accessors", entry | more)
 
-    def node(self, root: bool = True, **fields: Any) -> int:
+    def node(self, root=True, **fields):
         index = self.add("nodes", fields)
         if root:
             self.json["scenes"][0]["nodes"].append(index)
         return index
 
-    def mesh(self, positions: Any, indices: Any = None, **more: Any) -> int:
+    def mesh(self, positions, indices=None, **more):
         """A mesh of one primitive; `more` goes into the primitive, ATTRIBUTES in capitals as arrays."""
         attributes = {"POSITION": self.array(positions)}
         attributes |= {name: more.pop(name) for name in list(more) if name.isupper() or name[-2:-1] == "_"}
@@ -51,10 +49,10 @@ class Gltf:
             primitive["indices"] = self.array(indices, "u4")
         return self.add("meshes", {"primitives": [primitive]})
 
-    def triangle(self, size: float = 1.0) -> int:
+    def triangle(self, size=1.0):
         return self.mesh([[size, 0, 0], [0, size, 0], [0, 0, -size]], [0, 1, 2])
 
-    def animation(self, *tracks: tuple[int, str, Any, Any, str], **more: Any) -> int:
+    def animation(self, *tracks, **more):
         """Tracks are (node, path, times, values, interpolation)."""
         channels, samplers = [], []
         for node, path, times, values, mode in tracks:
@@ -62,7 +60,7 @@ class Gltf:
             samplers.append({"input": self.array(times), "output": self.array(values), "interpolation": mode})
         return self.add("animations", {"channels": channels, "samplers": samplers} | more)
 
-    def save(self, path: Path, buffer: str = "data") -> Path:
+    def save(self, path, buffer="data"):
         """As .gltf with its buffer in a data URI, or in a file beside it ("file"), or as .glb ("glb")."""
         uri = {"data": "data:application/octet-stream;base64," + base64.b64encode(self.data).decode(), "file": "some%20buffer.bin"}
         entry = {"byteLength": len(self.data)} | ({"uri": uri[buffer]} if buffer in uri else {})

@@ -1,19 +1,17 @@
 """Random glTF scenes: in small, everything that the exporter carries over. A seed decides all of it."""
 
-from typing import Any
-
 import numpy as np
 from support.gltf_build import Gltf
 
 MATERIALS, MAPS, JOINTS = 5, 4, 4
 
 
-def unit(rng: np.random.Generator, *shape: int) -> Any:
+def unit(rng, *shape):
     values = rng.normal(size=shape)
     return values / np.linalg.norm(values, axis=-1, keepdims=True)
 
 
-def random_scene(seed: int, uneven: float = 0.3) -> Gltf:
+def random_scene(seed, uneven=0.3):
     """A forest of turned, scaled, mirrored nodes with meshes, a skin, lights, and two animations on the same nodes.
 
     uneven: how many nodes have a scale of their own for each axis
@@ -25,15 +23,15 @@ def random_scene(seed: int, uneven: float = 0.3) -> Gltf:
         gltf.add("materials", random_material(rng, k))
     lights = [{"type": "point", "range": 5.0}, {"type": "spot", "intensity": 3.0}]
     gltf.json["extensions"] = {"KHR_lights_punctual": {"lights": lights}}
-    nodes: list[int] = []
+    nodes = []
     for k in range(9):
-        fields: dict[str, Any] = {"extensions": {"KHR_lights_punctual": {"light": k % 2}}} if k % 4 == 3 else {"mesh": random_mesh(rng, gltf)}
+        fields = {"extensions": {"KHR_lights_punctual": {"light": k % 2}}} if k % 4 == 3 else {"mesh": random_mesh(rng, gltf)}
         nodes.append(hang(gltf, rng, nodes, random_place(rng, uneven) | fields))
     sizes = 10.0 ** rng.integers(-7, 4, 3)  # small ones have to be enlarged to survive the module's own tolerances
     for size in sizes[:2]:
         far = gltf.node(root=False, mesh=random_mesh(rng, gltf, size), scale=[size**-0.5] * 3)
         hang(gltf, rng, nodes, {"children": [far], "scale": [size**-0.5] * 3})
-    joints: list[int] = []
+    joints = []
     for _ in range(JOINTS):  # all scaled alike: else their normals are the renderer's own matter
         joints.append(hang(gltf, rng, joints, {"translation": rng.normal(size=3).tolist(), "rotation": unit(rng, 4).tolist()}))
     inverses = [matrix(rng.normal(size=3), unit(rng, 4), np.ones(3) / sizes[2]) for _ in joints]
@@ -47,7 +45,7 @@ def random_scene(seed: int, uneven: float = 0.3) -> Gltf:
     return gltf
 
 
-def hang(gltf: Gltf, rng: np.random.Generator, above: list[int], fields: dict[str, Any]) -> int:
+def hang(gltf, rng, above, fields):
     """A node below one of some others, or at the top."""
     parent = int(rng.integers(-1, len(above)))
     node = gltf.node(root=parent < 0, **fields)
@@ -56,7 +54,7 @@ def hang(gltf: Gltf, rng: np.random.Generator, above: list[int], fields: dict[st
     return node
 
 
-def matrix(translation: Any, rotation: Any, scale: Any) -> Any:
+def matrix(translation, rotation, scale):
     """Sixteen numbers, column by column."""
     x, y, z, w = rotation
     cross = np.array([[0, -z, y], [z, 0, -x], [-y, x, 0]])
@@ -65,7 +63,7 @@ def matrix(translation: Any, rotation: Any, scale: Any) -> Any:
     return result.T.reshape(16)
 
 
-def random_place(rng: np.random.Generator, uneven: float) -> dict[str, Any]:
+def random_place(rng, uneven):
     scale = rng.uniform(0.6, 1.6, 3 if rng.random() < uneven else 1) * np.ones(3) * [rng.choice([1, 1, -1]), 1, 1]
     parts = {"translation": rng.normal(size=3), "rotation": unit(rng, 4), "scale": scale}
     if rng.random() < 0.3:
@@ -73,9 +71,9 @@ def random_place(rng: np.random.Generator, uneven: float) -> dict[str, Any]:
     return {name: value.tolist() for name, value in parts.items() if rng.random() < 0.8}
 
 
-def random_material(rng: np.random.Generator, number: int) -> dict[str, Any]:
-    def texture() -> dict[str, Any]:
-        info: dict[str, Any] = {"index": int(rng.integers(MAPS)), "texCoord": int(rng.integers(2))}
+def random_material(rng, number):
+    def texture():
+        info = {"index": int(rng.integers(MAPS)), "texCoord": int(rng.integers(2))}
         change = {"offset": rng.normal(size=2).tolist(), "rotation": rng.normal(), "scale": rng.uniform(1, 2, 2).tolist()}
         return info | ({"extensions": {"KHR_texture_transform": change}} if rng.random() < 0.5 else {})
 
@@ -85,7 +83,7 @@ def random_material(rng: np.random.Generator, number: int) -> dict[str, Any]:
     return {"name": f"material {number}", "pbrMetallicRoughness": base} | maps | look
 
 
-def random_mesh(rng: np.random.Generator, gltf: Gltf, size: float = 1.0, joints: int = 0) -> int:
+def random_mesh(rng, gltf, size=1.0, joints=0):
     """One to three primitives: lists, strips and fans, with and without indices, normals, a material, a morph target."""
     primitives = []
     for _ in range(int(rng.integers(1, 4))):
@@ -95,7 +93,7 @@ def random_mesh(rng: np.random.Generator, gltf: Gltf, size: float = 1.0, joints:
             values["NORMAL"] = unit(rng, count, 3)
         if joints:
             values["WEIGHTS_0"] = rng.dirichlet(np.ones(4), count)
-        primitive: dict[str, Any] = {"attributes": {name: gltf.array(rows) for name, rows in values.items()}, "mode": int(rng.integers(4, 7))}
+        primitive = {"attributes": {name: gltf.array(rows) for name, rows in values.items()}, "mode": int(rng.integers(4, 7))}
         # Normalised, and interleaved with something else.
         signed = np.hstack([rng.integers(-32768, 32767, (count, 2)), np.zeros((count, 2))]).astype("i2")
         bits = {"bufferView": gltf.view(signed.tobytes(), byteStride=8), "componentType": 5122, "count": count, "type": "VEC2", "normalized": True}
@@ -115,7 +113,7 @@ def random_mesh(rng: np.random.Generator, gltf: Gltf, size: float = 1.0, joints:
     return gltf.add("meshes", {"primitives": primitives, "weights": [float(rng.integers(2))]})
 
 
-def random_track(rng: np.random.Generator, node: int, path: str) -> tuple[int, str, Any, Any, str]:
+def random_track(rng, node, path):
     """Small whole numbers lie on common lines, where keys look superfluous, far more often than chance would have it."""
     mode = str(rng.choice(["LINEAR", "STEP", "CUBICSPLINE"]))
     count = int(rng.integers(1, 9))

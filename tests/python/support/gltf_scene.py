@@ -8,7 +8,6 @@ import base64
 import json
 import struct
 from dataclasses import dataclass
-from pathlib import Path
 from typing import Any
 from urllib.parse import unquote
 
@@ -34,7 +33,7 @@ class SceneMesh:
 
 
 class GltfScene:
-    def __init__(self, path: Path) -> None:
+    def __init__(self, path):
         data = path.read_bytes()
         self.glb = b""
         if data[:4] == b"glTF":
@@ -46,13 +45,13 @@ class GltfScene:
         self.nodes = self.json.get("nodes", [])
         self.resting = self.worlds()
 
-    def _buffer(self, entry: dict[str, Any], folder: Path) -> bytes:
+    def _buffer(self, entry, folder):
         uri = entry.get("uri")
         if uri is None:
             return self.glb
         return base64.b64decode(uri.split(",", 1)[1]) if uri.startswith("data:") else (folder / unquote(uri)).read_bytes()
 
-    def accessor(self, index: int) -> Array:
+    def accessor(self, index):
         entry = self.json["accessors"][index]
         values = self._rows(entry, entry["componentType"], WIDTHS[entry["type"]], entry["count"])
         if sparse := entry.get("sparse"):
@@ -60,7 +59,7 @@ class GltfScene:
             values[places[:, 0].astype(int)] = self._rows(sparse["values"], entry["componentType"], values.shape[1], sparse["count"])
         return np.maximum(values / np.iinfo(TYPES[entry["componentType"]]).max, -1.0) if entry.get("normalized") else values
 
-    def _rows(self, entry: dict[str, Any], component: int, width: int, count: int) -> Array:
+    def _rows(self, entry, component, width, count):
         if "bufferView" not in entry:
             return np.zeros((count, width))
         kind, view = np.dtype(TYPES[component]), self.json["bufferViews"][entry["bufferView"]]
@@ -68,7 +67,7 @@ class GltfScene:
         stride = view.get("byteStride", width * kind.itemsize)
         return np.ndarray((count, width), kind, self.buffers[view["buffer"]], start, (stride, kind.itemsize)).astype(np.float64)
 
-    def animated(self, animation: int, seconds: float) -> dict[tuple[int, str], Array]:
+    def animated(self, animation, seconds):
         """Values of the node channels of an animation."""
         result = {}
         entry = self.json["animations"][animation]
@@ -82,7 +81,7 @@ class GltfScene:
                 result[node, path] = self._sample(entry["samplers"][channel["sampler"]], path, seconds)
         return result
 
-    def _sample(self, sampler: dict[str, Any], path: str, seconds: float) -> Array:
+    def _sample(self, sampler, path, seconds):
         times, values = self.accessor(sampler["input"])[:, 0], self.accessor(sampler["output"])
         mode = sampler.get("interpolation", "LINEAR")
         cubic = mode == "CUBICSPLINE"
@@ -102,10 +101,10 @@ class GltfScene:
                 value = slerp(a, b, t) if path == "rotation" else (1 - t) * a + t * b
         return np.asarray(value / np.linalg.norm(value) if path == "rotation" else value)
 
-    def worlds(self, animation: int | None = None, seconds: float = 0.0) -> dict[int, Array]:
+    def worlds(self, animation=None, seconds=0.0):
         """World matrices, for column vectors, of the nodes of the scene, parents first, in the file's order."""
         moved = {} if animation is None else self.animated(animation, seconds)
-        worlds: dict[int, Array] = {}
+        worlds = {}
         waiting = [(root, np.eye(4)) for root in reversed(self.json["scenes"][self.json.get("scene", 0)]["nodes"])]
         while waiting:
             index, above = waiting.pop()
@@ -114,19 +113,19 @@ class GltfScene:
             waiting += [(child, worlds[index]) for child in reversed(node.get("children", []))]
         return worlds
 
-    def lights(self, worlds: dict[int, Array]) -> list[Array]:
+    def lights(self, worlds):
         """World matrices of the point and spot lights."""
         found = [(worlds[index], self.nodes[index].get("extensions", {}).get("KHR_lights_punctual")) for index in worlds]
         kinds = [light["type"] for light in self.json.get("extensions", {}).get("KHR_lights_punctual", {}).get("lights", [])]
         return [world for world, light in found if light is not None and kinds[light["light"]] != "directional"]
 
-    def meshes(self, worlds: dict[int, Array]) -> list[SceneMesh]:
+    def meshes(self, worlds):
         """Every triangle primitive of every node of the scene."""
         shown = [(index, self.json["meshes"][self.nodes[index]["mesh"]]) for index in worlds if "mesh" in self.nodes[index]]
         primitives = [(index, entry) for index, mesh in shown for entry in mesh["primitives"]]
         return [self._mesh(index, entry, worlds) for index, entry in primitives if entry.get("mode", 4) >= 4]
 
-    def _mesh(self, index: int, primitive: dict[str, Any], worlds: dict[int, Array]) -> SceneMesh:
+    def _mesh(self, index, primitive, worlds):
         node, attributes = self.nodes[index], primitive["attributes"]
         corners = self._corners(primitive)
         points = self.accessor(attributes["POSITION"])
@@ -154,7 +153,7 @@ class GltfScene:
             shape.normals = None if shape.normals is None else shape.normals[:, [0, 2, 1]]
         return shape
 
-    def _corners(self, primitive: dict[str, Any]) -> Array:
+    def _corners(self, primitive):
         count = self.json["accessors"][primitive["attributes"]["POSITION"]]["count"]
         flat = self.accessor(primitive["indices"])[:, 0].astype(int) if "indices" in primitive else np.arange(count)
         if (mode := primitive.get("mode", 4)) == 4:
@@ -162,13 +161,13 @@ class GltfScene:
         k = range(len(flat) - 2)
         return np.asarray(flat[[(i, i + 1 + i % 2, i + 2 - i % 2) if mode == 5 else (i + 1, i + 2, 0) for i in k]])
 
-    def _joints(self, skin: dict[str, Any], worlds: dict[int, Array]) -> Array:
+    def _joints(self, skin, worlds):
         matrices = np.stack([worlds[joint] for joint in skin["joints"]])
         if "inverseBindMatrices" in skin:
             matrices = matrices @ self.accessor(skin["inverseBindMatrices"]).reshape(-1, 4, 4).transpose(0, 2, 1)
         return np.asarray(matrices)
 
-    def _look(self, primitive: dict[str, Any], corners: Array) -> tuple[dict[str, Array], dict[str, Any]]:
+    def _look(self, primitive, corners):
         """The coordinates of each map, transformed, and the material."""
         material = self.json["materials"][primitive["material"]] if "material" in primitive else {"name": "default"}
         uvs = {}
@@ -185,14 +184,14 @@ class GltfScene:
         return uvs, material
 
 
-def similar(matrices: Array) -> bool:
+def similar(matrices):
     """Do they all keep angles, and scale alike? Else directions follow a rule of the renderer's own."""
     squares = np.swapaxes(matrices[:, :3, :3], 1, 2) @ matrices[:, :3, :3]
     size = squares[0, 0, 0]
     return size > 0 and np.allclose(squares, np.eye(3) * size, atol=1e-4 * size)
 
 
-def slerp(a: Array, b: Array, t: float) -> Array:
+def slerp(a, b, t):
     dot = float(a @ b)
     b, dot = (-b, -dot) if dot < 0 else (b, dot)
     angle = np.arccos(min(dot, 1.0))
@@ -201,14 +200,14 @@ def slerp(a: Array, b: Array, t: float) -> Array:
     return np.asarray((np.sin((1 - t) * angle) * a + np.sin(t * angle) * b) / np.sin(angle))
 
 
-def rotation_matrix(q: Array) -> Array:
+def rotation_matrix(q):
     """Columns are where the axes go: v + 2 w (u x v) + 2 u x (u x v) for a unit quaternion (u, w)."""
     u, w = q[:3] / np.linalg.norm(q), q[3] / np.linalg.norm(q)
     axes = np.eye(3)
     return np.asarray((axes + 2 * w * np.cross(u, axes) + 2 * np.cross(u, np.cross(u, axes))).T)
 
 
-def local_matrix(node: dict[str, Any], index: int, moved: dict[tuple[int, str], Array]) -> Array:
+def local_matrix(node, index, moved):
     if "matrix" in node:
         return np.array(node["matrix"], np.float64).reshape(4, 4).T
     rest = {"translation": [0, 0, 0], "rotation": [0, 0, 0, 1], "scale": [1, 1, 1]} | node

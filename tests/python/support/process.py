@@ -8,7 +8,7 @@ from pathlib import Path
 import pyzrm_313 as zrm
 
 
-def run_python(code: str, folder: Path, **environment: str) -> subprocess.CompletedProcess[str]:
+def run_python(code, folder, **environment):
     """With the module, the reader and these tests on its path; a crash tells where it was."""
     path = os.pathsep.join([str(Path(zrm.__file__).parent), *sys.path])
     return subprocess.run(

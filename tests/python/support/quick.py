@@ -1,12 +1,8 @@
 """Short ways to build, save and read single things."""
 
-from collections.abc import Callable, Iterable
-from typing import Any
-
 import numpy as np
 import pyzrm_313 as zrm
 import zrm_inspect
-from zrm_inspect import ZrmFile
 
 from .arguments import INDICES, NORMALS, POSITIONS, UV
 from .scripted import plain
@@ -14,13 +10,13 @@ from .scripted import plain
 BOX = (-1.0, -2.0, -3.0, 1.0, 2.0, 3.0)
 
 
-def save(model: zrm.Model) -> ZrmFile:
+def save(model):
     """Saves into the current folder and reads the file back."""
     assert model.save("model.zrm", 10) == ""
     return zrm_inspect.read_file("model.zrm")
 
 
-def hang(facade: Any, model: zrm.Model, node: zrm.Node | None = None) -> Any:
+def hang(facade, model, node=None):
     """Gives a facade a control node below the model's root, or the given one put there."""
     node = node or zrm.Node("control")
     model.getRootTransform().addChild(node)
@@ -28,7 +24,7 @@ def hang(facade: Any, model: zrm.Model, node: zrm.Node | None = None) -> Any:
     return facade
 
 
-def model_of(facade: Any, node: zrm.Node | None = None) -> zrm.Model:
+def model_of(facade, node=None):
     """A model of one thing to draw, to light or to touch."""
     model = zrm.Model()
     model.setBBox(BOX)
@@ -44,7 +40,7 @@ def model_of(facade: Any, node: zrm.Node | None = None) -> zrm.Model:
     return model
 
 
-def saved(facade: Any) -> Any:
+def saved(facade):
     """The record of what a facade adds when no pass runs; of a node, its own."""
     plain()
     if isinstance(facade, zrm.Node):
@@ -56,32 +52,32 @@ def saved(facade: Any) -> Any:
     return record
 
 
-def changed(thing: Any, **calls: Any) -> Any:
+def changed(thing, **calls):
     """With the given setters called, in their order."""
     for name, value in calls.items():
         getattr(thing, name)(value)
     return thing
 
 
-def base_block() -> Any:
+def base_block():
     return changed(zrm.BaseBlock(), setPositions=POSITIONS, setNormals=NORMALS, setAlbedoMapUV=UV, setAlbedoMap="albedo")
 
 
-def damage_block() -> Any:
+def damage_block():
     return changed(zrm.DamageBlock(), setAlbedoMap="damage albedo", setAlbedoMapUV=UV, setArgument=7)
 
 
-def bone_block(bones: Iterable[zrm.Bone] = ()) -> Any:
+def bone_block(bones=()):
     return changed(zrm.BoneBlock(), setBones=list(bones), setBoneWeights=[1.0, 0.0, 0.0, 0.0] * 4, setBoneIndices=[0] * 16)
 
 
-def number_block() -> zrm.NumberBlock:
+def number_block():
     block = zrm.NumberBlock()
     block.setUVParams(1, 0.5, -1, 0.0)
     return block
 
 
-def pbr(*blocks: zrm.IBlock, kind: type[zrm.PBRNode] = zrm.PBRNode) -> Any:
+def pbr(*blocks, kind=zrm.PBRNode):
     """A mesh of blocks with the quad's indices and no control node; a base block unless one is given."""
     node = changed(kind("mesh", "paint"), setIndices=INDICES, addBlock=base_block())
     for block in blocks:
@@ -89,25 +85,25 @@ def pbr(*blocks: zrm.IBlock, kind: type[zrm.PBRNode] = zrm.PBRNode) -> Any:
     return node
 
 
-def color_node() -> Any:
+def color_node():
     return changed(zrm.ColorNode("colour", "paint"), setPositions=POSITIONS, setNormals=NORMALS, setIndices=INDICES)
 
 
-def deck_node(points: Any = POSITIONS, normals: Any = NORMALS, uv: Any = UV, indices: Any = INDICES) -> Any:
+def deck_node(points=POSITIONS, normals=NORMALS, uv=UV, indices=INDICES):
     maps = ("setBaseTiledMap", "setNormalTiledMap", "setAormsTiledMap", "setBaseMap", "setAormsMap")
     node = changed(zrm.DeckNode("deck", "paint"), setPositions=points, setNormals=normals, setTiledUV=uv, setRegularUV=uv)
     return changed(node, setIndices=indices, **dict.fromkeys(maps, "map"))
 
 
-def shell_node(positions: Any = POSITIONS, indices: Any = INDICES) -> Any:
+def shell_node(positions=POSITIONS, indices=INDICES):
     return changed(zrm.ShellNode("shell"), setPositions=positions, setIndices=indices)
 
 
-def f32(value: float) -> float:
+def f32(value):
     return float(np.float32(value))
 
 
-def outcome(call: Callable[..., Any], *arguments: Any) -> Any:
+def outcome(call, *arguments):
     """What a call gives, or the class of what it raises."""
     try:
         return call(*arguments)

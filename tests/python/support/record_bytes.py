@@ -5,11 +5,8 @@ names of the reader; a property is a tuple (type, name, value), (type, name, arg
 What a dict holds is written: whether it is legal is not asked.
 """
 
-from __future__ import annotations
-
 import bisect
 import struct
-from collections.abc import Callable, Sequence
 from typing import Any
 
 import numpy as np
@@ -25,54 +22,54 @@ _FORMS = {"float": "f", "unsigned int": "I", "osg::Vec2f": "2f", "osg::Vec3f": "
 class Output:
     """The bytes behind the string table, and what stands where."""
 
-    def __init__(self) -> None:
+    def __init__(self):
         self.body = bytearray()
-        self.strings: dict[bytes, int] = {}
-        self.marks: list[tuple[int, str]] = [(0, "header")]
+        self.strings = {}
+        self.marks = [(0, "header")]
         self.record = ""
 
-    def at(self, field: str) -> Output:
+    def at(self, field):
         self.marks.append((len(self.body), f"{self.record}: {field}"))
         return self
 
-    def pack(self, form: str, *values: Any) -> Output:
+    def pack(self, form, *values):
         self.body += struct.pack("<" + form, *values)
         return self
 
-    def u8(self, *values: int) -> Output:
+    def u8(self, *values):
         return self.pack(f"{len(values)}B", *values)
 
-    def u32(self, *values: int) -> Output:
+    def u32(self, *values):
         return self.pack(f"{len(values)}I", *values)
 
-    def array(self, kind: str, values: Any) -> Output:
+    def array(self, kind, values):
         self.body += np.asarray(values, "<" + kind).tobytes()
         return self
 
-    def text(self, *texts: str) -> Output:
+    def text(self, *texts):
         for text in texts:
             raw = text.encode("utf-8", "surrogateescape")
             self.u32(self.strings.setdefault(raw, len(self.strings)))
         return self
 
-    def each(self, write: Callable[..., object], entries: Sequence[Any]) -> Output:
+    def each(self, write, entries):
         self.u32(len(entries))
         for entry in entries:
             write(self, entry)
         return self
 
-    def start(self, record: Record, where: str) -> Output:
+    def start(self, record, where):
         self.record = f"{where} {record['type_name']} {record['name']!r}"
         name = record["name"].encode("utf-8", "surrogateescape")
         self.at("type").text(record["type_name"]).at("name").u32(len(name)).body.extend(name)
         return self.u32(0).at("properties").each(write_property, record["properties"])
 
-    def finish(self) -> bytes:
+    def finish(self):
         table = b"".join(text + b"\0" for text in self.strings)
         return b"ZRM" + struct.pack("<HI", 10, len(table)) + table + bytes(8) + bytes(self.body)
 
 
-def write_property(out: Output, entry: tuple[Any, ...]) -> None:
+def write_property(out, entry):
     kind, name, value, *keys = entry
     out.text(kind, name)
     form = kind.partition("<")[2].rstrip(">")
@@ -86,12 +83,12 @@ def write_property(out: Output, entry: tuple[Any, ...]) -> None:
         out.pack(_FORMS.get(form, "I"), *(value if isinstance(value, (tuple, list)) else [value]))
 
 
-def write_texture(out: Output, texture: Record) -> None:
+def write_texture(out, texture):
     out.u32(texture["texture_index"]).text(texture["name"]).array("u4", texture["sampler"])
     out.array("f4", texture["transform"])
 
 
-def write_material(out: Output, m: Record) -> None:
+def write_material(out, m):
     out.record = f"material {m['name']!r}"
     out.at("count").u32(10 + (m["billboard"] is not None) + (m["decal_id"] > 0))
     out.at("blending").text("BLENDING").u8(m["blending"]).text("DEPTH_BIAS").u32(m["depth_bias"])
@@ -110,7 +107,7 @@ def write_material(out: Output, m: Record) -> None:
         out.at("decal").text("DECAL").u8(m["decal_id"])
 
 
-def write_root(out: Output, root: Record) -> None:
+def write_root(out, root):
     out.start(root, "root")
     for box in ("bounding_box", "user_box", "light_box"):
         out.at(box).array("f8", root[box])
@@ -122,36 +119,36 @@ def write_root(out: Output, root: Record) -> None:
 # ---------------------------------------------------------------- the tree
 
 
-def _keys(out: Output, keys: Sequence[Any]) -> None:
+def _keys(out, keys):
     out.u32(len(keys))
     for time, value in keys:
         out.pack("d", time).array("f8", value)
 
 
-def write_channel(out: Output, channel: Record) -> None:
+def write_channel(out, channel):
     out.u32(channel["argument"])
     if "rotation_keys" in channel:
         _keys(out, channel["rotation_keys"])
     _keys(out, channel["keys"])
 
 
-def write_range(out: Output, entry: Record) -> None:
+def write_range(out, entry):
     out.u32(entry["argument"], len(entry["ranges"])).array("f8", entry["ranges"])
 
 
-def write_level(out: Output, level: Any) -> None:
+def write_level(out, level):
     out.array("f8", level)
 
 
 # The fields of a tree node in the order of the file, whatever class has them.
-NODE_FIELDS: dict[str, Any] = {
+NODE_FIELDS = {
     "mode": "u1", "axis_mode": "u1", "matrix": "f8", "base_position": "f8", "base_rotation": "f8",
     "base_scale_rotation": "f8", "base_scale": "f8", "position_channels": write_channel, "rotation_channels": write_channel,
     "scale_channels": write_channel, "inverted_base_bone_matrix": "f8", "axis": "f8", "arguments": write_range,
     "levels": write_level}  # fmt: skip
 
 
-def write_node(out: Output, node: Record) -> None:
+def write_node(out, node):
     out.start(node, f"node {node['index']}")
     for field, how in NODE_FIELDS.items():
         if field in node:
@@ -162,7 +159,7 @@ def write_node(out: Output, node: Record) -> None:
 # ---------------------------------------------------------------- what hangs on the tree
 
 
-def write_mesh(out: Output, mesh: Record, with_format: bool = False, with_indices: bool = True) -> None:
+def write_mesh(out, mesh, with_format=False, with_indices=True):
     if with_format:
         out.at("vertex_format").u32(27).array("u1", mesh["vertex_format"])
     vertices, indices = mesh["vertices"], mesh["indices"]
@@ -173,7 +170,7 @@ def write_mesh(out: Output, mesh: Record, with_format: bool = False, with_indice
         out.at("indices").u8(width).u32(len(indices), mesh["primitive_type"]).array(("u1", "u2", "u4")[width], indices)
 
 
-def write_light(out: Output, light: Record) -> None:
+def write_light(out, light):
     out.at("control").u32(light["control"]).at("type").u8(light["light_type"])
     names = ("color", "brightness", "phi", "theta", "distance", "specular_amount", "softness")
     volume = light["volume"]
@@ -187,7 +184,7 @@ def write_light(out: Output, light: Record) -> None:
         write_texture(out, light["texture"])
 
 
-def write_control(out: Output, node: Record) -> None:
+def write_control(out, node):
     out.at("control").u32(node["control"])
     if "segments" in node:
         out.at("segments").u32(len(node["segments"])).array("f4", node["segments"])
@@ -197,12 +194,12 @@ def write_control(out: Output, node: Record) -> None:
         out.u32(0)
 
 
-def _pivots(out: Output, node: Record) -> None:
+def _pivots(out, node):
     if node["version"] > 1:
         out.at("pivots").u32(len(node["pivots"])).array("f4", node["pivots"])
 
 
-def write_skin(out: Output, skin: Record) -> None:
+def write_skin(out, skin):
     is_shell = "material" not in skin
     out.at("bones").u32(len(skin["bones"]), *skin["bones"]).at("argument").u32(skin["argument"])
     if skin["skin_box"] is not None:
@@ -212,7 +209,7 @@ def write_skin(out: Output, skin: Record) -> None:
     write_mesh(out, skin["mesh"], with_format=is_shell)
 
 
-def write_render(out: Output, node: Record) -> None:
+def write_render(out, node):
     parents = node["parents"]
     out.at("parents").u32(len(parents))
     for parent, argument in parents:
@@ -227,7 +224,7 @@ def write_render(out: Output, node: Record) -> None:
             out.pack("IfIf", *row)
 
 
-def write_fake(out: Output, node: Record) -> None:
+def write_fake(out, node):
     is_spot = "control_directions" in node
     out.at("controls").u32(len(node["controls"]))
     for place, control in enumerate(node["controls"]):
@@ -253,14 +250,14 @@ def write_fake(out: Output, node: Record) -> None:
 WRITERS = {"light_type": write_light, "bones": write_skin, "parents": write_render, "controls": write_fake}
 
 
-def write_record(out: Output, record: Record) -> None:
+def write_record(out, record):
     out.start(record, out.record)
     if "material" in record:
         out.at("material").u32(0, record["material"])
     next((write for field, write in WRITERS.items() if field in record), write_control)(out, record)
 
 
-def compose(file: Record) -> Output:
+def compose(file):
     out = Output()
     write_root(out, file["root"])
     out.record = "tree"
@@ -278,11 +275,11 @@ def compose(file: Record) -> Output:
     return out
 
 
-def file_bytes(file: Record) -> bytes:
+def file_bytes(file):
     return compose(file).finish()
 
 
-def difference(file: Record, found: bytes) -> str:
+def difference(file, found):
     """Where bytes first differ from those of a file: "" or the place, by record and field."""
     out = compose(file)
     expected = out.finish()

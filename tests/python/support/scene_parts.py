@@ -1,26 +1,25 @@
 """What a file shows at given values of its arguments, as multisets that no pass may change."""
 
-from collections.abc import Iterator
 from typing import Any
 
 import numpy as np
-from zrm_inspect import Scene, ZrmFile, evaluate
+from zrm_inspect import evaluate
 from zrm_inspect.animation import property_at
-from zrm_inspect.model import FakeOmniLightsNode, FakeSpotLightsNode, Material, SegmentsNode, ShellNode
+from zrm_inspect.model import FakeOmniLightsNode, FakeSpotLightsNode, SegmentsNode, ShellNode
 
 Parts = dict[Any, Any]
 
 
-def _weights(width: int) -> Any:
+def _weights(width):
     return np.random.default_rng(width).uniform(0.5, 1.5, width)
 
 
-def _value(entry: Any, arguments: dict[int, float]) -> Any:
+def _value(entry, arguments):
     value = property_at(entry, arguments)
     return tuple(np.round(np.atleast_1d(value), 4).tolist()) if isinstance(value, (int, float, tuple)) else value
 
 
-def _material(material: Material, arguments: dict[int, float]) -> Any:
+def _material(material, arguments):
     """All of a material but its names and the numbers of its texture coordinates."""
     values = {entry.name: _value(entry, arguments) for entry in (*material.uniforms, *material.animated_uniforms)}
     maps = tuple((slot, texture.name) for slot, texture in material.textures.items())
@@ -28,31 +27,31 @@ def _material(material: Material, arguments: dict[int, float]) -> Any:
     return material.material_name, flags, maps, tuple(sorted(values.items(), key=str))
 
 
-def _canonical(corners: Any) -> Any:
+def _canonical(corners):
     """(n, 3, width): each triangle from its least corner on."""
     first = np.argmin(corners @ _weights(corners.shape[2]), axis=1)
     order = (first[:, None] + np.arange(3)) % 3
     return np.take_along_axis(corners, order[:, :, None], axis=1)
 
 
-def _has_area(points: Any) -> Any:
+def _has_area(points):
     a, b = points[:, 1] - points[:, 0], points[:, 2] - points[:, 0]
     longest = np.maximum((a**2).sum(1), (b**2).sum(1))
     return np.linalg.norm(np.cross(a, b), axis=1) > 1e-3 * longest
 
 
-def _levels(scene: Scene, control: int) -> Any:
+def _levels(scene, control):
     return tuple((near, far) for _, near, far in scene.lod_ranges(control))
 
 
-def _meshes(scene: Scene, arguments: dict[int, float]) -> Iterator[tuple[Any, Any]]:
+def _meshes(scene, arguments):
     for mesh in scene.meshes:
         columns = [mesh.positions, mesh.normals, mesh.tangents, mesh.binormals]
         columns += [mesh.uvs[k] for k in mesh.material.channels.tolist() if k in mesh.uvs]
         kind = mesh.node.type_name
         if kind == "model::NumberNode":
             which = mesh.node.mesh.attribute("COLOR1")[:, 0].astype(int)
-            rows = [mesh.node.numbers[part][k].tolist() for part, k in zip(mesh.parts, which)]  # type: ignore[union-attr]
+            rows = [mesh.node.numbers[part][k].tolist() for part, k in zip(mesh.parts, which)]
             columns.append(np.array(rows, np.float64) / 1e9)
         corners = np.concatenate([column for column in columns if column is not None], 1)[mesh.triangles]
         shown = mesh.triangle_visible & _has_area(corners[:, :, :3])
@@ -65,7 +64,7 @@ def _meshes(scene: Scene, arguments: dict[int, float]) -> Iterator[tuple[Any, An
                 yield key, _canonical(chosen).reshape(len(chosen), -1)
 
 
-def _sprites(scene: Scene, arguments: dict[int, float]) -> Iterator[tuple[Any, Any]]:
+def _sprites(scene, arguments):
     for node in scene.file.render_nodes:
         if not isinstance(node, (FakeOmniLightsNode, FakeSpotLightsNode)):
             continue
@@ -84,13 +83,13 @@ def _sprites(scene: Scene, arguments: dict[int, float]) -> Iterator[tuple[Any, A
             yield (node.type_name, look, _levels(scene, control)), np.array([row], np.float64)
 
 
-def _hung(scene: Scene, arguments: dict[int, float]) -> Iterator[tuple[Any, Any]]:
+def _hung(scene, arguments):
     for record in (*scene.file.shell_nodes, *scene.file.light_nodes, *scene.file.connectors):
         control = int(getattr(record, "control"))
         world = scene.world[control]
         if not scene.visible[control]:
             continue
-        key: Any = (record.type_name, _levels(scene, control))
+        key = (record.type_name, _levels(scene, control))
         row = world.reshape(1, 16)
         if isinstance(record, SegmentsNode):
             row = (record.segments @ world[:3, :3] + world[3, :3]).reshape(-1, 6)
@@ -104,10 +103,10 @@ def _hung(scene: Scene, arguments: dict[int, float]) -> Iterator[tuple[Any, Any]
         yield key, row
 
 
-def parts(file: ZrmFile, arguments: dict[int, float]) -> Parts:
+def parts(file, arguments):
     """Rows of numbers by what they belong to; the order of the rows has no meaning."""
     scene = evaluate(file, arguments)
-    found: Parts = {}
+    found = {}
     for source in (_meshes, _sprites, _hung):
         for key, rows in source(scene, arguments):
             if len(rows):
@@ -115,7 +114,7 @@ def parts(file: ZrmFile, arguments: dict[int, float]) -> Parts:
     return {key: np.concatenate(rows) for key, rows in found.items()}
 
 
-def same(one: Parts, other: Parts) -> str:
+def same(one, other):
     """"" or what differs."""
     if one.keys() != other.keys():
         return f"only in one: {list(one.keys() ^ other.keys())[:2]}"

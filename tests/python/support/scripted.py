@@ -2,24 +2,22 @@
 
 import copy
 import random
-from collections.abc import Sequence
-from typing import Any
 
 import numpy as np
 import pyzrm_313 as zrm
 from conftest import SWITCHES
 
 from .arguments import Source
-from .call_table import BLOCKS, FAKE_LIGHTS, HUNG, MESHES, NODES, Row
-from .every_record import IDENTITY, MATERIAL, NO_BOX, TEXTURE, head, light, root, tree_node
-from .record_bytes import NONE, UINT, Record
+from .call_table import BLOCKS, FAKE_LIGHTS, HUNG, MESHES, NODES
+from .every_record import MATERIAL, NO_BOX, TEXTURE, head, light, root, tree_node
+from .record_bytes import NONE, UINT
 from zrm_inspect import SEMANTICS
 
 NO_FORMAT = [0] * len(SEMANTICS)
 KINDS = [*MESHES, *FAKE_LIGHTS, *HUNG]
 
 
-def plain(on: Sequence[str] = ()) -> None:
+def plain(on=()):
     """Switches all passes off but the given ones; without any the file shows what the facades stored."""
     for name in SWITCHES:
         zrm.enable_model_optimization(name, name in on)
@@ -28,35 +26,35 @@ def plain(on: Sequence[str] = ()) -> None:
 class Expectation:
     """One record of a section, and the material of what is drawn."""
 
-    def __init__(self, record: Record, material: Record | None = None, properties: Sequence[tuple[str, Any]] = ()) -> None:
+    def __init__(self, record, material=None, properties=()):
         self.record = record
-        self.material: Record = copy.deepcopy(MATERIAL | {"vertex_format": NO_FORMAT} | (material or {}))
+        self.material = copy.deepcopy(MATERIAL | {"vertex_format": NO_FORMAT} | (material or {}))
         self.properties = dict(properties)
-        self.attributes: dict[str, Any] = {}
+        self.attributes = {}
         self.uv_count = 0
         self.two_sided = False
         self.purpose = 0
 
     @property
-    def count(self) -> int:
+    def count(self):
         return len(self.attributes["POSITION0"])
 
-    def uniform(self, name: str, value: Any) -> None:
+    def uniform(self, name, value):
         """One of that name keeps its place."""
         self.properties[name] = value
 
-    def texture(self, slot: int, name: str) -> None:
+    def texture(self, slot, name):
         self.material["textures"][slot] = TEXTURE | {"name": name}
 
-    def attribute(self, name: str, rows: Any) -> None:
+    def attribute(self, name, rows):
         self.attributes[name] = np.array(rows, np.float32)
 
-    def uv(self, channel: int, rows: Any) -> None:
+    def uv(self, channel, rows):
         self.attribute(f"TEXCOORD{self.uv_count}", rows)
         self.material["channels"][channel] = self.uv_count
         self.uv_count += 1
 
-    def finish(self, material: int) -> None:
+    def finish(self, material):
         self.record["material"] = material
         self.material["textures"] = dict(sorted(self.material["textures"].items()))
         for field, animated in (("uniforms", False), ("animated_uniforms", True)):
@@ -67,7 +65,7 @@ class Expectation:
         if "mesh" in self.record:
             self.finish_mesh()
 
-    def finish_mesh(self) -> None:
+    def finish_mesh(self):
         record, mesh = self.record, self.record["mesh"]
         names = sorted(self.attributes, key=SEMANTICS.index)
         if self.two_sided:
@@ -93,23 +91,23 @@ class Expectation:
 class Script:
     """Builds a model call by call. `share` is the part of the optional calls that it makes."""
 
-    def __init__(self, seed: int, share: float = 0.5, source: type[Source] = Source) -> None:
+    def __init__(self, seed, share=0.5, source=Source):
         self.source = source(seed)
         self.random = self.source.random
         self.places = random.Random(seed)
         self.share = share
         self.model = zrm.Model()
-        self.facades: list[Any] = [self.model.getRootTransform()]
+        self.facades = [self.model.getRootTransform()]
         self.chain = [0]
-        self.file: Record = {
+        self.file = {
             "root": root([]), "nodes": [tree_node("Node", "root")],
             "connectors": [], "shell_nodes": [], "light_nodes": [], "render_nodes": []}  # fmt: skip
 
-    def run(self, rows: Sequence[Row], facade: Any, e: Expectation, later: bool = False) -> None:
+    def run(self, rows, facade, e, later=False):
         for calls, land in rows:
             if later != ("+" in calls) or calls.startswith("__") or (calls[0] == "?" and self.random.random() > self.share):
                 continue
-            found: list[Any] = []
+            found = []
             for call in calls.lstrip("?+").split():
                 name, _, kinds = call.partition(":")
                 drawn = [self.source.draw(kind) for kind in kinds.split(",") if kind]
@@ -119,7 +117,7 @@ class Script:
 
     # ------------------------------------------------------------ the tree
 
-    def add_node(self, kind: str, under: int | None = None) -> int:
+    def add_node(self, kind, under=None):
         """Hangs a node under one of the chain from the last node up, so that nodes are made in the file's order."""
         type_name, fields, rows = NODES[kind]
         index = len(self.file["nodes"])
@@ -144,7 +142,7 @@ class Script:
         self.chain = [*self.chain[: self.chain.index(parent) + 1], index]
         return index
 
-    def place(self, facade: Any, kind: str | None = None) -> int:
+    def place(self, facade, kind=None):
         """A control node for a facade."""
         choices = [i for i, node in enumerate(self.file["nodes"]) if kind is None or node["type_name"] == "model::" + kind]
         index = self.places.choice(choices)
@@ -153,7 +151,7 @@ class Script:
 
     # ------------------------------------------------------------ what hangs on it
 
-    def blocks(self, kind: str) -> list[str]:
+    def blocks(self, kind):
         """Some that go together; all of a share of 1."""
         glass = kind == "GlassNode"
         names = ["NormalBlock", "FlirBlock", "DamageBlock", "AormsBlock"]
@@ -164,7 +162,7 @@ class Script:
         special = self.random.choice(["", "BoneBlock"] if glass else ["", "BoneBlock", "NumberBlock"])
         return [self.random.choice(["BaseBlock", "ColorBaseBlock"]), *chosen, *([special] if special else [])]
 
-    def add_mesh(self, kind: str, blocks: Sequence[str] | None = None) -> None:
+    def add_mesh(self, kind, blocks=None):
         self.source.count = self.random.choice((3, 5, 300)) if kind in ("PBRNode", "GlassNode") else 4
         material, properties, rows = MESHES[kind]
         facade = getattr(zrm, kind)("mesh", "paint")
@@ -188,7 +186,7 @@ class Script:
         self.run(rows, facade, e, later=True)
         self.add_drawn(e)
 
-    def add_fake_lights(self, kind: str) -> None:
+    def add_fake_lights(self, kind):
         type_name, fields, material_name, properties, rows = FAKE_LIGHTS[kind]
         facade = getattr(zrm, kind)("sprites")
         e = Expectation(head(type_name, "sprites", **copy.deepcopy(fields)),
@@ -198,13 +196,13 @@ class Script:
         assert self.model.addRenderNode(facade) == ""
         self.add_drawn(e)
 
-    def add_drawn(self, e: Expectation) -> None:
+    def add_drawn(self, e):
         materials = self.file["root"]["materials"]
         e.finish(len(materials))
         materials.append(e.material)
         self.file["render_nodes"].append(e.record)
 
-    def add_hung(self, kind: str) -> None:
+    def add_hung(self, kind):
         self.source.count = 5
         add, type_name, fields, rows = HUNG[kind]
         facade = getattr(zrm, kind)(kind)
@@ -219,10 +217,10 @@ class Script:
         section = {"addLight": "light_nodes", "addConnector": "connectors"}.get(add, "shell_nodes")
         self.file[section].append(record)
 
-    def add(self, kind: str) -> None:
+    def add(self, kind):
         (self.add_mesh if kind in MESHES else self.add_fake_lights if kind in FAKE_LIGHTS else self.add_hung)(kind)
 
-    def finish(self) -> Record:
+    def finish(self):
         """Sets the boxes; the file."""
         boxes = self.file["root"]
         passed, boxes["bounding_box"] = self.source.draw("box")
@@ -241,7 +239,7 @@ class Script:
         return self.file
 
 
-def arguments_of(value: Any) -> list[int]:
+def arguments_of(value):
     """Every argument that a file names, wherever it stands."""
     if isinstance(value, dict):
         own = [value["argument"]] if "argument" in value else [a for _, a in value.get("parents", ())]
@@ -254,7 +252,7 @@ def arguments_of(value: Any) -> list[int]:
     return []
 
 
-def random_script(seed: int, share: float | None = None) -> Script:
+def random_script(seed, share=None):
     script = Script(seed)
     script.share = script.random.choice((0.2, 0.5, 0.8)) if share is None else share
     for _ in range(script.random.randrange(3, 12)):
@@ -266,7 +264,7 @@ def random_script(seed: int, share: float | None = None) -> Script:
     return script
 
 
-def whole_script() -> Script:
+def whole_script():
     """One of everything with all that can be set, and one as it is made; every block."""
     script = Script(7, 1.0)
     for share in (1.0, 0.0):

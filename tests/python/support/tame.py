@@ -5,7 +5,6 @@ alike along the axes, points lie on a grid.
 """
 
 import random
-from typing import Any
 
 import numpy as np
 import pyzrm_313 as zrm
@@ -18,15 +17,15 @@ _FLIPS = [((1, 0, 0), (0, 1, 0), (0, 0, 1)), ((0, 1, 0), (-1, 0, 0), (0, 0, 1)),
 
 
 class Tame(Source):
-    def grid(self, rows: int, width: int, choices: tuple[float, ...]) -> Expected:
+    def grid(self, rows, width, choices):
         found = np.array([self.random.choice(choices) for _ in range(rows * width)], np.float32).reshape(rows, width)
         return Expected(found.ravel(), found)
 
-    def keys(self, count: int, value: Any) -> list[tuple[float, Any]]:
+    def keys(self, count, value):
         """At least one: a scale without keys leaves nothing to see."""
         return super().keys(max(count, 1), value)
 
-    def k_matrix(self) -> Any:
+    def k_matrix(self):
         if self.random.random() < 0.3:
             return IDENTITY
         scale = self.random.choice((0.5, 1.0, 2.0))
@@ -34,30 +33,30 @@ class Tame(Source):
         columns = [(*(scale * value for value in column), float(self.random.randrange(-4, 5))) for column in turn]
         return [*columns, (0.0, 0.0, 0.0, 1.0)]
 
-    def k_points(self) -> Expected:
+    def k_points(self):
         points = self.grid(self.count, 3, (-1.0, 0.0, 0.5, 2.0)).found
         points[1::2] += np.float32(4e-6)
         return Expected(points.ravel(), points)
 
-    def k_normals(self) -> Expected:
+    def k_normals(self):
         rows = np.eye(3, dtype=np.float32)[[self.random.randrange(3) for _ in range(self.count)]]
         return Expected(rows.ravel(), rows)
 
-    def k_uvs(self) -> Expected:
+    def k_uvs(self):
         """One of two, so that sets repeat."""
         step = self.random.choice((0.25, 0.5))
         rows = (np.arange(2 * self.count, dtype=np.float32) % 5 * np.float32(step)).reshape(-1, 2)
         return Expected(rows.ravel(), rows)
 
-    def k_triangles(self) -> Expected:
+    def k_triangles(self):
         flat = [self.random.randrange(self.count) for _ in range(3 * self.random.randrange(4, 12))]
         return Expected(flat, flat)
 
-    def k_bones(self) -> Expected:
+    def k_bones(self):
         chosen = [self.random.choice(self.bones) for _ in range(2)]
         return Expected([bone for bone, _ in chosen], [place for _, place in chosen])
 
-    def k_bone_numbers(self) -> Expected:
+    def k_bone_numbers(self):
         numbers = [self.random.randrange(3) for _ in range(4 * self.count)]
         return Expected(numbers, np.zeros((self.count, 1), np.float32))
 
@@ -68,14 +67,14 @@ class Tame(Source):
     k_handle = lambda self: self.random.randrange(3)
     k_mode = lambda self: self.random.randrange(2)
 
-    def k_value1(self, width: int = 1) -> Expected:
+    def k_value1(self, width=1):
         self.random.random()
         facade = (zrm.PropertyFloat, zrm.PropertyFloat2, zrm.PropertyFloat3)[width - 1]
-        value: Any = (0.5, (0.5, 0.5), (0.5, 1.0, 0.5))[width - 1]
+        value = (0.5, (0.5, 0.5), (0.5, 1.0, 0.5))[width - 1]
         return Expected(facade(value), ("", value))
 
 
-def tame_script(seed: int, boxes: bool = True) -> Script:
+def tame_script(seed, boxes=True):
     """Each kind of mesh and light three times over, on nodes of its own choice; no skins without boxes."""
     script = Script(seed, 0.5, Tame)
     for kind in [*NODES, *script.random.choices([*NODES, "Transform", "Transform"], k=8), "Bone"]:
@@ -94,13 +93,13 @@ def tame_script(seed: int, boxes: bool = True) -> Script:
     return script
 
 
-def blocks_of(script: Script, kind: str) -> list[str]:
+def blocks_of(script, kind):
     """An infrared map has the albedo's coordinates, so it never comes without."""
     blocks = script.blocks(kind)
     return [name for name in blocks if name != "FlirBlock" or "BaseBlock" in blocks]
 
 
-def golden_script(meshes: int = 64) -> Script:
+def golden_script(meshes=64):
     """With meshes that reordering may or may not be worth: near to what the pass asks for on either side."""
     script = tame_script(5)
     for number in range(meshes):
@@ -110,7 +109,7 @@ def golden_script(meshes: int = 64) -> Script:
     return script
 
 
-def shuffled_strip(seed: int) -> zrm.ColorNode:
+def shuffled_strip(seed):
     """A band of quads of which only some are out of order; in every other one each triangle has corners of its own."""
     chance = random.Random(seed)
     length = chance.choice((chance.randrange(8, 40), chance.randrange(40, 600)))
@@ -125,7 +124,7 @@ def shuffled_strip(seed: int) -> zrm.ColorNode:
     return flat_mesh(seed, points, triangles)
 
 
-def crowd(seed: int) -> zrm.ColorNode:
+def crowd(seed):
     """Many triangles on few points, group after group that the cache holds, and some that ask for two points more."""
     chance = random.Random(seed)
     groups = chance.randrange(1, 6)
@@ -136,7 +135,7 @@ def crowd(seed: int) -> zrm.ColorNode:
     return flat_mesh(seed, points, triangles)
 
 
-def flat_mesh(number: int, points: Any, triangles: Any) -> zrm.ColorNode:
+def flat_mesh(number, points, triangles):
     node = zrm.ColorNode(f"mesh {number}", "paint")
     node.setPositions(np.array(points).ravel())
     node.setNormals([0.0, 0.0, 1.0] * len(points))

@@ -1,18 +1,17 @@
 """Every record of the format: what the reader finds in its bytes."""
 
 from dataclasses import fields, is_dataclass
-from typing import Any
 
 import numpy as np
 import pytest
 import zrm_inspect
 from support.every_record import EVERY_RECORD
-from support.record_bytes import Record, file_bytes
+from support.record_bytes import file_bytes
 from support.scripted import whole_script
 from zrm_inspect.model import Property
 
 
-def content(value: Any) -> Any:
+def content(value):
     """A record as lists and dicts, without its place in the file."""
     if isinstance(value, np.ndarray) and value.dtype.names:
         return [[content(row[name]) for name in value.dtype.names] for row in value]
@@ -26,12 +25,12 @@ def content(value: Any) -> Any:
     return [content(entry) for entry in value] if isinstance(value, (list, tuple)) else value
 
 
-def listed(value: Any) -> Any:
+def listed(value):
     return value if isinstance(value, list) else [value]
 
 
 @pytest.mark.parametrize("file", [EVERY_RECORD, whole_script().file])
-def test_each_field_is_read(file: Record) -> None:
+def test_each_field_is_read(file):
     found = zrm_inspect.parse(file_bytes(file))
     for name, expected in file.items():
         for one, other in zip(listed(getattr(found, name)), listed(expected), strict=True):

@@ -4,12 +4,10 @@ import copy
 import json
 import math
 import random
-from pathlib import Path
-from typing import Any
 
 import pytest
 from support.every_record import ANIMATED, EMPTY_MODEL, EVERY_RECORD, IDENTITY, MATERIAL, STATIC, TEXTURE, root
-from support.record_bytes import NONE, UINT, Record, file_bytes
+from support.record_bytes import NONE, UINT, file_bytes
 from support.small_files import MESH_FORMAT, SKIN_FORMAT, bone, node, packed, render, skin, small, transform, vertex_format
 from zrm_inspect import ZrmError, evaluate, parse, read_file
 from zrm_inspect.__main__ import main
@@ -18,15 +16,15 @@ from zrm_inspect.summary import summary_lines, tree_lines
 
 pytestmark = pytest.mark.filterwarnings("error")
 
-SMALL: Record = EVERY_RECORD | {"OTHER": [], "CONNECTORS": []}
+SMALL = EVERY_RECORD | {"OTHER": [], "CONNECTORS": []}
 SMALL["render_nodes"] = [n for n in EVERY_RECORD["render_nodes"] if "words" not in n["name"]]
 
 
-def edited(path: str, value: Any) -> bytes:
+def edited(path, value):
     """The file of every record with one value changed; `path` is its keys, joined by dots."""
     file = copy.deepcopy(SMALL)
     *way, last = [int(key) if key.isdigit() else key for key in path.split(".")]
-    place: Any = file
+    place = file
     for key in way:
         place = place[key]
     place[last] = value
@@ -48,7 +46,7 @@ PATCHES = [  # position in the empty model, bytes put there, offset of the error
 
 
 @pytest.mark.parametrize("position, change, offset, text", PATCHES)
-def test_patched_empty_model(position: int, change: bytes, offset: int, text: str) -> None:
+def test_patched_empty_model(position, change, offset, text):
     assert small([(-1, node() | {"name": "root"})]) == EMPTY_MODEL
     data = EMPTY_MODEL[:position] + change + EMPTY_MODEL[position + len(change) :]
     with pytest.raises(ZrmError, match=text) as caught:
@@ -57,7 +55,7 @@ def test_patched_empty_model(position: int, change: bytes, offset: int, text: st
 
 
 WOOD = TEXTURE | {"name": "wood"}
-REFUSED: list[tuple[str, Any, str]] = [  # path in the file of every record, value put there, part of the text
+REFUSED = [  # path in the file of every record, value put there, part of the text
     ("nodes.1.parent", -1, "second node without a parent"), ("nodes.1.parent", 1, "doesn't stand before"),
     ("nodes.1.parent", 5, "doesn't stand before"), ("nodes.9.parent", 2, "breaks the pre-order"),
     ("nodes.11.type_name", "model::ShellNode", "no type of a tree node"),
@@ -98,20 +96,20 @@ REFUSED: list[tuple[str, Any, str]] = [  # path in the file of every record, val
 
 
 @pytest.mark.parametrize("path, value, text", REFUSED)
-def test_refused(path: str, value: Any, text: str) -> None:
+def test_refused(path, value, text):
     data = edited(path, value)
     with pytest.raises(ZrmError, match=text) as caught:
         parse(data)
     assert 9 <= caught.value.offset <= len(data)
 
 
-def test_refused_names() -> None:
+def test_refused_names():
     for old, new in ((b"NAME", b"NAMF"), (b"DECAL", b"DECAM"), (b"BILLBOARD", b"BILLBOARE")):
         with pytest.raises(ZrmError, match=f"material field '{new.decode()}'"):
             parse(file_bytes(SMALL).replace(b"\0" + old + b"\0", b"\0" + new + b"\0"))
 
 
-def test_prefixes_fail() -> None:
+def test_prefixes_fail():
     """Every one of the small file; of the full one every seventh, which still meets each kind of field."""
     for data, step in ((EMPTY_MODEL, 1), (file_bytes(SMALL), 7)):
         parse(data)
@@ -120,7 +118,7 @@ def test_prefixes_fail() -> None:
                 parse(data[:size])
 
 
-def test_changed_bytes_raise_nothing_else() -> None:
+def test_changed_bytes_raise_nothing_else():
     """A changed byte gives another legal file or a ZrmError; what is legal can be told and evaluated."""
     good, choose, legal = file_bytes(SMALL), random.Random(20), 0
     for _ in range(600):
@@ -141,11 +139,11 @@ def test_changed_bytes_raise_nothing_else() -> None:
     assert legal > 60  # most bytes are floats, which may hold anything
 
 
-def bent(number: int, weight: float) -> Record:
+def bent(number, weight):
     return skin([0], [[0, 0, 0, packed(0, number, 0, 0), 0, 0, 1, 1, weight, 0, 0]] * 3)
 
 
-UNUSABLE: list[tuple[Any, Any, list[str], str]] = [  # something drawn, its format, the warnings, why it can't be evaluated
+UNUSABLE = [  # something drawn, its format, the warnings, why it can't be evaluated
     (render(triangles=[0, 1, 3]), MESH_FORMAT, ["index 3 of 3 vertices"], "index 3 of 3"),
     (render(triangles=[0, 1]), MESH_FORMAT, ["2 indices are no whole number of triangles"], ""),
     (render(rows=[[0, 0, 0, 1] + [0] * 5] * 3), MESH_FORMAT, ["vertex of parent 1 of 1"], "vertex of parent 1 of 1"),
@@ -156,7 +154,7 @@ UNUSABLE: list[tuple[Any, Any, list[str], str]] = [  # something drawn, its form
 
 
 @pytest.mark.parametrize("record, form, warnings, text", UNUSABLE)
-def test_unusable_meshes(record: Record, form: Any, warnings: list[str], text: str) -> None:
+def test_unusable_meshes(record, form, warnings, text):
     file = parse(small([(-1, bone())], form=form, render_nodes=[record]))
     assert [told for _, told in file.warnings] == warnings and all(offset > 87 for offset, _ in file.warnings)
     if text:
@@ -164,9 +162,9 @@ def test_unusable_meshes(record: Record, form: Any, warnings: list[str], text: s
             evaluate(file, {})
 
 
-def test_handle_count() -> None:
+def test_handle_count():
     """The highest argument in use, wherever it stands but in the root's own properties."""
-    def named(handle: int) -> Any:
+    def named(handle):
         return [("model::ArgumentProperty", "a", handle)]
 
     numbers = render([(0, 1)], numbers=[[(5, 1.0, 4, 1.0)]]) | {"type_name": "model::NumberNode"}
@@ -184,7 +182,7 @@ def test_handle_count() -> None:
                     parse(data)
 
 
-def test_deep_chain() -> None:
+def test_deep_chain():
     """No recursion: 20,000 nested nodes."""
     count = 20_000
     one = transform([*IDENTITY[:3], [1, 0, 0, 1]])
@@ -195,7 +193,7 @@ def test_deep_chain() -> None:
     assert file.path(count - 1) == "/".join("t" * count)
 
 
-def test_command_line(tmp_path: Path, capsys: pytest.CaptureFixture[str]) -> None:
+def test_command_line(tmp_path, capsys):
     good, bad = tmp_path / "good.zrm", tmp_path / "bad.zrm"
     good.write_bytes(edited("nodes.11.name", "\udcff\0x"))
     bad.write_bytes(EMPTY_MODEL[:-1])
