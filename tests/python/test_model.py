@@ -5,7 +5,7 @@ from pathlib import Path
 import pytest
 import pyzrm_313 as zrm
 from support.every_record import EMPTY_MODEL, NO_BOX
-from support.quick import BOX, f32, hang, save, shell_node
+from support.quick import BOX, f32, save
 
 
 def test_empty_model(folder):
@@ -56,20 +56,3 @@ def test_boxes_that_count_as_not_set(folder):
         assert boxes(model) == [own, own, NO_BOX]
     model.setUserBox((0.0, 0.0, 0.0, 0.0, 9.0, 1e300))
     assert boxes(model)[1] == [[0.0] * 3, [0.0, 9.0, float("inf")]]
-
-
-def test_light_box_grows_by_the_largest_distance(folder):
-    model = zrm.Model()
-    for value in (zrm.PropertyFloat(3, [(0.0, 2.0), (1.0, 10.0)]), zrm.PropertyFloat(4.0), zrm.PropertyFloat(-50.0)):
-        light = hang(zrm.OmniLight("l"), model)
-        light.setDistance(value)
-        model.addLight(light)
-    model.setBBox(BOX)
-    assert boxes(model)[2] == [[-11.0, -12.0, -13.0], [11.0, 12.0, 13.0]]
-
-
-def test_a_box_follows_the_tree_at_rest(folder):
-    model, mover = zrm.Model(), zrm.AnimationNode("mover")
-    mover.setBasePosition((10.0, 20.0, 30.0))
-    model.addShellNode(hang(shell_node(), model, mover))
-    assert boxes(model)[0] == [[10.0, 20.0, 30.0], [11.0, 21.0, 30.0]]

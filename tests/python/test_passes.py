@@ -64,7 +64,6 @@ def test_the_order_of_the_passes(folder):
         assert one_by_one(pair) == save(golden_script(8), pair)
         if one_by_one(pair[::-1]) != one_by_one(pair):
             matters.add((first, second))
-    print(matters)
     assert matters == ORDERED
 
 

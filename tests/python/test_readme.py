@@ -23,10 +23,8 @@ def test_readme_quotes_the_example():
 
 
 def test_readme_script_saves_a_textured_animated_box(tmp_path):
-    absolute = tmp_path / "models" / "box.zrm"
-    absolute.parent.mkdir()
-    subprocess.run([sys.executable, "-c", python_blocks()[0], str(absolute)], cwd=tmp_path, check=True)
-    file = zrm_inspect.read_file(absolute)
+    subprocess.run([sys.executable, "-c", python_blocks()[0], str(tmp_path / "box.zrm")], cwd=tmp_path, check=True)
+    file = zrm_inspect.read_file(tmp_path / "box.zrm")
 
     (mesh,) = (node.mesh for node in file.render_nodes if isinstance(node, RenderNode))
     assert (mesh.vertex_count, mesh.triangle_count) == (24, 12)

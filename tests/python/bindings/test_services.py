@@ -7,6 +7,7 @@ import sys
 from pathlib import Path
 
 import pytest
+from support.process import run_python
 
 HEAD = "import gc, os, sys, threading\nimport pyzrm_313 as zrm\n"
 LINE = r"1970-01-01 00:00:0\d\.\d{3} %s PYZRM_313 \(\d+\): %s\n"
@@ -14,7 +15,7 @@ LINE = r"1970-01-01 00:00:0\d\.\d{3} %s PYZRM_313 \(\d+\): %s\n"
 
 def run(program, **options):
     """A script that must end by itself; a hang is cut off from outside and fails."""
-    return subprocess.run([sys.executable, "-c", HEAD + program], timeout=120, stderr=subprocess.PIPE, check=False, **options)
+    return subprocess.run([sys.executable, "-c", HEAD + program], timeout=120, **{"stderr": subprocess.PIPE} | options)
 
 
 @pytest.mark.parametrize(("call", "line"), [
@@ -49,13 +50,12 @@ def test_a_standard_error_that_is_closed_full_or_unread_does_no_harm():
     write = "zrm.init()\nfor i in range(5000): zrm.log_info('x' * 100)\nzrm.deinit()\n"
     assert run("os.close(2)\n" + write).returncode == 0
     with Path("/dev/full").open("wb") as full:
-        result = subprocess.run([sys.executable, "-c", HEAD + write], timeout=120, stderr=full, check=False)
-    assert result.returncode == 0
+        assert run(write, stderr=full).returncode == 0
     for flags in ("", "os.set_blocking(2, False)\n"):  # a reader that left, a full pipe that would not wait
         reader, writer = os.pipe()
         if not flags:
             os.close(reader)
-        result = subprocess.run([sys.executable, "-c", HEAD + flags + write], timeout=120, stderr=writer, check=False)
+        result = run(flags + write, stderr=writer)
         os.close(writer)
         if flags:
             os.close(reader)
@@ -94,16 +94,10 @@ def test_a_process_ends_with_the_runtime_running(ending, status):
     assert run("zrm.init()\n" + ending).returncode == status
 
 
-def test_a_file_has_the_same_bytes_with_the_runtime_and_without(tmp_path):
+def test_a_file_has_the_same_bytes_with_the_runtime_and_without(folder):
     program = (
-        "mesh = zrm.PBRNode('mesh', 'material')\nblock = zrm.BaseBlock()\n"
-        "block.setPositions([0, 0, 0, 1, 0, 0, 0, 1, 0]); block.setNormals([0, 0, 1] * 3)\n"
-        "block.setAlbedoMapUV([0, 0, 1, 0, 0, 1]); block.setAlbedoMap('albedo')\n"
-        "mesh.addBlock(block); mesh.setIndices([0, 1, 2])\n"
-        "for name in ('a.zrm', 'b.zrm', 'c.zrm'):\n"
-        "    model = zrm.Model(); mesh.setControlNode(model.getRootTransform())\n"
-        "    assert model.addRenderNode(mesh) + model.save(name, 10) == ''\n"
-        "    zrm.init() if name == 'a.zrm' else zrm.deinit()\n")  # fmt: skip
-    assert run(program, cwd=tmp_path).returncode == 0
-    first, *others = [(tmp_path / name).read_bytes() for name in ("a.zrm", "b.zrm", "c.zrm")]
+        "from support.tame import golden_script\nimport pyzrm_313 as zrm\nfor name in ('a.zrm', 'b.zrm', 'c.zrm'):\n"
+        "    assert golden_script(8).model.save(name, 10) == ''\n    zrm.init() if name == 'a.zrm' else zrm.deinit()")
+    assert run_python(program, folder).returncode == 0
+    first, *others = [(folder / name).read_bytes() for name in ("a.zrm", "b.zrm", "c.zrm")]
     assert len(first) > 303 and all(other == first for other in others)

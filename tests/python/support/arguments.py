@@ -182,26 +182,22 @@ class Source:
         chosen = [self.random.choice(self.bones) for _ in range(self.random.randrange(3))]
         return Expected([bone for bone, _ in chosen], [place for _, place in chosen])
 
-    def k_point_list(self):
-        rows = self.k_points().found
+    def rows_listed(self, rows):
         return Expected(self.listed(rows.ravel()), rows)
 
-    def k_uv_list(self):
-        rows = self.k_uvs().found
-        return Expected(self.listed(rows.ravel()), rows)
+    k_point_list = lambda self: self.rows_listed(self.k_points().found)
 
-    def k_index_list(self):
-        indices = self.k_triangles().found
+    k_uv_list = lambda self: self.rows_listed(self.k_uvs().found)
+
+    def index_list(self, indices):
         return Expected(self.listed(np.array(indices, np.uint32)), indices)
 
-    def quad(self, flat, width):
-        rows = np.array(flat, np.float32)
-        return Expected(self.listed(rows), rows.reshape(-1, width))
+    k_index_list = lambda self: self.index_list(self.k_triangles().found)
 
-    k_quad_points = lambda self: self.quad(POSITIONS, 3)
-    k_quad_normals = lambda self: self.quad(NORMALS, 3)
-    k_quad_uvs = lambda self: self.quad(UV, 2)
-    k_quad = lambda self: Expected(self.listed(np.array(INDICES, np.uint32)), INDICES)
+    k_quad_points = lambda self: self.rows_listed(np.array(POSITIONS, np.float32).reshape(-1, 3))
+    k_quad_normals = lambda self: self.rows_listed(np.array(NORMALS, np.float32).reshape(-1, 3))
+    k_quad_uvs = lambda self: self.rows_listed(np.array(UV, np.float32).reshape(-1, 2))
+    k_quad = lambda self: self.index_list(INDICES)
 
     def k_segments(self):
         rows = [(self.numbers(3), self.numbers(3)) for _ in range(self.random.randrange(1, 4))]

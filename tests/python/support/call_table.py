@@ -47,18 +47,14 @@ def shadow(e, mode):
     e.material.update({0: {"casts_shadow": True}, 1: {"casts_shadow": False}, 2: {"shadow_flag2": True}}.get(mode, {}))
 
 
-def damage_normal(e, name, uvs):
-    e.uv(10, uvs)
-    e.attribute("TANGENT1", np.zeros((len(uvs), 3)))
-    e.attribute("BINORMAL1", np.zeros((len(uvs), 3)))
-    e.texture(10, name)
+def normal_map(slot, number):
+    def land(e, name, uvs):
+        e.uv(slot, uvs)
+        for attribute in ("TANGENT", "BINORMAL"):
+            e.attribute(f"{attribute}{number}", np.zeros((len(uvs), 3)))
+        e.texture(slot, name)
 
-
-def normal_map(e, name, uvs):
-    e.uv(1, uvs)
-    e.attribute("TANGENT0", np.zeros((len(uvs), 3)))
-    e.attribute("BINORMAL0", np.zeros((len(uvs), 3)))
-    e.texture(1, name)
+    return land
 
 
 def numbers(e, a, x, b, y):
@@ -115,10 +111,10 @@ BLOCKS = {
     "ColorBaseBlock": [
         ("setPositions:points setNormals:normals", base),
         ("setColor:value3", lambda e, value: (e.uniform("color", value), e.material.update(material_name="color_material")))],
-    "NormalBlock": [("setNormalMap:map setNormalMapUV:uvs", normal_map)],
+    "NormalBlock": [("setNormalMap:map setNormalMapUV:uvs", normal_map(1, 0))],
     "FlirBlock": [("setFlirMap:map", lambda e, name: (e.material["channels"].__setitem__(0, 0), e.texture(16, name)))],
     "DamageBlock": [
-        ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(5, 5)), ("?setNormalMap:map setNormalMapUV:uvs", damage_normal),
+        ("setAlbedoMap:map setAlbedoMapUV:uvs", mapped(5, 5)), ("?setNormalMap:map setNormalMapUV:uvs", normal_map(10, 1)),
         ("?setMask:map", texture(15)), ("?setMaskRGBA:map", texture(18)),
         ("setArgument:handle", lambda e, handle: e.record.update(damage=handle))],
     "AormsBlock": [("setAormsMap:map setAormsMapUV:uvs", mapped(12, 13))],

@@ -2,6 +2,7 @@
 
 import numpy as np
 from support.gltf_build import Gltf
+from support.gltf_scene import local_matrix
 
 MATERIALS, MAPS, JOINTS = 5, 4, 4
 
@@ -56,11 +57,7 @@ def hang(gltf, rng, above, fields):
 
 def matrix(translation, rotation, scale):
     """Sixteen numbers, column by column."""
-    x, y, z, w = rotation
-    cross = np.array([[0, -z, y], [z, 0, -x], [-y, x, 0]])
-    result = np.eye(4)
-    result[:3, :3], result[:3, 3] = (np.eye(3) + 2 * w * cross + 2 * cross @ cross) * scale, translation
-    return result.T.reshape(16)
+    return local_matrix({"translation": translation, "rotation": rotation, "scale": scale}, 0, {}).T.reshape(16)
 
 
 def random_place(rng, uneven):

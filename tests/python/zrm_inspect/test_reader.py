@@ -6,7 +6,7 @@ import math
 import random
 
 import pytest
-from support.every_record import ANIMATED, EMPTY_MODEL, EVERY_RECORD, IDENTITY, MATERIAL, STATIC, TEXTURE, root
+from support.every_record import ANIMATED, EMPTY_MODEL, EVERY_RECORD, IDENTITY, STATIC, TEXTURE
 from support.record_bytes import NONE, UINT, file_bytes
 from support.small_files import MESH_FORMAT, SKIN_FORMAT, bone, node, packed, render, skin, small, transform, vertex_format
 from zrm_inspect import ZrmError, evaluate, parse, read_file
@@ -160,26 +160,6 @@ def test_unusable_meshes(record, form, warnings, text):
     if text:
         with pytest.raises(ValueError, match=text):
             evaluate(file, {})
-
-
-def test_handle_count():
-    """The highest argument in use, wherever it stands but in the root's own properties."""
-    def named(handle):
-        return [("model::ArgumentProperty", "a", handle)]
-
-    numbers = render([(0, 1)], numbers=[[(5, 1.0, 4, 1.0)]]) | {"type_name": "model::NumberNode"}
-    for handles, of_root, of_node, drawn in (
-        (0, named(9), [], []), (10, [], named(9), []), (0, [], named(NONE), []), (8, [], [], [render([(0, 7), (0, 6)])]),
-        (6, [], [], [numbers])):  # fmt: skip
-        for told in (handles, handles + 1):
-            top = root([MATERIAL | {"vertex_format": MESH_FORMAT}] * bool(drawn), told)
-            top["properties"] = of_root + top["properties"]
-            data = small([(-1, node(properties=of_node))], root=top, render_nodes=drawn)
-            if told == handles:
-                assert parse(data).root.handle_count == handles
-            else:
-                with pytest.raises(ZrmError, match="handles"):
-                    parse(data)
 
 
 def test_deep_chain():
