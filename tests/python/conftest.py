@@ -14,8 +14,7 @@ if "ZRM_MODULE_DIR" in os.environ:
 elif importlib.util.find_spec("pyzrm_313") is None:
     sys.path.insert(0, str(ROOT / "build/release/python"))
 
-SWITCHES = (
-    "optimizeTransformations", "mergePopertiesSets", "optimizeTextureChannels", "mergeNodes", "extremlyOptimizeMeshes",
+SWITCHES = ("optimizeTransformations", "mergePopertiesSets", "optimizeTextureChannels", "mergeNodes", "extremlyOptimizeMeshes",
     "optimizeVertexCache")  # fmt: skip
 
 

@@ -13,8 +13,7 @@ from support.quick import model_of, pbr
 from support.tame import tame_script
 
 STUBS = ROOT / "Utils/ZRMTools/python_bindings/stubs/pyzrm_313-stubs/__init__.pyi"
-FUNCTIONS = {
-    "get_num_alived_objects": "Returns number of alived objects.",
+FUNCTIONS = {"get_num_alived_objects": "Returns number of alived objects.",
     "dev_mode": "Returns if development mode is enabled.",
     "enable_model_optimization": "Controls which optimizationa will be enabled."}  # fmt: skip
 
@@ -48,8 +47,7 @@ def test_parameters_have_no_names():
 
 
 NATIVE = {"AnimatedFakeOmniLight": "AnimatedFakeOmniLights", "AnimatedFakeSpotLight": "AnimatedFakeSpotLights"}
-INSIDE = {
-    "Model": "", "PBRNode": "EMPTY PBRNode", "GlassNode": "EMPTY PBRNode", "ColorBaseBlock": "BT_Base",
+INSIDE = {"Model": "", "PBRNode": "EMPTY PBRNode", "GlassNode": "EMPTY PBRNode", "ColorBaseBlock": "BT_Base",
     "EmissiveColorBlock": "BT_Emissive", "GlassFilterBlock": "BT_Glass",
     "PropertyFloat": "_DUMMY_NAME_ = 0.000000;", "PropertyFloat2": "_DUMMY_NAME_ = vec2(0.000000,0.000000);",
     "PropertyFloat3": "_DUMMY_NAME_ = vec3(0.000000,0.000000,0.000000);"}  # fmt: skip
@@ -68,8 +66,7 @@ def test_repr(kind):
 
 
 def test_repr_of_values_and_built_nodes():
-    for value, text in (
-        (zrm.PropertyFloat(5, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(5, 0.000000,2.000000);)"),
+    for value, text in ((zrm.PropertyFloat(5, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(5, 0.000000,2.000000);)"),
         (zrm.PropertyFloat(-1, [(0.0, 2.0)]), "PropertyFloat(_DUMMY_NAME_ = animation(4294967295, 0.000000,2.000000);)"),
         (zrm.PropertyFloat3(5, []), "PropertyFloat3(_DUMMY_NAME_ = animation(5,);)")):  # fmt: skip
         assert repr(value) == "pyzrm::" + text
@@ -97,8 +94,7 @@ def test_dev_mode_is_read_once_and_import_makes_nothing(folder, content):
     module = shutil.copy(zrm.__file__, folder)
     if content is not None:
         (folder / "dev_mode.json").write_bytes(content)
-    code = (
-        f"import sys; sys.path.insert(0, {str(folder)!r}); import pyzrm_313 as z, os\n"
+    code = (f"import sys; sys.path.insert(0, {str(folder)!r}); import pyzrm_313 as z, os\n"
         "print(z.__file__, z.dev_mode(), z.get_num_alived_objects())\n"
         "os.remove('dev_mode.json') if z.dev_mode() else open('dev_mode.json', 'w').close()\n"
         "m = z.Model(); print(z.dev_mode(), z.get_num_alived_objects()); del m; print(z.get_num_alived_objects())")

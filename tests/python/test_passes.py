@@ -70,16 +70,11 @@ def test_the_order_of_the_passes(folder):
 CASES = {name: [name] for name in SWITCHES} | {"none": [], "all": SWITCHES}
 CASES["all but mergeNodes"] = [name for name in SWITCHES if name != "mergeNodes"]
 # The first half of the SHA-256 of the file that these passes leave.
-GOLDEN = {
-    "optimizeTransformations": "279016bdf4154d309e94ea4172b372f8",
-    "mergePopertiesSets": "6ecd55a6a6e7a95ec50cd82cea62b893",
-    "optimizeTextureChannels": "f22fdf502ad5f6efa0de1acb92a5eb40",
-    "mergeNodes": "0b4639af7e104dd80d2b165b3657feb5",
-    "extremlyOptimizeMeshes": "dcbf914a1d18c30f42c68a845991da19",
-    "optimizeVertexCache": "bb7ab29e6f5f74373df8652b8c32ae79",
-    "none": "9c94d54407c27759eb60faf9a42d4170",
-    "all": "8a00933bfdde729d292de700a880b8a1",
-    "all but mergeNodes": "331f9e890c4adf2b95f1035d479bbc7c"}  # fmt: skip
+GOLDEN = {"optimizeTransformations": "279016bdf4154d309e94ea4172b372f8",
+    "mergePopertiesSets": "6ecd55a6a6e7a95ec50cd82cea62b893", "optimizeTextureChannels": "f22fdf502ad5f6efa0de1acb92a5eb40",
+    "mergeNodes": "0b4639af7e104dd80d2b165b3657feb5", "extremlyOptimizeMeshes": "dcbf914a1d18c30f42c68a845991da19",
+    "optimizeVertexCache": "bb7ab29e6f5f74373df8652b8c32ae79", "none": "9c94d54407c27759eb60faf9a42d4170",
+    "all": "8a00933bfdde729d292de700a880b8a1", "all but mergeNodes": "331f9e890c4adf2b95f1035d479bbc7c"}  # fmt: skip
 
 
 def test_golden_files(folder):

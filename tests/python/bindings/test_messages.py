@@ -155,8 +155,7 @@ def numbers_beyond():
 
 LOOSE = "Control node isn't set. BaseShellNode: "
 # What makes a model, and what save answers with the passes on, and with them off when that differs.
-FAILING = [
-    (lambda: skinned(box=(0.0,) * 5 + (-1.0,)), "if the model has bones, then you need to set a bounding box."),
+FAILING = [(lambda: skinned(box=(0.0,) * 5 + (-1.0,)), "if the model has bones, then you need to set a bounding box."),
     (lambda: skinned(9), NO_DATA), (pivoted, "Too much transparent pivots."), (numbers_beyond, IndexError, ""),
     (lambda: shell_node([*POSITIONS, 5.0]), NO_DATA), (lambda: shell_node(indices=[0, 1, 4]), IndexError, ""),
     (lambda: changed(color_node(), setNormals=[0.0, 0.0, 1.0]), NO_DATA),

@@ -141,8 +141,7 @@ def test_failures_leave_nothing(failing):
 
 def test_globals_at_interpreter_exit(folder):
     """Facades that only die with the interpreter, also in a cycle and in another module's hands."""
-    code = (
-        "import builtins, sys, threading, pyzrm_313 as z\n"
+    code = ("import builtins, sys, threading, pyzrm_313 as z\n"
         "from support.scripted import plain, whole_script\n"
         "plain()\nscript = whole_script()\nassert script.model.save('m.zrm', 10) == ''\n"
         "builtins.kept_elsewhere = [script, z.Node('alone').addChild(z.Bone('b'))]\n"

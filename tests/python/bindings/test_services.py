@@ -33,8 +33,7 @@ def test_a_line_reaches_standard_error_as_it_is(call, line):
 
 
 def test_wrong_texts_raise_and_nothing_is_written():
-    result = run(
-        "for function in (zrm.log_error, zrm.log_info, zrm.log_warning, zrm.log_debug):\n"
+    result = run("for function in (zrm.log_error, zrm.log_info, zrm.log_warning, zrm.log_debug):\n"
         "    for wrong in ((), (1,), (None,), ('\\ud800',), ('a', 'b'), ([b'x'],)):\n"
         "        try: function(*wrong)\n"
         "        except TypeError: continue\n"
@@ -70,8 +69,7 @@ def counts():
 
 
 def test_cycles_leave_no_thread_and_no_descriptor():
-    result = run(
-        COUNTS + "zrm.deinit(); zrm.init(); zrm.deinit()\nbefore = counts()\n"
+    result = run(COUNTS + "zrm.deinit(); zrm.init(); zrm.deinit()\nbefore = counts()\n"
         "for _ in range(300):\n"
         "    zrm.init(); zrm.init()\n"
         "    assert counts()[0] == before[0] + 1 + len(os.sched_getaffinity(0)), counts()\n"
@@ -95,8 +93,7 @@ def test_a_process_ends_with_the_runtime_running(ending, status):
 
 
 def test_a_file_has_the_same_bytes_with_the_runtime_and_without(folder):
-    program = (
-        "from support.tame import golden_script\nimport pyzrm_313 as zrm\nfor name in ('a.zrm', 'b.zrm', 'c.zrm'):\n"
+    program = ("from support.tame import golden_script\nimport pyzrm_313 as zrm\nfor name in ('a.zrm', 'b.zrm', 'c.zrm'):\n"
         "    assert golden_script(8).model.save(name, 10) == ''\n    zrm.init() if name == 'a.zrm' else zrm.deinit()")
     assert run_python(program, folder).returncode == 0
     first, *others = [(folder / name).read_bytes() for name in ("a.zrm", "b.zrm", "c.zrm")]

@@ -154,8 +154,7 @@ def test_objects_that_were_not_constructed(kind, take):
         assert outcome(take, None) is outcome(take, zrm.Model()) is TypeError
 
 
-WRONG_ARRAYS = [
-    (np.zeros((4, 3), np.float32), IndexError, "index 4 is out of bounds for axis 0 with size 4"),
+WRONG_ARRAYS = [(np.zeros((4, 3), np.float32), IndexError, "index 4 is out of bounds for axis 0 with size 4"),
     (np.zeros((1, 12), np.float32), IndexError, "index 1 is out of bounds for axis 0 with size 1"),
     (np.float32(1.0), IndexError, "too many indices for an array"),
     (None, IndexError, "too many indices"),  # NumPy makes a number of it

@@ -18,8 +18,7 @@ from support.gltf_random import random_scene
 import gltf_export.convert
 
 # Node 0 is a triangle, node 1 a joint; animation 0 moves the joint.
-BROKEN = [
-    ("asset/version", "1.0", "version '1.0'"), ("nodes/0/children", [0], "names the child 0 wrongly"),
+BROKEN = [("asset/version", "1.0", "version '1.0'"), ("nodes/0/children", [0], "names the child 0 wrongly"),
     ("nodes", [{"children": [2]}, {"children": [2]}, {}], "two parents"), ("nodes/0/children", [99], "child 99 does not exist"),
     ("nodes/0/mesh", "first", "/nodes/0/mesh is 'first', not a whole number"),
     ("nodes/0/translation", [1, 2, 10**400], "/nodes/0/translation/2 is 1000"), ("nodes", {"a": 1}, "/nodes is no list"),

@@ -26,8 +26,7 @@ def test_pointers_drive_materials_and_lights(mode, folder):
     # pointer, values of the source, name in the file, rest there, values there, tolerance
     spot, base = "/extensions/KHR_lights_punctual/lights/1", "/pbrMetallicRoughness/baseColor"
     offset, strength, angle = np.outer(HEIGHTS, [3.0, -1.0]), 1 + 50 * HEIGHTS, 0.5 + HEIGHTS
-    rows = [
-        (f"/materials/0{base}Factor", colours, "color", [0, 0, 0], colours[:, :3], 0.003),
+    rows = [(f"/materials/0{base}Factor", colours, "color", [0, 0, 0], colours[:, :3], 0.003),
         (f"/materials/0{base}Factor", None, "opacityValue", 0.5, colours[:, 3], 0.001),
         (f"/materials/1{base}Texture/extensions/KHR_texture_transform/offset", offset, "diffuseShift", [0, 0], offset, 0.003),
         ("/materials/1/emissiveFactor", colours[:, :3], "selfIlluminationColor", [0, 0, 0], colours[:, :3], 0.003),

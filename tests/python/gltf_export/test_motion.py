@@ -6,9 +6,7 @@ from support.exporter_support import export
 from support.gltf_build import Gltf
 
 # Values that lie on the straight way from the rest pose to a later key, where the module's walk takes them for superfluous.
-LINES = {
-    "a key on the way to the end": ([0, 1, 2, 10], [0, 5, 2, 10]),
-    "back to rest at once": ([0, 1, 2, 3], [0, 4, 0, 0]),
+LINES = {"a key on the way to the end": ([0, 1, 2, 10], [0, 5, 2, 10]), "back to rest at once": ([0, 1, 2, 3], [0, 4, 0, 0]),
     "there and back": ([0, 1, 2, 3, 4, 5], [0, 1, -1, 1, -1, 0]),
     "one jump within a hundredth of a second": ([0, 5, 5.01, 10], [0, 0, 3, 3]),
     "late start": ([8, 9, 10], [7, 8, 7]),

@@ -15,8 +15,7 @@ UV = [0.0, 0.0, 1.0, 0.0, 1.0, 1.0, 0.0, 1.0]
 INDICES = [0, 1, 2, 0, 2, 3]
 IDENTITY = [(1.0, 0.0, 0.0, 0.0), (0.0, 1.0, 0.0, 0.0), (0.0, 0.0, 1.0, 0.0), (0.0, 0.0, 0.0, 1.0)]
 _TURNS = [(1.0, 0.0, 0.0, 0.0), (0.0, 1.0, 0.0, 0.0), (0.0, 0.0, 1.0, 0.0), (0.0, 0.0, 0.0, -1.0)]
-_SHAPES = (
-    np.ndarray.tolist, lambda flat: tuple(flat.tolist()), lambda flat: np.repeat(flat, 2)[::2],
+_SHAPES = (np.ndarray.tolist, lambda flat: tuple(flat.tolist()), lambda flat: np.repeat(flat, 2)[::2],
     lambda flat: flat[::-1].copy()[::-1], lambda flat: flat.reshape(-1, 1), lambda flat: flat, lambda flat: flat.astype(float),
     lambda flat: np.frombuffer(b"x" + flat.tobytes(), flat.dtype, offset=1),
     lambda flat: flat.astype(flat.dtype.newbyteorder(">")))  # fmt: skip

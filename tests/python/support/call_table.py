@@ -87,8 +87,7 @@ def base(e, points, normals):
 
 # ---------------------------------------------------------------- the tree: class of the file, fields of a new node, rows
 
-NODES = {
-    "Node": ("Node", {}, []),
+NODES = {"Node": ("Node", {}, []),
     "Transform": ("TransformNode", {"matrix": IDENTITY}, [("?setMatrix:matrix", into("matrix"))]),
     "Lod": ("LodNode", {}, [("__init__:distances", into("levels"))]),
     "NumberRoot": ("TmpNumberRoot", {}, [("?setControls:controls", nothing)]),
@@ -138,21 +137,18 @@ BLOCKS = {
         ("?setColor:value3", uniform("color")),
         ("setInstrumental:bool", lambda e, instrumental: e.material.update(
             material_name="glass_instrumental_material" if instrumental else "glass_material", blending=1)),
-        ("?setColorMap:map", texture(14))],
-    "NumberBlock": [("setUVParams:handle,f,handle,f", numbers)]}  # fmt: skip
+        ("?setColorMap:map", texture(14))], "NumberBlock": [("setUVParams:handle,f,handle,f", numbers)]}  # fmt: skip
 
 # ---------------------------------------------------------------- what is drawn
 
-_MESH = [
-    ("setIndices:triangles", lambda e, indices: e.record["mesh"].update(indices=indices)),
+_MESH = [("setIndices:triangles", lambda e, indices: e.record["mesh"].update(indices=indices)),
     ("?setShadowCaster:mode", shadow), ("?setOpacityValue:value1", uniform("opacityValue")),
     ("?setOpacityFresnelPower:value1", uniform("opacityFresnelPower")),
     ("?setOpacityFresnelFactor:value1", uniform("opacityFresnelFactor")), ("?setDecalId:byte", of_material("decal_id")),
     ("?setTwoSided:sides", lambda e, two_sided: setattr(e, "two_sided", two_sided)),
     ("?setPurposeWaterMask:", lambda e: setattr(e, "purpose", 1)),
     ("?+addTransparentPivot:f3", lambda e, point: e.record["pivots"].append(point))]  # fmt: skip
-_FLAT = [
-    ("setPositions:quad_points setNormals:quad_normals", base),
+_FLAT = [("setPositions:quad_points setNormals:quad_normals", base),
     ("setIndices:quad", lambda e, indices: e.record["mesh"].update(indices=indices))]  # fmt: skip
 _RED = ("color", ("model::Property<osg::Vec3f>", (1.0, 0.0, 0.0)))
 
@@ -165,8 +161,7 @@ def deck_tangents(e, tiled, regular):
 
 
 # Class: what a new material has beyond the default, its properties, and the rows.
-MESHES = {
-    "PBRNode": ({"material_name": "def_material"}, [], [*_MESH, ("?setTransparentMode:mode", mode_of(0, 1, 2, 3))]),
+MESHES = {"PBRNode": ({"material_name": "def_material"}, [], [*_MESH, ("?setTransparentMode:mode", mode_of(0, 1, 2, 3))]),
     "GlassNode": ({"material_name": "glass_instrumental_material", "blending": 1}, [], [
         *_MESH,
         ("?setTransparentMode:mode", mode_of(1, 3, 6)),
@@ -210,8 +205,7 @@ def _float(name, value):
     return name, ("model::Property<float>", value)
 
 
-_LAMPS = [
-    ("?setTexture:map", texture(0)), ("?setLuminance:value1", uniform("luminance")),
+_LAMPS = [("?setTexture:map", texture(0)), ("?setLuminance:value1", uniform("luminance")),
     ("?setShiftToCamera:f", plain_uniform("shiftToCamera"))]  # fmt: skip
 
 
@@ -226,22 +220,18 @@ def motion(sprites, land):
 
 
 _OMNI = [*_LAMPS, ("?setMinSizeInPixels:f", sizes(0)), ("?setMaxDistance:f", sizes(1))]
-_SPOT = [
-    *_LAMPS,
+_SPOT = [*_LAMPS,
     ("?setMinSizeInPixels:f", plain_uniform("minSizeInPixels")), ("?setMaxDistance:f", plain_uniform("maxDistance")),
     ("?setConeSetup:f3", plain_uniform("coneSetup", "osg::Vec3f"))]  # fmt: skip
-_OMNI_START = [
-    _float("shiftToCamera", 0.0), ("sizeFactors", ("model::Property<osg::Vec3f>", (20.0, 1000.0, 0.0))),
+_OMNI_START = [_float("shiftToCamera", 0.0), ("sizeFactors", ("model::Property<osg::Vec3f>", (20.0, 1000.0, 0.0))),
     _float("luminance", 1.0)]  # fmt: skip
-_SPOT_START = [
-    _float("shiftToCamera", 0.0), _float("minSizeInPixels", 20.0), _float("maxDistance", 1000.0),
+_SPOT_START = [_float("shiftToCamera", 0.0), _float("minSizeInPixels", 20.0), _float("maxDistance", 1000.0),
     ("coneSetup", ("model::Property<osg::Vec3f>", narrow((1.0, 0.8, 0.05)))), _float("luminance", 1.0)]  # fmt: skip
 _OMNI_NEW = {"version": 0, "lights": [], "animation": None}
 _SPOT_NEW = {"version": 1, "lights": [], "animation": None, "directions": None, "control_directions": [[0.0, 0.0, 0.0]]}
 
 # Class: that of the file, fields of a new node, the material's name and properties, the rows.
-FAKE_LIGHTS = {
-    "FakeOmniLights": ("FakeOmniLightsNode", _OMNI_NEW, "fake_omni_lights2", _OMNI_START,
+FAKE_LIGHTS = {"FakeOmniLights": ("FakeOmniLightsNode", _OMNI_NEW, "fake_omni_lights2", _OMNI_START,
                        [*_OMNI, ("?set:omnis", into("lights"))]),
     "FakeSpotLights": ("FakeSpotLightsNode", _SPOT_NEW, "fake_spot_lights2", _SPOT_START, [*_SPOT, ("?set:spots", spots)]),
     "AnimatedFakeOmniLight": ("AnimatedFakeOmniLightsNode", _OMNI_NEW, "animated_fake_omni_lights2",
@@ -280,15 +270,13 @@ def own_property(form):
     return land
 
 
-_LIGHT = [
-    ("?setColor:value3", setting("color")), ("?setBrightness:value1", setting("brightness")),
+_LIGHT = [("?setColor:value3", setting("color")), ("?setBrightness:value1", setting("brightness")),
     ("?setDistance:value1", setting("distance")), ("?setSpecularAmount:value1", setting("specular_amount")),
     ("?setSoftness:value1", setting("softness")), ("?setVolumeRadiusFactor:still", volume("radius_factor")),
     ("?setVolumeDensityFactor:still", volume("density_factor")), ("?setVolumeNearDistance:still", volume("near_distance")),
     ("?setVolumeType:handle", volume("volume_type"))]  # fmt: skip
 # Class: model's method that adds it, class of the file, fields of a new one, rows.
-HUNG = {
-    "OmniLight": ("addLight", "LightNode", {"light_type": 0}, _LIGHT),
+HUNG = {"OmniLight": ("addLight", "LightNode", {"light_type": 0}, _LIGHT),
     "SpotLight": ("addLight", "LightNode", {"light_type": 1}, [
         *_LIGHT, ("?setPhi:value1", setting("phi")), ("?setTheta:value1", setting("theta")),
         ("?setAngles:angle,flat", angles)]),

@@ -40,25 +40,21 @@ def head(kind, name="", version=0, **fields):
     return {"type_name": f"model::{kind}", "name": name, "properties": properties, "version": version} | fields
 
 
-STATIC = [
-    number("float", 0.5),
+STATIC = [number("float", 0.5),
     (UINT, "uint", 0xFFFFFFFE), ("model::Property<osg::Vec2f>", "vec2", (1.0, 2.0)),
     ("model::Property<osg::Vec3f>", "vec3", (1.0, 2.0, 3.0)), ("model::Property<osg::Vec4f>", "vec4", (1.0, 2.0, 3.0, 4.0)),
     ("model::Property<const char*>", "string", "Text")]  # fmt: skip
-ANIMATED = [
-    driven_number("animated float", 30),
+ANIMATED = [driven_number("animated float", 30),
     ("model::ArgumentProperty", "argument", 31),
     ("model::AnimatedProperty<osg::Vec2f>", "animated vec2", 32, [(0.5, [7.0, 8.0])]), driven_vector("animated vec3", 33),
     ("model::AnimatedProperty<osg::Vec4f>", "animated vec4", 34, [(2.0, [1.0, 2.0, 3.0, 4.0])])]  # fmt: skip
 
 # ---------------------------------------------------------------- the tree
 
-STILL = {
-    "matrix": IDENTITY, "base_position": [0.0] * 3, "base_rotation": [0.0, 0.0, 0.0, 1.0],
+STILL = {"matrix": IDENTITY, "base_position": [0.0] * 3, "base_rotation": [0.0, 0.0, 0.0, 1.0],
     "base_scale_rotation": [0.0, 0.0, 0.0, 1.0], "base_scale": [1.0] * 3,
     "position_channels": [], "rotation_channels": [], "scale_channels": []}  # fmt: skip
-MOVING = {
-    "matrix": counting(600), "base_position": [1.0, 2.0, 3.0], "base_rotation": [4.0, 5.0, 6.0, 7.0],
+MOVING = {"matrix": counting(600), "base_position": [1.0, 2.0, 3.0], "base_rotation": [4.0, 5.0, 6.0, 7.0],
     "base_scale_rotation": [8.0, 9.0, 10.0, 11.0], "base_scale": [12.0, 13.0, 14.0],
     "position_channels": [{"argument": 4, "keys": [(0.25, [1.0, 2.0, 3.0]), (0.75, [4.0, 5.0, 6.0])]}],
     "rotation_channels": [{"argument": 5, "keys": [(0.5, [1.0, 2.0, 3.0, 4.0])]}, {"argument": 6, "keys": []}],
@@ -79,8 +75,7 @@ def numbered(nodes):
     return [node | {"index": index} for index, node in enumerate(nodes)]
 
 
-TREE = numbered([
-    tree_node("Node", "root", properties=[STATIC[0], ANIMATED[0], *STATIC[1:], *ANIMATED[1:]]),
+TREE = numbered([tree_node("Node", "root", properties=[STATIC[0], ANIMATED[0], *STATIC[1:], *ANIMATED[1:]]),
     tree_node("TransformNode", "transform", 0, matrix=counting(100)),
     tree_node("Bone", "bone", TRANSFORM, matrix=counting(200), inverted_base_bone_matrix=counting(300)),
     tree_node("ArgAnimatedBone", "animated bone", BONE, **MOVING, inverted_base_bone_matrix=counting(400)),
@@ -95,8 +90,7 @@ TREE = numbered([
 # ---------------------------------------------------------------- materials and meshes
 
 TEXTURE = {"texture_index": NONE, "name": "", "sampler": (2, 2, 10, 6), "transform": IDENTITY}
-MATERIAL = {
-    "blending": 0, "depth_bias": 0, "vertex_format": FORMAT, "channels": [-1] * 13, "material_name": "", "name": "",
+MATERIAL = {"blending": 0, "depth_bias": 0, "vertex_format": FORMAT, "channels": [-1] * 13, "material_name": "", "name": "",
     "casts_shadow": True, "shadow_flag2": False, "textures": {}, "uniforms": [], "animated_uniforms": [],
     "billboard": None, "decal_id": 0}  # fmt: skip
 MATERIALS = [
@@ -121,8 +115,7 @@ def render_node(name, material=PLAIN, version=0, kind="RenderNode", **more):
 
 
 NOTHING = {"vertices": [], "vertex_format": [0] * 27, "indices": [], "primitive_type": 1}
-NUMBERS = {
-    "kind": "NumberNode", "parents": [[0, 11], [TRANSFORM, NONE]],
+NUMBERS = {"kind": "NumberNode", "parents": [[0, 11], [TRANSFORM, NONE]],
     "numbers": [[(12, 0.5, NONE, 2.0), (NONE, 3.0, 13, 0.25)], []]}  # fmt: skip
 BENT = mesh(struct.unpack("<f", bytes([0, 1, 0, 1]))[0])
 
@@ -142,8 +135,7 @@ FAKE = {"material": PLAIN, "controls": [0, TRANSFORM]}
 SPOT = FAKE | {"control_directions": [[1.0, 0.0, 0.0], [0.0, 1.0, 0.0]], "lights": SPRITES, "directions": None}
 DIRECTIONS = [[0.0, 0.0, 1.0], [0.0, 0.0, -1.0]]
 
-RENDER_NODES = [
-    render_node("one part", FULL, parents=[[TRANSFORM, 9]]), render_node("purpose", version=1, purpose=1),
+RENDER_NODES = [render_node("one part", FULL, parents=[[TRANSFORM, 9]]), render_node("purpose", version=1, purpose=1),
     render_node("pivots", version=2, pivots=[[float(k), 1.0, 2.0] for k in range(6)]),
     render_node("two parts", parents=[[TRANSFORM, 10], [0, NONE]]), render_node("no parts", EMPTY, parents=[], mesh=NOTHING),
     render_node("numbers and pivot", version=2, pivots=[[7.0, 8.0, 9.0]], **NUMBERS), skin("skin", 0, argument=14),
@@ -158,8 +150,7 @@ RENDER_NODES = [
 
 SEGMENTS = [[[1.0, 2.0, 3.0], [4.0, 5.0, 6.0]], [[7.0, 8.0, 9.0], [10.0, 11.0, 12.0]]]
 SHELL_SKIN = {"bones": [ANIMATED_BONE, BONE], "mesh": mesh()}
-SHELLS = [
-    head("ShellNode", "shell", control=TRANSFORM, mesh=mesh()),
+SHELLS = [head("ShellNode", "shell", control=TRANSFORM, mesh=mesh()),
     head("SegmentsNode", "segments", control=TRANSFORM, segments=SEGMENTS),
     head("ShellSkinNode", "shell skin", argument=NONE, skin_box=None, **SHELL_SKIN),
     head("ShellSkinNode", "shell skin with box", argument=16, skin_box=BOX, **SHELL_SKIN)]  # fmt: skip
@@ -173,8 +164,7 @@ def light(name, light_type, version=2, **more):
         "softness": number("softness", 0.0), "volume": None, "texture": None} | more  # fmt: skip
 
 
-LIGHTS = [
-    light("textured", 0, texture=TEXTURE | {"name": "beam.png", "sampler": (4, 5, 6, 7)}),
+LIGHTS = [light("textured", 0, texture=TEXTURE | {"name": "beam.png", "sampler": (4, 5, 6, 7)}),
     light("volume", 1, 3, color=driven_vector("hue", 17), brightness=driven_number("power", 18),
           phi=number("outer", 1.0), theta=driven_number("inner", 19), distance=number("reach", 2.0),
           specular_amount=number("shine", 3.0), softness=number("soft", 4.0), volume={
@@ -189,18 +179,12 @@ def root(materials, handles=0, **more):
     return head("RootNode", version=3, materials=materials, handle_count=handles) | boxes | more
 
 
-EVERY_RECORD = {
-    "root": root(MATERIALS, 35, name="model", properties=[number("weight", 12.5), (UINT, "__VERSION__", 3)],
-                 bounding_box=BOX, user_box=[[7.0, 8.0, 9.0], [10.0, 11.0, 12.0]]),
-    "nodes": TREE,
-    "connectors": [CONNECTOR],
-    "shell_nodes": SHELLS,
-    "light_nodes": LIGHTS,
-    "render_nodes": RENDER_NODES}  # fmt: skip
+EVERY_RECORD = {"root": root(MATERIALS, 35, name="model", properties=[number("weight", 12.5), (UINT, "__VERSION__", 3)],
+                 bounding_box=BOX, user_box=[[7.0, 8.0, 9.0], [10.0, 11.0, 12.0]]), "nodes": TREE, "connectors": [CONNECTOR],
+    "shell_nodes": SHELLS, "light_nodes": LIGHTS, "render_nodes": RENDER_NODES}  # fmt: skip
 
 # The smallest file: a model as it is made. Put together by hand.
-EMPTY_MODEL = bytes.fromhex(
-    "5a524d 0a00 46000000"
+EMPTY_MODEL = bytes.fromhex("5a524d 0a00 46000000"
     + (b"model::RootNode\0model::Property<unsigned int>\0__VERSION__\0model::Node\0").hex()
     + "0000000000000000"  # reserved
     + "00000000 00000000 00000000"  # the root's type, no name, reserved
@@ -209,4 +193,4 @@ EMPTY_MODEL = bytes.fromhex(
     + "00000000 00000000 00000000"  # no materials, reserved, no handles
     + "01000000 03000000 04000000 726f6f74 00000000 00000000"  # one node, "root", without properties
     + "ffffffff 00000000"  # it has no parent; no sections
-)
+)  # fmt: skip

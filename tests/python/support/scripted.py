@@ -58,8 +58,7 @@ class Expectation:
         self.record["material"] = material
         self.material["textures"] = dict(sorted(self.material["textures"].items()))
         for field, animated in (("uniforms", False), ("animated_uniforms", True)):
-            self.material[field] = [
-                (kind, name, *rest)
+            self.material[field] = [(kind, name, *rest)
                 for name, (kind, *rest) in self.properties.items()
                 if kind.startswith(("model::Animated", "model::Argument")) == animated]  # fmt: skip
         if "mesh" in self.record:
@@ -99,8 +98,7 @@ class Script:
         self.model = zrm.Model()
         self.facades = [self.model.getRootTransform()]
         self.chain = [0]
-        self.file = {
-            "root": root([]), "nodes": [tree_node("Node", "root")],
+        self.file = {"root": root([]), "nodes": [tree_node("Node", "root")],
             "connectors": [], "shell_nodes": [], "light_nodes": [], "render_nodes": []}  # fmt: skip
 
     def run(self, rows, facade, e, later=False):

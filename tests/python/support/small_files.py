@@ -46,8 +46,7 @@ def _split(keys):
 
 def animation(kind, positions=(), rotations=(), scales=(), **fields):
     """A key is its time and its components."""
-    channels = {
-        "position_channels": [{"argument": a, "keys": _split(keys)} for a, keys in positions],
+    channels = {"position_channels": [{"argument": a, "keys": _split(keys)} for a, keys in positions],
         "rotation_channels": [{"argument": a, "keys": _split(keys)} for a, keys in rotations],
         "scale_channels": [{"argument": a, "rotation_keys": _split(r), "keys": _split(keys)} for a, r, keys in scales]}
     return tree_node(kind, "a", **STILL | channels | fields)
