@@ -30,8 +30,7 @@ def save(script, on):
     return Path("model.zrm").read_bytes()
 
 
-def digest(data):
-    return hashlib.sha256(data).hexdigest()[:32]
+digest = lambda data: hashlib.sha256(data).hexdigest()[:32]
 
 
 def poses(seed):
@@ -155,8 +154,7 @@ def test_box_of_a_model_that_has_none(folder, seed):
         assert np.array_equal(file.root.user_box, file.root.bounding_box)
 
 
-def property_values(entry):
-    return entry.keys["value"] if hasattr(entry, "keys") else entry.value
+property_values = lambda entry: entry.keys["value"] if hasattr(entry, "keys") else entry.value
 
 
 @pytest.mark.parametrize(("distance", "left"), [(9e-6, 4), (1e-5, 4), (1.1e-5, 5), (math.nan, 4)])

@@ -14,8 +14,7 @@ from zrm_inspect.world import world_matrices
 ROOT = Path(__file__).resolve().parents[2]
 
 
-def python_blocks():
-    return re.findall(r"```python\n(.*?)```", (ROOT / "README.md").read_text(encoding="utf-8"), re.DOTALL)
+python_blocks = lambda: re.findall(r"```python\n(.*?)```", (ROOT / "README.md").read_text(encoding="utf-8"), re.DOTALL)
 
 
 def test_readme_quotes_the_example():

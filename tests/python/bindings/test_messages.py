@@ -15,8 +15,7 @@ CONTROL = zrm.Bone("control")
 COLOR, WEIGHTS = zrm.PropertyFloat3(), [1.0, 0.0, 0.0, 0.0]
 
 
-def made(kind, **calls):
-    return changed(kind("n", "paint") if issubclass(kind, zrm.IRenderNode) else kind(), **calls)
+made = lambda kind, **calls: changed(kind("n", "paint") if issubclass(kind, zrm.IRenderNode) else kind(), **calls)
 
 
 COLOUR_BASE = made(zrm.ColorBaseBlock, setPositions=POSITIONS, setNormals=NORMALS, setColor=COLOR)

@@ -132,13 +132,6 @@ def test_everything_goes_in_any_order(folder, seed):
         parts[number] = None
 
 
-@pytest.mark.parametrize("failing", [
-    lambda: zrm.Transform("t", []), lambda: zrm.Bone("b", [(1.0, 0.0, 0.0, 0.0)] * 4, []),
-    lambda: zrm.PropertyFloat(3, [(1.0, None)]), lambda: zrm.Model().addRenderNode(None)])  # fmt: skip
-def test_failures_leave_nothing(failing):
-    assert outcome(failing) in (ValueError, TypeError)
-
-
 def test_globals_at_interpreter_exit(folder):
     """Facades that only die with the interpreter, also in a cycle and in another module's hands."""
     code = ("import builtins, sys, threading, pyzrm_313 as z\n"

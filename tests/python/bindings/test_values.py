@@ -14,8 +14,7 @@ from support.scripted import plain
 MATRIX = [(1.5, 2.0, 3.0, 5.0), (4.0, 5.5, 6.0, 6.0), (7.0, 8.0, 9.5, 7.0), (0.25, 0.5, 0.75, 1.0)]
 
 
-def keys_of(record):
-    return [(float(key["time"]), tuple(key["value"].tolist())) for key in record.keys]
+keys_of = lambda record: [(float(key["time"]), tuple(key["value"].tolist())) for key in record.keys]
 
 
 def brightness(value):

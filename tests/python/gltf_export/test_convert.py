@@ -13,8 +13,7 @@ REAL = [pytest.param(path, id=path.name) for path in FILES] or [NO_FILES]
 ONE_OFF = [(), *[tuple(other for other in SWITCHES if other != switch) for switch in SWITCHES]]
 
 
-def seeds(first, count):
-    return [pytest.param(seed, id=f"seed {seed}") for seed in range(first, first + count)]
+seeds = lambda first, count: [pytest.param(seed, id=f"seed {seed}") for seed in range(first, first + count)]
 
 
 def opened(source, folder, uneven=0.3):

@@ -53,8 +53,7 @@ class Source:
         passed = getattr(self, "k_" + kind)()
         return passed if isinstance(passed, Expected) else (passed, narrow(passed))
 
-    def numbers(self, count):
-        return tuple(self.random.uniform(-8.0, 8.0) for _ in range(count))
+    numbers = lambda self, count: tuple(self.random.uniform(-8.0, 8.0) for _ in range(count))
 
     def array(self, rows, width, low=-8.0):
         """Flat data in one of the shapes that a script may pass, and as rows."""
@@ -114,8 +113,7 @@ class Source:
         """Times ascend; no key follows from the others when `value(k)` bends."""
         return [(k * 0.3 - 0.5, value(k)) for k in range(count)]
 
-    def shuffled(self, keys):
-        return self.random.sample(keys, len(keys))
+    shuffled = lambda self, keys: self.random.sample(keys, len(keys))
 
     def bent(self, width):
         start = self.numbers(width)
@@ -181,18 +179,11 @@ class Source:
         chosen = [self.random.choice(self.bones) for _ in range(self.random.randrange(3))]
         return Expected([bone for bone, _ in chosen], [place for _, place in chosen])
 
-    def rows_listed(self, rows):
-        return Expected(self.listed(rows.ravel()), rows)
-
+    rows_listed = lambda self, rows: Expected(self.listed(rows.ravel()), rows)
     k_point_list = lambda self: self.rows_listed(self.k_points().found)
-
     k_uv_list = lambda self: self.rows_listed(self.k_uvs().found)
-
-    def index_list(self, indices):
-        return Expected(self.listed(np.array(indices, np.uint32)), indices)
-
+    index_list = lambda self, indices: Expected(self.listed(np.array(indices, np.uint32)), indices)
     k_index_list = lambda self: self.index_list(self.k_triangles().found)
-
     k_quad_points = lambda self: self.rows_listed(np.array(POSITIONS, np.float32).reshape(-1, 3))
     k_quad_normals = lambda self: self.rows_listed(np.array(NORMALS, np.float32).reshape(-1, 3))
     k_quad_uvs = lambda self: self.rows_listed(np.array(UV, np.float32).reshape(-1, 2))

@@ -15,28 +15,12 @@ from .every_record import IDENTITY, STILL, number
 Row = tuple[str, Callable[..., object]]
 
 
-def into(field):
-    return lambda e, value: e.record.__setitem__(field, value)
-
-
-def of_material(field):
-    return lambda e, value: e.material.__setitem__(field, value)
-
-
-def uniform(name):
-    return lambda e, value: e.uniform(name, value)
-
-
-def plain_uniform(name, form="float"):
-    return lambda e, value: e.uniform(name, (f"model::Property<{form}>", value))
-
-
-def texture(slot):
-    return lambda e, name: e.texture(slot, name)
-
-
-def mode_of(*accepted):
-    return lambda e, mode: e.material.update(blending=mode) if mode in accepted else None
+into = lambda field: lambda e, value: e.record.__setitem__(field, value)
+of_material = lambda field: lambda e, value: e.material.__setitem__(field, value)
+uniform = lambda name: lambda e, value: e.uniform(name, value)
+plain_uniform = lambda name, form="float": lambda e, value: e.uniform(name, (f"model::Property<{form}>", value))
+texture = lambda slot: lambda e, name: e.texture(slot, name)
+mode_of = lambda *accepted: lambda e, mode: e.material.update(blending=mode) if mode in accepted else None
 
 
 def nothing(e, *values):
@@ -76,8 +60,7 @@ def glow(e, kind):
     e.material["material_name"] = GLOW.get(kind, e.material["material_name"])
 
 
-def mapped(channel, slot):
-    return lambda e, name, uvs: (e.uv(channel, uvs), e.texture(slot, name))
+mapped = lambda channel, slot: lambda e, name, uvs: (e.uv(channel, uvs), e.texture(slot, name))
 
 
 def base(e, points, normals):
@@ -201,8 +184,7 @@ def animation_argument(e, value):
     e.record["animation"] = {"argument": int(value), "samples": []}
 
 
-def _float(name, value):
-    return name, ("model::Property<float>", value)
+_float = lambda name, value: (name, ("model::Property<float>", value))
 
 
 _LAMPS = [("?setTexture:map", texture(0)), ("?setLuminance:value1", uniform("luminance")),
@@ -242,8 +224,7 @@ FAKE_LIGHTS = {"FakeOmniLights": ("FakeOmniLightsNode", _OMNI_NEW, "fake_omni_li
 # ---------------------------------------------------------------- lights, shells, connectors
 
 
-def setting(field):
-    return lambda e, value: e.record.update({field: (value[0], "_DUMMY_NAME_", *value[1:])})
+setting = lambda field: lambda e, value: e.record.update({field: (value[0], "_DUMMY_NAME_", *value[1:])})
 
 
 def volume(field):

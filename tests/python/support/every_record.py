@@ -18,16 +18,9 @@ IDENTITY = np.eye(4).tolist()
 FORMAT = [4, 0, 0, 0, 2, *[0] * 22]
 
 
-def counting(first):
-    return [[float(first + 4 * row + column) for column in range(4)] for row in range(4)]
-
-
-def number(name, value):
-    return ("model::Property<float>", name, value)
-
-
-def driven_number(name, argument):
-    return ("model::AnimatedProperty<float>", name, argument, [(0.25, [1.0]), (0.5, [2.0])])
+counting = lambda first: [[float(first + 4 * row + column) for column in range(4)] for row in range(4)]
+number = lambda name, value: ("model::Property<float>", name, value)
+driven_number = lambda name, argument: ("model::AnimatedProperty<float>", name, argument, [(0.25, [1.0]), (0.5, [2.0])])
 
 
 def driven_vector(name, argument):
@@ -71,8 +64,7 @@ def tree_node(kind, name="", parent=-1, **fields):
     return plain | fields
 
 
-def numbered(nodes):
-    return [node | {"index": index} for index, node in enumerate(nodes)]
+numbered = lambda nodes: [node | {"index": index} for index, node in enumerate(nodes)]
 
 
 TREE = numbered([tree_node("Node", "root", properties=[STATIC[0], ANIMATED[0], *STATIC[1:], *ANIMATED[1:]]),

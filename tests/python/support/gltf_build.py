@@ -49,8 +49,7 @@ class Gltf:
             primitive["indices"] = self.array(indices, "u4")
         return self.add("meshes", {"primitives": [primitive]})
 
-    def triangle(self, size=1.0):
-        return self.mesh([[size, 0, 0], [0, size, 0], [0, 0, -size]], [0, 1, 2])
+    triangle = lambda self, size=1.0: self.mesh([[size, 0, 0], [0, size, 0], [0, 0, -size]], [0, 1, 2])
 
     def animation(self, *tracks, **more):
         """Tracks are (node, path, times, values, interpolation)."""

@@ -63,8 +63,7 @@ def base_block():
     return changed(zrm.BaseBlock(), setPositions=POSITIONS, setNormals=NORMALS, setAlbedoMapUV=UV, setAlbedoMap="albedo")
 
 
-def damage_block():
-    return changed(zrm.DamageBlock(), setAlbedoMap="damage albedo", setAlbedoMapUV=UV, setArgument=7)
+damage_block = lambda: changed(zrm.DamageBlock(), setAlbedoMap="damage albedo", setAlbedoMapUV=UV, setArgument=7)
 
 
 def bone_block(bones=()):
@@ -85,8 +84,7 @@ def pbr(*blocks, kind=zrm.PBRNode):
     return node
 
 
-def color_node():
-    return changed(zrm.ColorNode("colour", "paint"), setPositions=POSITIONS, setNormals=NORMALS, setIndices=INDICES)
+color_node = lambda: changed(zrm.ColorNode("colour", "paint"), setPositions=POSITIONS, setNormals=NORMALS, setIndices=INDICES)
 
 
 def deck_node(points=POSITIONS, normals=NORMALS, uv=UV, indices=INDICES):
@@ -99,8 +97,7 @@ def shell_node(positions=POSITIONS, indices=INDICES):
     return changed(zrm.ShellNode("shell"), setPositions=positions, setIndices=indices)
 
 
-def f32(value):
-    return float(np.float32(value))
+f32 = lambda value: float(np.float32(value))
 
 
 def outcome(call, *arguments):

@@ -36,11 +36,8 @@ class Output:
         self.body += struct.pack("<" + form, *values)
         return self
 
-    def u8(self, *values):
-        return self.pack(f"{len(values)}B", *values)
-
-    def u32(self, *values):
-        return self.pack(f"{len(values)}I", *values)
+    u8 = lambda self, *values: self.pack(f"{len(values)}B", *values)
+    u32 = lambda self, *values: self.pack(f"{len(values)}I", *values)
 
     def array(self, kind, values):
         self.body += np.asarray(values, "<" + kind).tobytes()
@@ -274,8 +271,7 @@ def compose(file):
     return out
 
 
-def file_bytes(file):
-    return compose(file).finish()
+file_bytes = lambda file: compose(file).finish()
 
 
 def difference(file, found):

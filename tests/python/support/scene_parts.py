@@ -10,8 +10,7 @@ from zrm_inspect.model import FakeOmniLightsNode, FakeSpotLightsNode, SegmentsNo
 Parts = dict[Any, Any]
 
 
-def _weights(width):
-    return np.random.default_rng(width).uniform(0.5, 1.5, width)
+_weights = lambda width: np.random.default_rng(width).uniform(0.5, 1.5, width)
 
 
 def _value(entry, arguments):
@@ -40,8 +39,7 @@ def _has_area(points):
     return np.linalg.norm(np.cross(a, b), axis=1) > 1e-3 * longest
 
 
-def _levels(scene, control):
-    return tuple((near, far) for _, near, far in scene.lod_ranges(control))
+_levels = lambda scene, control: tuple((near, far) for _, near, far in scene.lod_ranges(control))
 
 
 def _meshes(scene, arguments):

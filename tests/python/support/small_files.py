@@ -12,36 +12,24 @@ TRIANGLE = [[0, 0, 0, 0, 0, 0, 1, 0, 0], [1, 0, 0, 0, 0, 0, 1, 1, 0], [0, 1, 0, 
 Keys = Sequence[Sequence[float]]
 
 
-def vertex_format(**widths):
-    return [widths.get(name, 0) for name in SEMANTICS]
+vertex_format = lambda **widths: [widths.get(name, 0) for name in SEMANTICS]
 
 
 MESH_FORMAT = vertex_format(POSITION0=4, NORMAL0=3, TEXCOORD0=2)
 SKIN_FORMAT = vertex_format(POSITION0=4, NORMAL0=3, COLOR1=4)
 
 
-def node(**fields):
-    return tree_node("Node", "n", **fields)
-
-
-def transform(matrix=IDENTITY):
-    return tree_node("TransformNode", "t", matrix=matrix)
-
-
-def bone(matrix=IDENTITY, inverted=IDENTITY):
-    return tree_node("Bone", "b", matrix=matrix, inverted_base_bone_matrix=inverted)
+node = lambda **fields: tree_node("Node", "n", **fields)
+transform = lambda matrix=IDENTITY: tree_node("TransformNode", "t", matrix=matrix)
+bone = lambda matrix=IDENTITY, inverted=IDENTITY: tree_node("Bone", "b", matrix=matrix, inverted_base_bone_matrix=inverted)
 
 
 def visibility(*entries):
     return tree_node("ArgVisibilityNode", "v", arguments=[{"argument": a, "ranges": ranges} for a, ranges in entries])
 
 
-def lod(*levels):
-    return tree_node("LodNode", "l", levels=levels)
-
-
-def _split(keys):
-    return [(key[0], list(key[1:])) for key in keys]
+lod = lambda *levels: tree_node("LodNode", "l", levels=levels)
+_split = lambda keys: [(key[0], list(key[1:])) for key in keys]
 
 
 def animation(kind, positions=(), rotations=(), scales=(), **fields):

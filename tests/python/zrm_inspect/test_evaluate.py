@@ -14,8 +14,7 @@ ARC = (round(math.sqrt(3), 6), 1, 0)  # (2, 0, 0), turned by 30 degrees
 POSITION, ROTATION, SCALE = (f"Arg{kind}Node" for kind in ("Position", "Rotation", "Scale"))
 
 
-def moved(x=0, y=0, z=0):
-    return [*IDENTITY[:3], [x, y, z, 1.0]]
+moved = lambda x=0, y=0, z=0: [*IDENTITY[:3], [x, y, z, 1.0]]
 
 
 LOCAL = [  # a node, the value of argument 0, a point and where it goes

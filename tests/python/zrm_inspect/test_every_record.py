@@ -25,8 +25,7 @@ def content(value):
     return [content(entry) for entry in value] if isinstance(value, (list, tuple)) else value
 
 
-def listed(value):
-    return value if isinstance(value, list) else [value]
+listed = lambda value: value if isinstance(value, list) else [value]
 
 
 @pytest.mark.parametrize("file", [EVERY_RECORD, whole_script().file])

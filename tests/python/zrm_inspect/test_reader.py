@@ -139,8 +139,7 @@ def test_changed_bytes_raise_nothing_else():
     assert legal > 60  # most bytes are floats, which may hold anything
 
 
-def bent(number, weight):
-    return skin([0], [[0, 0, 0, packed(0, number, 0, 0), 0, 0, 1, 1, weight, 0, 0]] * 3)
+bent = lambda number, weight: skin([0], [[0, 0, 0, packed(0, number, 0, 0), 0, 0, 1, 1, weight, 0, 0]] * 3)
 
 
 UNUSABLE = [  # something drawn, its format, the warnings, why it can't be evaluated
