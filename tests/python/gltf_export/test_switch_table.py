@@ -32,5 +32,4 @@ def test_the_printed_table(folder, capsys):
     _, headings, *lines = capsys.readouterr().out.splitlines()
     assert [line.split("  ")[1] for line in lines] == ["all off", *switch_table.SWITCHES, "all on"]
     assert len({len(line) for line in (headings, *lines)}) == 1, "columns stand under their headings"
-    assert lines[-1].split()[2:] == switch_table.measure(zrm_inspect.read_file("tables/all_on.zrm")).cells()
     assert switch_table.main(["missing.gltf", "tables"]) == 1
