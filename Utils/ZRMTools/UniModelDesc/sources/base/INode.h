@@ -18,11 +18,4 @@ public:
     /// A copy of this object, made through the registry under the name of its type.
     virtual ObjectPtr<INode> clone() const;
 };
-
-/// A copy of a node as what it is known as.
-template <class T>
-ObjectPtr<T> cloneAs(const T& node)
-{
-    return cast<T>(node.clone());
-}
 } // namespace model

@@ -43,16 +43,9 @@ public:
     void setPositionChannels(zr::vector<PositionChannel> channels) { positionChannels = std::move(channels); }
     void setRotationChannels(zr::vector<RotationChannel> channels) { rotationChannels = std::move(channels); }
     void setScaleChannels(zr::vector<ScaleChannel> channels) { scaleChannels = std::move(channels); }
-    const zr::vector<PositionChannel>& getPositionChannels() const { return positionChannels; }
-    const zr::vector<RotationChannel>& getRotationChannels() const { return rotationChannels; }
-    const zr::vector<ScaleChannel>& getScaleChannels() const { return scaleChannels; }
     void setBasePosition(const vec3d& value) { basePosition = value; }
     void setBaseRotation(const vec4d& value) { baseRotation = value; }
     void setBaseScale(const vec3d& value) { baseScale = value; }
-    const vec3d& getBasePosition() const { return basePosition; }
-    const vec4d& getBaseRotation() const { return baseRotation; }
-    const vec4d& getBaseScaleRotation() const { return baseScaleRotation; }
-    const vec3d& getBaseScale() const { return baseScale; }
 
     /// The name in files goes by the channel lists that are not empty.
     u32 getKind() const override;
