@@ -67,8 +67,9 @@ TEST(Vertices, UnevenDataAreRefusedWhereverTheyWouldBeRead)
 TEST(Vertices, FloatsAsIndicesOfEntriesAndAsArguments)
 {
     constexpr f32 kInfinity = std::numeric_limits<f32>::infinity();
-    constexpr f32 kValues[] = {2.4f,          2.5f,  0.49999997f, -1.4f,     -1.5f,      8388609,
-                               4294967040.0f, -3e9f, 1e30f,       kInfinity, -kInfinity, kInfinity - kInfinity};
+    constexpr f32 kValues[] = {2.4f,  2.5f,      0.49999997f,   -1.4f,
+                               -1.5f, 8388609,   4294967040.0f, -3e9f,
+                               1e30f, kInfinity, -kInfinity,    std::numeric_limits<f32>::quiet_NaN()};
     constexpr u32 kEntries[] = {2,           3,        0,        0,        kNoEntry, 8388609,
                                 4294967040u, kNoEntry, kNoEntry, kNoEntry, kNoEntry, kNoEntry};
     constexpr u32 kArguments[] = {2, 2, 0, ~0u, ~0u, 8388609, 4294967040u, 0x80000000u, ~0u, ~0u, 0x80000000u, 0};
