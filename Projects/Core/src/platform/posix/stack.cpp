@@ -19,7 +19,7 @@ constexpr std::size_t kFrames = 65535;
                                    void* context)
 {
 #ifdef ZR_STD_STACKTRACE
-    const auto stack = std::stacktrace::current(skip + 1, kFrames);
+    const auto stack = std::stacktrace::current(static_cast<std::stacktrace::size_type>(skip + 1), kFrames);
     const std::string text = stack.empty() ? std::string() : std::to_string(stack);
 #else
     const boost::stacktrace::stacktrace stack(skip + 1, kFrames);
