@@ -10,7 +10,7 @@ import pytest
 from support.process import run_python
 
 HEAD = "import gc, os, sys, threading\nimport pyzrm_313 as zrm\n"
-LINE = r"1970-01-01 00:00:0\d\.\d{3} %s PYZRM_313 \(\d+\): %s\n"
+LINE = r"1970-01-01 \d\d:\d\d:\d\d\.\d{3} %s PYZRM_313 \(\d+\): %s\n"
 
 
 def run(program, **options):
