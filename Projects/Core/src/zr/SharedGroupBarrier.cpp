@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
-#include <zr/tasks/pools.h>
+#include <zr/tasks/ProcessPool.h>
 
 namespace zr
 {
@@ -11,6 +11,8 @@ namespace
 {
 /// The longest single wait; a system's timer need not reach further.
 constexpr std::chrono::milliseconds kSlice{86400000};
+
+constinit ProcessPool pool{sizeof(SharedGroupBarrier), 2048, "Projects/Core/src/zr/SharedGroupBarrier"};
 } // namespace
 
 SharedGroupBarrier::SharedGroupBarrier(std::string_view text) noexcept
@@ -21,13 +23,13 @@ SharedGroupBarrier::SharedGroupBarrier(std::string_view text) noexcept
 
 BarrierPtr SharedGroupBarrier::create(std::string_view name)
 {
-    return BarrierPtr(barrierPool().create<SharedGroupBarrier>(name));
+    return BarrierPtr(pool.create<SharedGroupBarrier>(name));
 }
 
 void SharedGroupBarrier::Deleter::operator()(SharedGroupBarrier* barrier) const
 {
     barrier->wait();
-    barrierPool().destroy(barrier);
+    pool.destroy(barrier);
 }
 
 void SharedGroupBarrier::done()

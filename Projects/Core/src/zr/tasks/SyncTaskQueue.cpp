@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include <zr/log/Log.h>
-#include <zr/tasks/pools.h>
+#include <zr/tasks/ProcessPool.h>
 #include <zr/threads/SpinWait.h>
 #include <zr/threads/thread.h>
 
@@ -15,6 +15,8 @@ using Clock = std::chrono::steady_clock;
 
 /// Seconds; a task that takes more is named in the log.
 constexpr f64 kLongTask = 0.004;
+
+constinit ProcessPool pool{sizeof(MainTask), 1024, "Projects/Core/src/zr/tasks/MainTask"};
 
 f64 secondsBetween(Clock::time_point start, Clock::time_point end)
 {
@@ -57,7 +59,7 @@ public:
     ~Settling()
     {
         const BarrierPtr group = std::move(task->barrier);
-        mainTaskPool().destroy(task);
+        pool.destroy(task);
         pending.fetch_sub(1, std::memory_order_release);
         if (group) group->done();
     }
@@ -83,7 +85,7 @@ SyncTaskQueue::~SyncTaskQueue()
 
 void SyncTaskQueue::push(std::function<void()> function, const BarrierPtr& barrier, std::string_view name)
 {
-    MainTask* const task = mainTaskPool().create<MainTask>(barrier, name);
+    MainTask* const task = pool.create<MainTask>(barrier, name);
     task->function = std::move(function);
     link(task);
 }
@@ -91,7 +93,7 @@ void SyncTaskQueue::push(std::function<void()> function, const BarrierPtr& barri
 void SyncTaskQueue::push(MainTask::PlainFunction function, void* context, const BarrierPtr& barrier,
                          std::string_view name)
 {
-    MainTask* const task = mainTaskPool().create<MainTask>(barrier, name);
+    MainTask* const task = pool.create<MainTask>(barrier, name);
     task->plain = function;
     task->context = context;
     link(task);

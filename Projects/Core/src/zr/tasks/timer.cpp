@@ -10,7 +10,7 @@
 
 #include <platform/clock.h>
 #include <zr/log/Log.h>
-#include <zr/tasks/pools.h>
+#include <zr/tasks/ProcessPool.h>
 
 namespace zr
 {
@@ -19,6 +19,8 @@ namespace
 /// Seconds: the wait without entries, and the shortest one.
 constexpr f64 kLongestWait = 1000.0;
 constexpr f64 kShortestWait = 0.0011;
+
+constinit ProcessPool pool{sizeof(TimerEntry), 128, "Projects/Core/src/zr/tasks/timer"};
 
 std::atomic<u32> nextTimer{0};
 std::atomic<u64> nextEntry{1};
@@ -34,7 +36,7 @@ f64 now()
 
 void TimerEntry::Deleter::operator()(TimerEntry* entry) const noexcept
 {
-    timerEntryPool().destroy(entry);
+    pool.destroy(entry);
 }
 
 Timer::Timer(ITimerTargets& timerTargets) : state(std::make_shared<State>())
@@ -63,7 +65,7 @@ void Timer::stop()
 u64 Timer::add(TimerKind kind, std::function<bool()> function, f64 interval)
 {
     const u64 id = nextEntry.fetch_add(1);
-    EntryPtr entry(timerEntryPool().create<TimerEntry>(kind, std::move(function), interval, id));
+    EntryPtr entry(pool.create<TimerEntry>(kind, std::move(function), interval, id));
     {
         const std::lock_guard guard(state->lock);
         state->entries.push_back(std::move(entry));
