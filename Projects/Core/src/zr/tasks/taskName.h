@@ -12,7 +12,7 @@ namespace zr
 class TaskName
 {
 public:
-    explicit TaskName(std::string_view name) noexcept : length(static_cast<u8>(name.copy(text.data(), text.size()))) {}
+    explicit TaskName(std::string_view name) noexcept { length = static_cast<u8>(name.copy(text.data(), text.size())); }
     std::string_view view() const noexcept { return {text.data(), length}; }
 
 private:
