@@ -24,6 +24,27 @@ struct FileHandle
 /// created whether this call made the file; false for one that it made at the end of a symbolic link
 Error openForWriting(const char* path, FileHandle& file, bool& created) noexcept;
 
+/// Opens a regular file for reading at its start; anything else is refused unopened.
+///
+/// inOrder  promises that the file will be read from its start to its end
+Error openForReading(const char* path, bool inOrder, FileHandle& file) noexcept;
+
+/// Reads at the file's position, which moves on by what was read.
+///
+/// count the bytes read, less than `size` at the end of the file or after an error
+Error readNext(FileHandle file, void* destination, std::uint64_t size, std::uint64_t& count) noexcept;
+
+/// Reads at `offset`; the position stays. Any number of threads may read one file so.
+Error readAt(FileHandle file, std::uint64_t offset, void* destination, std::uint64_t size,
+             std::uint64_t& count) noexcept;
+
+Error getFileSize(FileHandle file, std::uint64_t& size) noexcept;
+
+Error getPosition(FileHandle file, std::uint64_t& position) noexcept;
+/// A position may lie behind the end of the file.
+Error setPosition(FileHandle file, std::uint64_t position) noexcept;
+Error movePosition(FileHandle file, std::int64_t distance) noexcept;
+
 /// Whether this process may make a file of `size` bytes. To write on past that limit would end the process.
 Error checkFileSize(std::uint64_t size) noexcept;
 
@@ -54,6 +75,26 @@ Error closeFile(FileHandle file) noexcept;
 
 /// Removes the file, or the symbolic link, at `path`.
 Error removeFile(const char* path) noexcept;
+
+/// What stands at a path, or at the end of the symbolic link there.
+struct PathInfo
+{
+    enum class Kind
+    {
+        kFile,
+        kDirectory,
+        kOther, ///< a pipe, a socket, a device
+    };
+
+    Kind kind = Kind::kOther;
+    std::uint64_t size = 0;   ///< of a file, in bytes
+    std::int64_t seconds = 0; ///< of the last change of its content, since the Unix epoch
+    /// Together they tell whether two paths lead to one and the same thing.
+    std::uint64_t device = 0;
+    std::uint64_t node = 0;
+};
+
+Error getPathInfo(const char* path, PathInfo& info) noexcept;
 
 /// Whether anything, a directory too, stands at `path`.
 bool pathExists(const char* path) noexcept;
