@@ -33,6 +33,13 @@ RefPtr<SharedBuffer> SharedBuffer::create(u64 size)
     return RefPtr<SharedBuffer>(new (memory) SharedBuffer(size));
 }
 
+RefPtr<SharedBuffer> SharedBuffer::tryCreate(u64 size)
+{
+    if (size > std::numeric_limits<u64>::max() - sizeof(SharedBuffer)) return nullptr;
+    void* const memory = std::malloc(sizeof(SharedBuffer) + size);
+    return memory ? RefPtr<SharedBuffer>(new (memory) SharedBuffer(size)) : nullptr;
+}
+
 void SharedBuffer::destroy() noexcept
 {
     this->~SharedBuffer();

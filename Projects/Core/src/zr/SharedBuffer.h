@@ -10,6 +10,8 @@ class SharedBuffer final : public RefCountedImpl<IBuffer>
 public:
     /// The content is arbitrary. Exhaustion of memory ends the process.
     static RefPtr<SharedBuffer> create(u64 size);
+    /// The same for a size that somebody else states: null if the heap has no such block.
+    static RefPtr<SharedBuffer> tryCreate(u64 size);
 
     u8* data() noexcept { return reinterpret_cast<u8*>(this + 1); }
     const u8* data() const noexcept override { return reinterpret_cast<const u8*>(this + 1); }
