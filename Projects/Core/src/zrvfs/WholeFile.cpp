@@ -1,37 +1,60 @@
 #include <zrvfs/WholeFile.h>
 
 #include <platform/files.h>
+#include <zr/log/Log.h>
+#include <zrvfs/RealPath.h>
+#include <zrvfs/fileErrors.h>
 
 namespace zrvfs
 {
 namespace
 {
 /// Writes over what the file holds, in place, so that the file keeps its links and rights.
-bool replaceContent(platform::FileHandle file, const void* data, std::size_t size)
+platform::Error replaceContent(platform::FileHandle file, const void* data, std::size_t size)
 {
     bool reserved;
-    if (platform::reserveSpace(file, size, reserved)) return false;
+    if (const platform::Error error = platform::reserveSpace(file, size, reserved)) return error;
     // Without a promise the old content goes first, as the new may need its room.
-    if (!reserved && platform::setFileSize(file, 0)) return false;
+    if (!reserved)
+        if (const platform::Error error = platform::setFileSize(file, 0)) return error;
     std::size_t written;
-    const bool complete = !platform::writeAll(file, data, size, written);
+    const platform::Error error = platform::writeAll(file, data, size, written);
     // Nothing old may stand behind the new, least of all behind a part of it.
-    return !platform::setFileSize(file, written) && complete;
+    const platform::Error cut = platform::setFileSize(file, written);
+    return error ? error : cut;
+}
+
+platform::Error writeAndClose(platform::FileHandle file, const void* data, std::size_t size)
+{
+    const platform::Error error = replaceContent(file, data, size);
+    const platform::Error closed = platform::closeFile(file);
+    return error ? error : closed;
 }
 } // namespace
 
-bool writeWholeFile(const char* path, const void* data, zr::u64 size, bool /*quiet*/)
+bool writeWholeFile(std::string_view path, const void* data, zr::u64 size, bool quiet)
 {
     constexpr zr::u64 kMaxSize = 0xFFFFFFFF;
-    if (!path || path[0] == '/' || size > kMaxSize) return false;
-    if (platform::checkFileSize(size)) return false;
+    if (isVirtualPath(path) || path.find('\0') != path.npos || size > kMaxSize) return false;
+    const zr::string name(path);
     platform::FileHandle file;
-    bool created;
-    if (platform::openForWriting(path, file, created)) return false;
-    const bool complete = replaceContent(file, data, static_cast<std::size_t>(size));
-    const bool closed = !platform::closeFile(file);
-    if (complete && closed) return true;
-    if (created) static_cast<void>(platform::removeFile(path));
+    bool created = false;
+    platform::Error error = platform::checkFileSize(size);
+    if (!error)
+    {
+        error = platform::openForWriting(name.c_str(), file, created);
+        if (error)
+        {
+            reportFileError(path, error, "CreateFile(REWRITE)");
+            if (!quiet)
+                ZR_LOG(zr::log::kCoreTag, zr::log::kError, "Can't open file '%.*s' from real path fs.", ZR_VIEW(path));
+            return false;
+        }
+        error = writeAndClose(file, data, static_cast<std::size_t>(size));
+    }
+    if (!error) return true;
+    reportFileError(path, error, "WriteFile(%lld)", static_cast<long long>(size));
+    if (created) static_cast<void>(platform::removeFile(name.c_str()));
     return false;
 }
 } // namespace zrvfs

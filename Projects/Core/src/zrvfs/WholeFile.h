@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include <zr/types.h>
 
 namespace zrvfs
@@ -9,13 +11,13 @@ namespace zrvfs
 ///
 /// path      UTF-8; one that begins with "/" is virtual and gives false, as the virtual tree is read-only
 /// size      at most 0xFFFFFFFF, the 32-bit count of a file write; more gives false before anything is touched
-/// quiet     asks for no log line about a file that cannot be opened (nothing is logged so far)
-/// returns   whether every byte was written and the system took them
+/// quiet     saves one of the two lines about a file that cannot be opened; what the system refused is logged in any
+/// case returns   whether every byte was written and the system took them
 ///
 /// When there is no room for the new bytes, on the disk, in a quota or below the process's limit of a file's size, the
 /// old file stays as it was. It is lost only if the disk itself fails, or the file system can't reserve room and then
 /// has none. A new file that could not be written whole is removed.
 ///
 /// Only regular files are written: a directory, a pipe or a device gives false. Never throws, never blocks on a pipe.
-bool writeWholeFile(const char* path, const void* data, zr::u64 size, bool quiet);
+bool writeWholeFile(std::string_view path, const void* data, zr::u64 size, bool quiet);
 } // namespace zrvfs
