@@ -72,24 +72,23 @@ private:
         const zr::string directory = join(root, below);
         Level level{below, {}, 0, {}};
         platform::Error error = platform::getPathInfo(directory.c_str(), level.info);
-        if (!error && !mayEnter(level.info))
-        {
-            ZR_LOG(zr::log::kCoreTag, zr::log::kWarning, "Left out, as links lead there in circles: %s",
-                   directory.c_str());
-            return;
-        }
+        if (!error && !mayEnter(level.info, directory)) return;
         if (!error) error = listRealDirectory(directory, level.names);
         if (error) reportFileError(directory, error, "FindFirstFileEx()");
         way.push_back(std::move(level));
     }
 
-    bool mayEnter(const platform::PathInfo& info)
+    bool mayEnter(const platform::PathInfo& info, const zr::string& directory)
     {
         const auto isSame = [&info](const Level& level)
         { return level.info.node == info.node && level.info.device == info.device; };
-        if (std::any_of(way.begin(), way.end(), isSame)) return false;
         // Nodes of two devices can have one number; they share the bound then.
-        return ++visits[info.node] <= kMaxVisits;
+        const zr::u32 visit = ++visits[info.node];
+        const bool isRound = std::any_of(way.begin(), way.end(), isSame);
+        if (isRound ? visit == 2 : visit == kMaxVisits + 1) // of many refusals, one is told
+            ZR_LOG(zr::log::kCoreTag, zr::log::kWarning, "Left out, as links lead there again and again: %s",
+                   directory.c_str());
+        return !isRound && visit <= kMaxVisits;
     }
 
     zr::vector<Level> way;
