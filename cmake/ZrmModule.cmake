@@ -11,7 +11,7 @@ list(FILTER module_sources EXCLUDE REGEX "${bindings}/compute/")
 
 # NO_EXTRAS: neither link-time optimization nor stripping, so the wheel and the tested build hold the same code.
 pybind11_add_module(pyzrm_313 MODULE NO_EXTRAS ${module_sources})
-target_link_libraries(pyzrm_313 PRIVATE facade_math zrm_flags)
+target_link_libraries(pyzrm_313 PRIVATE facade_math zrvfs zrm_flags)
 # Hidden visibility does not reach what the standard library's headers instantiate here; the linker script does.
 set(exports "${CMAKE_CURRENT_LIST_DIR}/exports.map")
 target_link_options(pyzrm_313 PRIVATE "-Wl,--version-script=${exports}")

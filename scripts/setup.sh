@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Brings in what a build needs, where it is missing: system packages, parallel-hashmap, Python 3.13 and its environment.
-#   scripts/setup.sh [libraries | environment | module | all | bench]
+#   scripts/setup.sh [libraries | environment | module | all | fuzz | bench]
 # libraries: what `pip install .` needs; environment: build/venv; module: both; all: what tests need too; bench: and the
-# libraries that the benchmarks compare the core with.
+# libraries that the benchmarks compare the core with; fuzz: and clang with its runtime.
 # A process of its own for ./dev: a step that fails ends it, wherever ./dev called it. What a step leaves behind is built
 # beside its place and moved there whole. Every step costs next to nothing when nothing changed.
 set -euo pipefail
@@ -14,6 +14,7 @@ phmap_package=libparallel-hashmap-dev
 # ccache is for the tests, which compile the wheel anew; it comes with the first build, whose objects it then has.
 build_packages=(cmake ninja-build ccache)
 test_packages=(libgtest-dev libbenchmark-dev)
+fuzz_packages=(clang libclang-rt-dev)
 peer_packages=(libspdlog-dev libtbb-dev libboost-dev)
 
 die() {
@@ -190,6 +191,7 @@ case $wanted in
     libraries) setup_packages ;;
     module) setup_packages "${build_packages[@]}" ;;
     all) setup_packages "${build_packages[@]}" "${test_packages[@]}" ;;
+    fuzz) setup_packages "${build_packages[@]}" "${test_packages[@]}" "${fuzz_packages[@]}" ;;
     bench) setup_packages "${build_packages[@]}" "${test_packages[@]}" "${peer_packages[@]}" ;;
     environment) ;;
     *) die "nothing called $wanted can be set up" ;;

@@ -67,3 +67,15 @@ run_python_asan() {
 run_python_tsan() {
     TSAN_OPTIONS="suppressions='$PWD/tests/tsan.supp'" run_preloaded tsan libtsan.so libstdc++.so -- "$@"
 }
+
+# fuzz_target TARGET SECONDS: fails with the first finding, and says how much was tried.
+fuzz_target() {
+    local target=$1 seconds=$2 log=build/fuzz/$1.log status=0
+    mkdir -p "build/fuzz/corpus/$target"
+    # A size that no heap has is refused as it would be outside of the sanitizer.
+    ASAN_OPTIONS=allocator_may_return_null=1 "build/fuzz/fuzz/fuzz_$target" -max_total_time="$seconds" -print_final_stats=1 \
+        -rss_limit_mb=4096 -artifact_prefix="build/fuzz/findings/$target-" "build/fuzz/corpus/$target" > "$log" 2>&1 || status=$?
+    echo "$target: $(sed -n 's/^stat::number_of_executed_units: //p' "$log") executions in $seconds s"
+    if [ $status -ne 0 ]; then tail -n 40 "$log"; fi
+    return $status
+}

@@ -1,3 +1,5 @@
+#include <zrvfs/VFSManager.h>
+
 #include "base/ObjectRegistry.h"
 #include "bind/Binder.h"
 #include "finishing/Finishing.h"
@@ -15,6 +17,9 @@
 
 namespace pyzrm
 {
+/// The tree of mounts comes with the module and stands ready, though nothing mounts into it here.
+[[maybe_unused]] static const zrvfs::Manager& tree = zrvfs::manager();
+
 /// Ignores a name that is none of the six.
 static void enableModelOptimization(const zr::string& name, bool enable)
 {
