@@ -22,7 +22,12 @@ ROOMS: dict[str, tuple[str, str]] = {  # room: (beginnings of paths below the ro
     "platform": ("platform/", ""),
     "zr": ("zr/", "platform"),
     "zr_private": ("zr_private/", "platform zr"),
-    "zrvfs": ("zrvfs/", "platform zr zr_private"),
+    "zrvfs": ("zrvfs/", "platform zr"),
+    "formats": ("zrvfs/Drivers/ZipArchive. zrvfs/Drivers/ZRCZArchive.", CORE),
+    "providers": ("zrvfs/Drivers/DataProviders/", f"{CORE} formats"),
+    "real_files": ("zrvfs/RealFiles.", f"{CORE} providers"),
+    "drivers": ("zrvfs/Drivers/", f"{CORE} formats providers real_files"),
+    "tree_of_mounts": ("zrvfs/VFSManager. zrvfs/LuaSource.", f"{CORE} providers real_files drivers"),
     "types": ("base/types.h", "zr"),
     "base": ("base/", f"{CORE} types"),
     "io": ("io/", f"{CORE} types"),
@@ -43,7 +48,7 @@ ROOMS: dict[str, tuple[str, str]] = {  # room: (beginnings of paths below the ro
     "inc": ("inc/", FACADES),
     "blocks": ("blocks/", f"{FACADES} inc"),
     "facades": ("facades/", f"{FACADES} zr_private inc"),
-    "bind": ("bind/ module.cpp", f"{FACADES} inc"),
+    "bind": ("bind/ module.cpp", f"{FACADES} inc tree_of_mounts"),
 }
 ROOTS = [
     Path(__file__).resolve().parents[1] / folder
