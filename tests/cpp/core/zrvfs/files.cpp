@@ -66,6 +66,20 @@ TEST_F(RealFiles, SmallOnesAreCopiedAndLargeOnesMapped)
     EXPECT_TRUE(chunks->read(nullptr, &size) == nullptr && size == 0);
 }
 
+TEST_F(RealFiles, SizesHaveSixtyFourBits)
+{
+    constexpr zr::u64 kSize = 0x1'4000'0000; // a hole but for its last byte
+    const auto writeLast = openRealFile("f", 1, true);
+    ASSERT_TRUE(writeLast && writeLast->seek(kSize - 1) && writeLast->write("x", 1) == 1);
+    bool found;
+    const zr::BufferRef mapped = readRealFile("f", found, false);
+    ASSERT_TRUE(mapped && mapped->size() == kSize);
+    EXPECT_EQ(mapped->data()[kSize - 1], 'x');
+    const FilePtr file = openRealFile("f", 0, true);
+    char last = 0;
+    EXPECT_TRUE(file->size() == kSize && file->skip(kSize - 1) && file->read(&last, 2) == 1 && last == 'x');
+}
+
 TEST_F(RealFiles, AMappedFileThatShrinksEndsNobody)
 {
     writeFile("f", std::string(0x400000, 'x'));
