@@ -30,8 +30,7 @@ void hold(bool isTrue)
     if (!isTrue) __builtin_trap();
 }
 
-/// The content of a whole stream, decompressed in one call; at most `stated` bytes of it for zlib. None for another
-/// one.
+/// The content of a whole stream, inflated in one call. None of another one, or of one that holds more than was stated.
 std::optional<Bytes> inflated(std::span<const zr::u8> stream, std::size_t stated)
 {
     Bytes content(stated + 1);
@@ -44,16 +43,26 @@ std::optional<Bytes> inflated(std::span<const zr::u8> stream, std::size_t stated
     const int result = inflate(&state, Z_FINISH);
     content.resize(state.total_out);
     inflateEnd(&state);
-    return result == Z_STREAM_END ? std::optional(content) : std::nullopt;
+    return result == Z_STREAM_END && content.size() <= stated ? std::optional(content) : std::nullopt;
 }
 
+/// The same for zstd, in as many calls as there are bytes: its function for the whole takes blocks that are too large
+/// for their window, which its stream refuses.
 std::optional<Bytes> unpacked(std::span<const zr::u8> stream, std::size_t stated)
 {
-    const std::size_t frame = ZSTD_findFrameCompressedSize(stream.data(), stream.size());
-    if (ZSTD_isError(frame)) return std::nullopt;
     Bytes content(stated + 1);
-    content.resize(std::min(content.size(), ZSTD_decompress(content.data(), content.size(), stream.data(), frame)));
-    return content.size() <= stated ? std::optional(content) : std::nullopt;
+    ZSTD_DStream* const context = ZSTD_createDStream();
+    ZSTD_outBuffer out{content.data(), content.size(), 0};
+    std::size_t result = 1;
+    for (ZSTD_inBuffer in{stream.data(), 0, 0}; result != 0 && !ZSTD_isError(result) && in.size < stream.size();)
+    {
+        ++in.size;
+        result = ZSTD_decompressStream(context, &out, &in);
+        if (in.pos < in.size) break; // no room
+    }
+    ZSTD_freeDStream(context);
+    content.resize(out.pos);
+    return result == 0 && content.size() <= stated ? std::optional(content) : std::nullopt;
 }
 } // namespace
 
