@@ -30,8 +30,7 @@ void hold(bool isTrue)
     if (!isTrue) __builtin_trap();
 }
 
-/// The content of a whole stream, decompressed in one call; at most `stated` bytes of it for zlib. None for another
-/// one.
+/// The content of a whole stream, inflated in one call. None of another one, or of one that holds more than was stated.
 std::optional<Bytes> inflated(std::span<const zr::u8> stream, std::size_t stated)
 {
     Bytes content(stated + 1);
