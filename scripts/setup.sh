@@ -13,9 +13,9 @@ deps=build/deps
 phmap_package=libparallel-hashmap-dev
 # ccache is for the tests, which compile the wheel anew; it comes with the first build, whose objects it then has.
 build_packages=(cmake ninja-build ccache)
-test_packages=(libgtest-dev libbenchmark-dev)
+test_packages=(libgtest-dev libbenchmark-dev zip p7zip-full libarchive-tools)
 fuzz_packages=(clang libclang-rt-dev)
-peer_packages=(libspdlog-dev libtbb-dev libboost-dev)
+peer_packages=(libspdlog-dev libtbb-dev libboost-dev libphysfs-dev libzip-dev)
 
 die() {
     printf '%s\n' "$@" >&2
