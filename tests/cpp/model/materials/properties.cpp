@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <locale>
 
 #include "Builders.h"
 #include "Random.h"
@@ -21,6 +22,29 @@ zr::string nameOf(u32 number)
     return ("a name of some length " + std::to_string(number)).c_str();
 }
 } // namespace
+
+// A host may have set a locale of C++, which not even the process's environment knows.
+TEST(Property, TextsAreOfNoLocale)
+{
+    struct Comma : std::numpunct<char>
+    {
+        char do_decimal_point() const override { return ','; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const auto argument = create<ArgumentProperty>();
+    argument->setName("n");
+    argument->setArgument(1234);
+    const std::locale before = std::locale::global(std::locale(std::locale(), new Comma));
+    const std::pair<PropertyPtr, const char*> rows[] = {
+        {argument, "n = argument(1234);"},
+        {make<UIntProperty>("n", 1234567u), "n = 1234567;"},
+        {make<StringProperty>("n", zr::string("a")), "n = \"a\";"},
+        {make<Vec4fProperty>("n", vec4f(1, 2, 3, 1234.5f)), "n = vec4(1.000000,2.000000,3.000000,1234.500000);"},
+    };
+    for (const auto& [property, text] : rows)
+        EXPECT_EQ(property->toString(), text);
+    std::locale::global(before);
+}
 
 // Short lists are compared by the plain search, long ones by another road.
 TEST(PropertyList, EqualityIsDirectedAtEveryLength)
