@@ -6,6 +6,7 @@
 #include "base/ObjectRegistry.h"
 #include "nodes/ArgAnimationNode.h"
 #include "nodes/ArgVisibilityNode.h"
+#include "nodes/Bone.h"
 
 /// The rules of the tree passes as a plain walk over everything for each step.
 namespace test::reference
@@ -73,6 +74,12 @@ private:
         const auto* animation = dynamic_cast<const ArgAnimationNode*>(&node);
         bool isPlain = visibility && visibility->hasNoRanges();
         if (node.getType() == kTransformNode) isPlain = isIdentity(transform->matrix);
+        if (node.getType() == kArgAnimatedBone && animation->hasNoKeys())
+        {
+            const auto bone = create<Bone>("model::Bone");
+            bone->matrix = animation->localMatrix(DummyArguments());
+            return bone;
+        }
         if (node.getType() == kArgAnimationNode && animation->hasNoKeys())
         {
             const matrixd m = animation->localMatrix(DummyArguments());
