@@ -1,8 +1,5 @@
-#include <cmath>
-
 #include <gtest/gtest.h>
 
-#include "compute/InnerAngle.h"
 #include "compute/Tangents.h"
 #include "compute/VisibilityRanges.h"
 
@@ -28,12 +25,6 @@ TEST(FacadeMath, VisibilityRanges)
             ranges.emplace_back(start, end);
         EXPECT_EQ(ranges, expected);
     }
-}
-
-TEST(FacadeMath, InnerAngles)
-{
-    for (const f32 outer : {-0.5f, 0.0f, 1.0f, 3.0f})
-        EXPECT_NEAR(std::tan(innerAngle(outer, 0.25f) / 2.0f), 0.75f * std::tan(outer / 2.0f), 1e-5f);
 }
 
 TEST(FacadeMath, TangentSpace)

@@ -6,7 +6,6 @@
 #include "base/ObjectRegistry.h"
 #include "nodes/ArgAnimationNode.h"
 #include "nodes/ArgVisibilityNode.h"
-#include "nodes/Bone.h"
 
 /// The rules of the tree passes as a plain walk over everything for each step.
 namespace test::reference
@@ -74,17 +73,12 @@ private:
         const auto* animation = dynamic_cast<const ArgAnimationNode*>(&node);
         bool isPlain = visibility && visibility->hasNoRanges();
         if (node.getType() == kTransformNode) isPlain = isIdentity(transform->matrix);
-        if (node.getType() == kArgAnimatedBone && animation->hasNoKeys())
-        {
-            const auto bone = create<Bone>("model::Bone");
-            bone->matrix = animation->localMatrix(DummyArguments());
-            return bone;
-        }
-        if (node.getType() == kArgAnimationNode && animation->hasNoKeys())
+        if (animation && animation->hasNoKeys())
         {
             const matrixd m = animation->localMatrix(DummyArguments());
-            isPlain = isIdentity(m);
-            const auto replacement = create<TransformNode>("model::TransformNode");
+            const bool isBone = node.getType() == kArgAnimatedBone;
+            isPlain = !isBone && isIdentity(m);
+            const auto replacement = create<TransformNode>(isBone ? "model::Bone" : "model::TransformNode");
             replacement->matrix = m;
             if (!isPlain) return replacement;
         }

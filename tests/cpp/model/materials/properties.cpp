@@ -29,7 +29,6 @@ TEST(Property, TextsAreOfNoLocale)
     struct Comma : std::numpunct<char>
     {
         char do_decimal_point() const override { return ','; }
-        std::string do_grouping() const override { return "\3"; }
     };
     const auto argument = create<ArgumentProperty>();
     argument->setName("n");
