@@ -30,13 +30,8 @@ TEST(Property, TextsAreOfNoLocale)
     {
         char do_decimal_point() const override { return ','; }
     };
-    const auto argument = create<ArgumentProperty>();
-    argument->setName("n");
-    argument->setArgument(1234);
     const std::locale before = std::locale::global(std::locale(std::locale(), new Comma));
     const std::pair<PropertyPtr, const char*> rows[] = {
-        {argument, "n = argument(1234);"},
-        {make<UIntProperty>("n", 1234567u), "n = 1234567;"},
         {make<StringProperty>("n", zr::string("a")), "n = \"a\";"},
         {make<Vec4fProperty>("n", vec4f(1, 2, 3, 1234.5f)), "n = vec4(1.000000,2.000000,3.000000,1234.500000);"},
     };
