@@ -31,12 +31,8 @@ TEST(Property, TextsAreOfNoLocale)
         char do_decimal_point() const override { return ','; }
     };
     const std::locale before = std::locale::global(std::locale(std::locale(), new Comma));
-    const std::pair<PropertyPtr, const char*> rows[] = {
-        {make<StringProperty>("n", zr::string("a")), "n = \"a\";"},
-        {make<Vec4fProperty>("n", vec4f(1, 2, 3, 1234.5f)), "n = vec4(1.000000,2.000000,3.000000,1234.500000);"},
-    };
-    for (const auto& [property, text] : rows)
-        EXPECT_EQ(property->toString(), text);
+    const auto property = make<Vec4fProperty>("n", vec4f(1, 2, 3, 1234.5f));
+    EXPECT_EQ(property->toString(), "n = vec4(1.000000,2.000000,3.000000,1234.500000);");
     std::locale::global(before);
 }
 
