@@ -15,14 +15,6 @@ import pyzrm_313 as zrm
 import zrm_inspect
 from zrm_inspect import model as records
 
-SWITCHES = (
-    "optimizeTransformations",
-    "mergePopertiesSets",
-    "optimizeTextureChannels",
-    "mergeNodes",
-    "extremlyOptimizeMeshes",
-    "optimizeVertexCache",
-)
 COLOURS = ("#4477aa", "#ee6677", "#228833", "#ccbb44", "#66ccee", "#aa3377")
 PANEL_WIDTH, PANEL_HEIGHT, LINE = 360, 240, 20
 
@@ -229,7 +221,7 @@ PICTURES: list[tuple[str, Callable[[], zrm.Model], Callable[[zrm_inspect.ZrmFile
 
 
 def saved(build: Callable[[], zrm.Model], switches: tuple[str, ...]) -> zrm_inspect.ZrmFile:
-    for switch in SWITCHES:
+    for switch, _, _ in PICTURES:
         zrm.enable_model_optimization(switch, switch in switches)
     if text := build().save("picture.zrm", 10):
         raise RuntimeError(text)

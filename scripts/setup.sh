@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Brings in what a build needs, where it is missing: system packages, parallel-hashmap, Python 3.13 and its environment.
 #   scripts/setup.sh [libraries | environment | module | all | fuzz | bench]
-# libraries: what `pip install .` needs; environment: build/venv; module: both; all: what tests need too; bench: and the
-# libraries that the benchmarks compare the core with; fuzz: and clang with its runtime.
+# libraries: what `pip install .` needs; environment: build/venv; module: both; all: what tests need too; bench: and what
+# the benchmarks compare ours with; fuzz: and clang with its runtime.
 # A process of its own for ./dev: a step that fails ends it, wherever ./dev called it. What a step leaves behind is built
 # beside its place and moved there whole. Every step costs next to nothing when nothing changed.
 set -euo pipefail
@@ -15,7 +15,7 @@ phmap_package=libparallel-hashmap-dev
 build_packages=(cmake ninja-build ccache)
 test_packages=(libgtest-dev libbenchmark-dev zip p7zip-full libarchive-tools)
 fuzz_packages=(clang libclang-rt-dev)
-peer_packages=(libspdlog-dev libtbb-dev libboost-dev libphysfs-dev libzip-dev)
+peer_packages=(libspdlog-dev libtbb-dev libboost-dev libphysfs-dev libzip-dev gltfpack)
 
 die() {
     printf '%s\n' "$@" >&2

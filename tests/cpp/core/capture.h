@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -65,6 +66,7 @@ inline std::string onTerminal(const std::string& typed, const std::function<void
             _exit(0);
         }
         dprintf(STDOUT_FILENO, "\nend: %d\n", endOf(child));
+        signal(SIGHUP, SIG_DFL); // nohup leaves it ignored
         pause();
     }
     std::string shown(write(terminal, typed.data(), typed.size()) < 0 ? "could not type" : "");

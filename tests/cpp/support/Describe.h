@@ -8,6 +8,7 @@
 #include "RootNode.h"
 #include "nodes/FakeOmniLights.h"
 #include "nodes/FakeSpotLights.h"
+#include "nodes/FakeSpotLights3Node.h"
 #include "nodes/NumberNode.h"
 #include "nodes/SegmentsNode.h"
 #include "nodes/ShellNode.h"
@@ -117,6 +118,7 @@ private:
             for (const auto& part : number->numbers)
                 for (const NumberControl& entry : part)
                     out << (&entry == part.data() ? " controls " : "/") << entry.uArgument;
+        if (const auto* spots = dynamic_cast<const FakeSpotLights3Node*>(&node)) mesh(spots->vertices, {});
         if (const auto* shell = dynamic_cast<const ShellNode*>(&node)) mesh(shell->vertices, shell->indices);
         if (const auto* segments = dynamic_cast<const SegmentsNode*>(&node))
             for (const Segment& segment : segments->segments)

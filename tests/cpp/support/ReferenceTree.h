@@ -73,11 +73,12 @@ private:
         const auto* animation = dynamic_cast<const ArgAnimationNode*>(&node);
         bool isPlain = visibility && visibility->hasNoRanges();
         if (node.getType() == kTransformNode) isPlain = isIdentity(transform->matrix);
-        if (node.getType() == kArgAnimationNode && animation->hasNoKeys())
+        if (animation && animation->hasNoKeys())
         {
             const matrixd m = animation->localMatrix(DummyArguments());
-            isPlain = isIdentity(m);
-            const auto replacement = create<TransformNode>("model::TransformNode");
+            const bool isBone = node.getType() == kArgAnimatedBone;
+            isPlain = !isBone && isIdentity(m);
+            const auto replacement = create<TransformNode>(isBone ? "model::Bone" : "model::TransformNode");
             replacement->matrix = m;
             if (!isPlain) return replacement;
         }

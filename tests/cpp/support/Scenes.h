@@ -86,10 +86,10 @@ private:
         // Above all transforms and visibility nodes: matrices that move for many rounds.
         const bool isPipe = hasPipes && random.chance(85);
         const char* name =
-            isPipe
-                ? random.pick({"model::ArgVisibilityNode", "model::TransformNode"})
-                : random.pick({"model::Node", "model::Node", "model::ArgVisibilityNode", "model::ArgAnimationNode",
-                               "model::Bone", "model::TransformNode", "model::TransformNode", "model::BillboardNode"});
+            isPipe ? random.pick({"model::ArgVisibilityNode", "model::TransformNode"})
+                   : random.pick({"model::Node", "model::Node", "model::ArgVisibilityNode", "model::ArgAnimationNode",
+                                  "model::Bone", "model::TransformNode", "model::TransformNode", "model::BillboardNode",
+                                  "model::ArgAnimatedBone"});
         const auto node = create<Node>(name);
         if (auto* transform = dynamic_cast<TransformNode*>(node.get())) transform->matrix = matrix();
         if (auto* visibility = dynamic_cast<ArgVisibilityNode*>(node.get()); visibility && random.chance(85))
@@ -98,6 +98,7 @@ private:
         {
             if (random.chance(30)) animation->basePosition = {0.25, 0.0, 7.0};
             if (random.chance(50)) animation->positionChannels = {{3, {{0.0, {1.0, 2.0, 3.0}}}}};
+            if (random.chance(30)) animation->baseRotation = {0.6, 0.0, 0.0, 0.8};
         }
         return node;
     }
@@ -156,9 +157,9 @@ private:
 
     ObjectPtr<BaseNode> renderUser()
     {
-        const auto user =
-            create<BaseRenderNode>(random.pick({"model::RenderNode", "model::RenderNode", "model::FakeOmniLightsNode",
-                                                "model::FakeSpotLightsNode", "model::NumberNode", "model::SkinNode"}));
+        const auto user = create<BaseRenderNode>(random.pick(
+            {"model::RenderNode", "model::RenderNode", "model::FakeOmniLightsNode", "model::FakeSpotLightsNode",
+             "model::NumberNode", "model::SkinNode", "model::FakeSpotLights3Node"}));
         const unsigned parts = isMerge && random.chance(95) ? 1 : 1 + random.below(3);
         if (isMerge && !random.chance(isSpecial ? 4 : 0)) user->material = materials[random.below(materials.size())];
         if (auto* render = dynamic_cast<RenderNode*>(user.get())) render->parents.resize(parts);
@@ -170,6 +171,12 @@ private:
         {
             omni->controls.resize(parts);
             fillLights(omni->lights, parts);
+        }
+        if (auto* spots = dynamic_cast<FakeSpotLights3Node*>(user.get()))
+        {
+            spots->controls.resize(parts);
+            spots->vertices[0].stride = random.pick({3u, 4u});
+            fill(spots->vertices, random.below(4), parts);
         }
         if (auto* spot = dynamic_cast<FakeSpotLightsNode*>(user.get()))
         {

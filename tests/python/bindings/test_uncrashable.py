@@ -98,12 +98,13 @@ def sweep(part, parts):
     for kind, name in METHODS[part::parts]:
         print(kind.__name__, name, flush=True)
         method, target = getattr(kind, name), make(kind)
+        owner = next(base for base in kind.__mro__ if name in vars(base))
         if name == "addTransparentPivot":  # reads nothing before the node is built
             target = pbr(kind=kind)
             model = zrm.Model()
             assert model.addRenderNode(hang(target, model)) == ""
         for value in values():
-            call(method, value)
+            assert call(method, value) is TypeError or isinstance(value, owner), f"{kind} {name} of {value!r:.99}"
             calls += sum(call(method, target, *[value] * count) is not fail for count in (1, 2, 3, 4))
     for kind in CLASSES[part::parts]:
         print(kind.__name__, "__init__", flush=True)

@@ -70,7 +70,7 @@ def random_place(rng, uneven):
 
 def random_material(rng, number):
     def texture():
-        info = {"index": int(rng.integers(MAPS)), "texCoord": int(rng.integers(2))}
+        info = {"index": int(rng.integers(MAPS)), "texCoord": 7 * int(rng.integers(2))}
         change = {"offset": rng.normal(size=2).tolist(), "rotation": rng.normal(), "scale": rng.uniform(1, 2, 2).tolist()}
         return info | ({"extensions": {"KHR_texture_transform": change}} if rng.random() < 0.5 else {})
 
@@ -94,7 +94,7 @@ def random_mesh(rng, gltf, size=1.0, joints=0):
         # Normalised, and interleaved with something else.
         signed = np.hstack([rng.integers(-32768, 32767, (count, 2)), np.zeros((count, 2))]).astype("i2")
         bits = {"bufferView": gltf.view(signed.tobytes(), byteStride=8), "componentType": 5122, "count": count, "type": "VEC2", "normalized": True}
-        primitive["attributes"]["TEXCOORD_1"] = gltf.add("accessors", bits)
+        primitive["attributes"]["TEXCOORD_7"] = gltf.add("accessors", bits)
         if joints:
             primitive["attributes"]["JOINTS_0"] = gltf.array(rng.integers(0, joints, (count, 4)), "u1")
         if rng.random() < 0.8:

@@ -7,7 +7,8 @@
 namespace pyzrm
 {
 /// Computes a tangent space from texture coordinates: tangents at right angles to the normals along u, binormals at
-/// right angles to both on the side of v. All in 32 bits, linear in vertices and triangles.
+/// right angles to both on the side of v. All in 32 bits, linear in vertices and triangles. Keeps nothing: calls on
+/// different meshes may run together.
 ///
 /// positionStride  floats of each position, of which the first three are read
 /// positions       [positionStride * vertexCount]

@@ -4,17 +4,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(InlineString, GrowsByTheRule)
-{
-    zr::InlineString<255> text(std::string(255, '.'));
-    EXPECT_EQ(text.capacity(), 255u);
-    text.append('!');
-    EXPECT_EQ(text.capacity(), 461u);
-    text.append(std::string(206, '.')); // one more than fits
-    text.clear();
-    EXPECT_EQ(text.capacity(), 832u);
-}
-
 TEST(InlineString, CopiesMovesAndPartsOfItselfKeepTheText)
 {
     for (const char* content : {"", "abc", "longer than the inline area"})

@@ -13,4 +13,5 @@ TEST(Exceptions, Texts)
     const zr::ExtException error("text", ZR_HERE);
     EXPECT_STREQ(zr::ExtException(error).what(), "text") << "without the place";
     EXPECT_STREQ(error.getFile(), "tests/cpp/core/zr/exceptions.cpp");
+    EXPECT_EQ(error.getLine(), __LINE__ - 3);
 }

@@ -33,16 +33,4 @@ ControlPlaces::Place ControlPlaces::below(const Node& node, const Place* above, 
     }
     return place;
 }
-
-bool ControlPlaces::meetAtLod(u32 a, u32 b) const
-{
-    // A region has a higher number than the one above it, so the higher of the two is never an ancestor of the other.
-    while (a != b)
-    {
-        if (a == kNoRegion || b == kNoRegion) return false;
-        u32& higher = a > b ? a : b;
-        higher = regions[higher].parent;
-    }
-    return a != kNoRegion && regions[a].isLod;
-}
 } // namespace model

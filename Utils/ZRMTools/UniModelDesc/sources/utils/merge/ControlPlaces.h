@@ -43,8 +43,6 @@ public:
     /// Costs the way up to the nearest node that was looked at before. Null is a place outside every tree.
     const Place& find(const Node* node);
     const Region& region(u32 number) const { return regions[number]; }
-    /// Whether the nearest region or level-of-detail node above both (themselves included) is a level-of-detail node.
-    bool meetAtLod(u32 a, u32 b) const;
 
 private:
     Place below(const Node& node, const Place* above, bool isAboveLod);

@@ -15,15 +15,8 @@ namespace
 {
 using Candidates = zr::vector<MergeCandidate>;
 
-/// The groups of nodes with equal `MergeCandidate::shared`: others don't come into question.
-struct Bucket
-{
-    explicit Bucket(const ControlPlaces& places) : regions(places) {}
-
-    /// The keys that take others, with the numbers of their groups, in the order of their creation.
-    zr::vector<std::pair<MergeCandidate, u32>> keys;
-    KeyRegions regions;
-};
+/// What plain nodes have to have in common besides their place among levels of detail.
+using BucketKey = std::pair<MergeCandidate::Shared, const Node*>;
 
 class Grouper
 {
@@ -33,19 +26,14 @@ public:
 
     void add(const MergeCandidate& candidate)
     {
-        if (!candidate.canJoin)
-        {
+        if (candidate.alone != kNumRefusals)
             start(candidate);
-            return;
-        }
-        Bucket& bucket = buckets.try_emplace(candidate.shared, places).first->second;
-        const u32 found = isByRegion ? findByRegion(bucket, candidate) : findByKeys(bucket, candidate);
-        if (found != kNoGroup)
+        else if (isByRegion)
+            addPlain(candidate);
+        else if (const u32 found = findByKeys(candidate); found != kNoGroup)
             groups[found].push_back(candidate.node);
-        else if (candidate.canTake)
-            addKey(bucket, candidate, start(candidate));
         else
-            start(candidate);
+            keys.emplace_back(candidate, start(candidate));
     }
 
     zr::vector<Group<BaseRenderNode>> groups;
@@ -57,34 +45,38 @@ private:
         return static_cast<u32>(groups.size() - 1);
     }
 
-    void addKey(Bucket& bucket, const MergeCandidate& key, u32 group)
+    u32 findByKeys(const MergeCandidate& candidate)
     {
-        if (!isByRegion)
-            bucket.keys.emplace_back(key, group);
-        else if (keyNodes.insert(key.node.get())
-                     .second) // what a second group of a node would take, the first one takes
-            bucket.regions.add(key.region, group);
-    }
-
-    u32 findByKeys(const Bucket& bucket, const MergeCandidate& candidate) const
-    {
-        for (const auto& [key, group] : bucket.keys)
-            if (canMerge(key, candidate, places)) return group;
+        for (const auto& [key, group] : keys)
+            if (canMerge(key, candidate, stats)) return group;
         return kNoGroup;
     }
 
-    u32 findByRegion(Bucket& bucket, const MergeCandidate& candidate) const
+    void addPlain(const MergeCandidate& candidate)
     {
+        KeyRegions& regions = buckets.try_emplace({candidate.shared, candidate.visibility}, places).first->second;
         // A key that comes again can't join itself, and what kept it from the others does so now.
-        if (keyNodes.find(candidate.node.get()) != keyNodes.end()) return kNoGroup;
-        return bucket.regions.find(candidate.region);
+        const bool isKey = keyNodes.contains(candidate.node.get());
+        const u32 found = isKey ? kNoGroup : regions.find(candidate.region);
+        if (found != kNoGroup)
+        {
+            groups[found].push_back(candidate.node);
+            return;
+        }
+        const u32 group = start(candidate);
+        if (!candidate.canTake || isKey) return; // what a second group of a node would take, the first one takes
+        keyNodes.insert(candidate.node.get());
+        regions.add(candidate.region, group);
     }
 
     const ControlPlaces& places;
     const bool isByRegion;
-    /// Ordered by addresses, which never show: the table is only looked up.
-    std::map<MergeCandidate::Shared, Bucket> buckets;
+    /// By region. Ordered by addresses, which never show: the table is only looked up.
+    std::map<BucketKey, KeyRegions> buckets;
     phmap::flat_hash_set<const BaseRenderNode*> keyNodes;
+    /// One by one: the first nodes of groups, with the numbers of these, and why they refused others.
+    zr::vector<std::pair<MergeCandidate, u32>> keys;
+    MergeStats stats{};
 };
 
 /// Two render nodes without a material are an error, wherever they hang.

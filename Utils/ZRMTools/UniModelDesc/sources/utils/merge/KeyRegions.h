@@ -6,7 +6,7 @@ namespace model
 {
 constexpr u32 kNoGroup = 0xFFFFFFFFu;
 
-/// The groups of one bucket between whose nodes nothing but level-of-detail nodes decides (`MergeCandidate::isPlain`),
+/// The groups between whose nodes nothing but level-of-detail nodes decides (`MergeCandidate::isPlain`),
 /// found by the region of their keys.
 ///
 /// Keys were kept apart by nothing else, so any two of them meet at such a node, and what a place finds is simple: go

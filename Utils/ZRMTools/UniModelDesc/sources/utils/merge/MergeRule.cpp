@@ -2,8 +2,10 @@
 
 #include <cmath>
 
+#include "nodes/ArgVisibilityNode.h"
 #include "nodes/FakeSpotLights.h"
 #include "nodes/NumberNode.h"
+#include "nodes/ParentNodes.h"
 
 namespace model
 {
@@ -18,7 +20,8 @@ void lookAtMesh(const RenderNode& mesh, bool isUnderBillboard, MergeCandidate& c
 {
     const u32 type = mesh.indices.primitiveType;
     candidate.shared.variant = type;
-    candidate.canJoin = mesh.material && mesh.material->blending != kBlended && (type == kLines || type == kTriangles);
+    if (!mesh.material || mesh.material->blending == kBlended) return;
+    candidate.alone = type == kLines || type == kTriangles ? kNumRefusals : kOtherPrimitives;
     candidate.canTake = !isUnderBillboard;
 }
 
@@ -26,7 +29,26 @@ void lookAtSpots(const FakeSpotLightsNode& spots, MergeCandidate& candidate)
 {
     candidate.shared.variant = spots.directions.empty() ? 0 : 1;
     candidate.direction = spots.controls.front().direction;
-    candidate.canJoin = true;
+    candidate.alone = kNumRefusals;
+}
+
+/// What the places of two control nodes refuse; `kNumRefusals` for nothing.
+MergeRefusal refusalOfPlaces(const Node* a, const Node* b)
+{
+    const Node* meeting = Node::commonAncestor(a, b);
+    if (checkParentNodes<ArgVisibilityNode>(a, meeting) || checkParentNodes<ArgVisibilityNode>(b, meeting))
+        return kVisibilityBetween;
+    return meeting && meeting->getType() == kLodNode ? kLodBetween : kNumRefusals;
+}
+
+MergeRefusal refusalOf(const MergeCandidate& key, const MergeCandidate& node)
+{
+    if (key.shared.material != node.shared.material) return kOtherMaterial;
+    if (key.alone == kNoPartner || node.alone == kNoPartner) return kNoPartner;
+    if (!propertiesEqual(key.node->properties, node.node->properties)) return kOtherProperties;
+    if (key.alone != kNumRefusals || key.shared.variant != node.shared.variant) return kOtherPrimitives;
+    if (!key.canTake || !isSameDirection(key.direction, node.direction)) return kNoPartner;
+    return refusalOfPlaces(key.node->getControlNode(0).get(), node.node->getControlNode(0).get());
 }
 } // namespace
 
@@ -38,7 +60,7 @@ MergeCandidate makeCandidate(const ObjectPtr<BaseRenderNode>& node, ControlPlace
     const ControlPlaces::Place place = places.find(node->getControlNode(0).get());
     candidate.region = place.region;
     candidate.shared.material = node->material.get();
-    candidate.shared.visibility = place.visibility;
+    candidate.visibility = place.visibility;
     switch (node->getType())
     {
     case kRenderNode:
@@ -49,20 +71,22 @@ MergeCandidate makeCandidate(const ObjectPtr<BaseRenderNode>& node, ControlPlace
         break;
     case kNumberNode:
         // COLOR1 of one float is the channel of the numbers.
-        candidate.canJoin = node->material && node->material->vertexFormat[kColor1] == 1;
+        if (node->material && node->material->vertexFormat[kColor1] == 1) candidate.alone = kNumRefusals;
         break;
     default:
-        candidate.canJoin = true;
+        candidate.alone = kNumRefusals;
         break;
     }
     return candidate;
 }
 
-bool canMerge(const MergeCandidate& key, const MergeCandidate& node, const ControlPlaces& places)
+bool canMerge(const MergeCandidate& key, const MergeCandidate& node, MergeStats& stats)
 {
-    return key.node != node.node && key.canJoin && node.canJoin && key.canTake && key.shared == node.shared &&
-           propertiesEqual(key.node->properties, node.node->properties) &&
-           isSameDirection(key.direction, node.direction) && !places.meetAtLod(key.region, node.region);
+    if (key.node == node.node) return false;
+    const MergeRefusal reason = refusalOf(key, node);
+    if (reason == kNumRefusals) return true;
+    ++stats[reason];
+    return false;
 }
 
 bool isSameDirection(const vec3f& a, const vec3f& b)

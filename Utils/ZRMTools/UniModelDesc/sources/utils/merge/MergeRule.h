@@ -7,6 +7,20 @@
 
 namespace model
 {
+/// Why a pair of nodes stays apart. The numbers are places among the counters.
+enum MergeRefusal : u32
+{
+    kOtherMaterial = 0,
+    kOtherProperties = 2,
+    kOtherPrimitives = 3, ///< also such as are never merged
+    kNoPartner = 4,       ///< blended, under a billboard, or what else a class asks of a node by itself
+    kVisibilityBetween = 5,
+    kLodBetween = 6,
+    kNumRefusals = 7, ///< as the reason of a node: there is none
+};
+/// How often each reason kept a pair apart.
+using MergeStats = zr::array<u32, kNumRefusals>;
+
 /// A render node as the rule of merging sees it. What takes a walk or a look into the node is found out once, so that a
 /// pair costs nothing of the kind.
 struct MergeCandidate
@@ -15,9 +29,6 @@ struct MergeCandidate
     struct Shared
     {
         const PropertiesSet* material = nullptr;
-        /// The nearest visibility node above the control node: with different ones, one stands between one of the two
-        /// control nodes and their common ancestor.
-        const Node* visibility = nullptr;
         /// The primitive type of a mesh; whether spot lights have directions.
         u32 variant = 0;
 
@@ -26,10 +37,13 @@ struct MergeCandidate
 
     ObjectPtr<BaseRenderNode> node;
     Shared shared;
+    /// The nearest visibility node above the control node: with different ones, one stands between one of the two
+    /// control nodes and their common ancestor.
+    const Node* visibility = nullptr;
     /// Of the control node, see `ControlPlaces`.
     u32 region = kNoRegion;
-    /// It has one control node and meets what its class asks of a node by itself, as key and as candidate.
-    bool canJoin = false;
+    /// What keeps it from all others, as key and as candidate: it has not one control node, or its class refuses it.
+    MergeRefusal alone = kNoPartner;
     /// As a key it takes others.
     bool canTake = true;
     /// Of the control of spot lights.
@@ -43,8 +57,9 @@ struct MergeCandidate
 /// `FakeSpotLightsNode` or `NumberNode`.
 MergeCandidate makeCandidate(const ObjectPtr<BaseRenderNode>& node, ControlPlaces& places);
 
-/// Whether the key takes the node into its group. Neither symmetric nor transitive. Both are of one class.
-bool canMerge(const MergeCandidate& key, const MergeCandidate& node, const ControlPlaces& places);
+/// Whether the key takes the node into its group; if not, one more for the reason. Neither symmetric nor transitive.
+/// Both are of one class. Costs the depth of the tree.
+bool canMerge(const MergeCandidate& key, const MergeCandidate& node, MergeStats& stats);
 
 /// Tolerance of directions that count as the same, on each axis.
 constexpr f32 kDirectionTolerance = 1e-5f;

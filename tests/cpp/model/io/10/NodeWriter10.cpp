@@ -1,5 +1,5 @@
-#include "Builders.h"
 #include "io/10/NodeWriter10.h"
+#include "Builders.h"
 #include "nodes/BillboardNode.h"
 #include "nodes/Bone.h"
 #include "nodes/FakeSpotLights3Node.h"

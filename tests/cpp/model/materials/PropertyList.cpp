@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <locale>
 
 #include "Builders.h"
 #include "Random.h"
@@ -21,6 +22,19 @@ zr::string nameOf(u32 number)
     return ("a name of some length " + std::to_string(number)).c_str();
 }
 } // namespace
+
+// A host may have set a locale of C++, which not even the process's environment knows.
+TEST(Property, TextsAreOfNoLocale)
+{
+    struct Comma : std::numpunct<char>
+    {
+        char do_decimal_point() const override { return ','; }
+    };
+    const std::locale before = std::locale::global(std::locale(std::locale(), new Comma));
+    const auto property = make<Vec4fProperty>("n", vec4f(1, 2, 3, 1234.5f));
+    EXPECT_EQ(property->toString(), "n = vec4(1.000000,2.000000,3.000000,1234.500000);");
+    std::locale::global(before);
+}
 
 // Short lists are compared by the plain search, long ones by another road.
 TEST(PropertyList, EqualityIsDirectedAtEveryLength)
