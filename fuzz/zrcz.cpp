@@ -26,7 +26,7 @@ zr::u64 streamedSize(const fuzz::Bytes& archive, const zrvfs::ZRCZRecord& record
     }
     catch (const zr::ReadError&)
     {
-        fuzz::check(!whole);
+        // zstd takes blocks that are larger than their window in one call, and refuses them in a stream.
     }
     return total;
 }
