@@ -40,7 +40,7 @@ DecompressingReader::Progress ZlibInflateReader::decompress(std::span<const u8> 
     const uInt inputSize = stream->avail_in = clamped(input.size());
     const uInt outputSize = stream->avail_out = clamped(output.size());
     stream->next_in = const_cast<u8*>(input.data()); // it doesn't write there
-    Bytef none; // zlib takes no null, even where it is to write nothing
+    Bytef none;                                      // zlib takes no null, even where it is to write nothing
     stream->next_out = output.empty() ? &none : output.data();
     const int result = inflate(stream.get(), Z_SYNC_FLUSH);
     if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) throw ZlibError(result, stream->msg);
