@@ -16,7 +16,7 @@ finish_stages() {
 }
 
 cxx_sources() {
-    find Projects Utils tests benchmarks \( -name '*.h' -o -name '*.cpp' \) -print0
+    find Projects Utils tests benchmarks fuzz \( -name '*.h' -o -name '*.cpp' \) -print0
 }
 
 check_format() {
