@@ -266,13 +266,13 @@ void readWithTree(zrvfs::Manager& tree, const std::string& path)
     need(static_cast<bool>(content), path.c_str());
 }
 
-/// Pieces of about 16 MB, so that a round of one is short.
+/// Pieces of about 128 MB: short rounds, but more than the caches of the processor hold.
 std::vector<std::size_t> piecesOf(const std::vector<Member>& members)
 {
     std::vector<std::size_t> starts{0};
     zr::u64 held = 0;
     for (std::size_t i = 0; i < members.size(); ++i)
-        if ((held += members[i].size) >= 16 << 20) starts.push_back(i + 1), held = 0;
+        if ((held += members[i].size) >= 128 << 20) starts.push_back(i + 1), held = 0;
     if (starts.back() != members.size()) starts.push_back(members.size());
     return starts;
 }
