@@ -70,11 +70,6 @@ def through_pipe(*command: str) -> Builder:
     return build
 
 
-def fed_by_pipe(folder: Path, archive: Path) -> None:
-    """One member whose size the tool can't know before."""
-    subprocess.run(["zip", "-q", archive, "-"], input=b"from a pipe " * 100, env=ENVIRONMENT, check=True, capture_output=True)
-
-
 def with_zipfile(method: int, zip64: bool = False, comment: bytes = b"") -> Builder:
     def build(folder: Path, archive: Path) -> None:
         with zipfile.ZipFile(archive, "w", method) as out:

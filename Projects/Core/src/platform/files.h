@@ -27,7 +27,8 @@ Error openForWriting(const char* path, FileHandle& file, bool& created) noexcept
 /// Opens a regular file for reading at its start; anything else is refused unopened.
 ///
 /// inOrder  promises that the file will be read from its start to its end
-Error openForReading(const char* path, bool inOrder, FileHandle& file) noexcept;
+/// size     in bytes
+Error openForReading(const char* path, bool inOrder, FileHandle& file, std::uint64_t& size) noexcept;
 
 /// Reads at the file's position, which moves on by what was read.
 ///

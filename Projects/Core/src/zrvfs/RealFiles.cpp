@@ -69,10 +69,10 @@ zr::BufferRef readSmall(platform::FileHandle file, zr::u64 size, zr::RefPtr<zr::
 zr::BufferRef readWhole(std::string_view path, bool& found, bool forceMap, const zr::RefPtr<zr::MemBuffer>& content)
 {
     platform::FileHandle file;
-    found = !withRealPath(path, [&](const char* real) { return platform::openForReading(real, true, file); });
-    if (!found) return nullptr;
     zr::u64 size;
-    if (platform::getFileSize(file, size) || size == 0)
+    found = !withRealPath(path, [&](const char* real) { return platform::openForReading(real, true, file, size); });
+    if (!found) return nullptr;
+    if (size == 0)
     {
         static_cast<void>(platform::closeFile(file));
         return zr::EmptyBuffer::get();

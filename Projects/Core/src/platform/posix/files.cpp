@@ -20,12 +20,6 @@ Error checkRegular(const struct stat& status) noexcept
     return S_ISREG(status.st_mode) ? Error{} : Error{S_ISDIR(status.st_mode) ? EISDIR : EINVAL};
 }
 
-Error checkRegular(int descriptor) noexcept
-{
-    struct stat status;
-    return fstat(descriptor, &status) == -1 ? lastError() : checkRegular(status);
-}
-
 int openWith(const char* path, int flags) noexcept
 {
     // Without O_NONBLOCK the open of a pipe waits for its other end, perhaps for ever.
@@ -33,15 +27,21 @@ int openWith(const char* path, int flags) noexcept
 }
 
 /// Takes over what was opened if it is a regular file, and closes it otherwise.
-Error keepRegular(int descriptor, FileHandle& file) noexcept
+Error keepRegular(int descriptor, FileHandle& file, struct stat& status) noexcept
 {
     if (descriptor == -1) return lastError();
-    const Error error = checkRegular(descriptor);
+    const Error error = fstat(descriptor, &status) == -1 ? lastError() : checkRegular(status);
     if (error)
         close(descriptor);
     else
         file = {descriptor};
     return error;
+}
+
+Error keepRegular(int descriptor, FileHandle& file) noexcept
+{
+    struct stat status;
+    return keepRegular(descriptor, file, status);
 }
 
 /// Calls `readPart(destination, size, bytes read before)` until all is there, the file ends or an error comes.
@@ -81,15 +81,16 @@ Error openForAppend(const char* path, FileHandle& file) noexcept
     return keepRegular(openWith(path, O_WRONLY | O_CREAT | O_APPEND), file);
 }
 
-Error openForReading(const char* path, bool inOrder, FileHandle& file) noexcept
+Error openForReading(const char* path, bool inOrder, FileHandle& file, std::uint64_t& size) noexcept
 {
     // To open a device or a pipe may already do something to it.
     struct stat status;
     if (stat(path, &status) == -1) return lastError();
     if (const Error error = checkRegular(status)) return error;
-    const Error error = keepRegular(openWith(path, O_RDONLY), file);
-    if (!error && inOrder) posix_fadvise(static_cast<int>(file.value), 0, 0, POSIX_FADV_SEQUENTIAL);
-    return error;
+    if (const Error error = keepRegular(openWith(path, O_RDONLY), file, status)) return error;
+    size = static_cast<std::uint64_t>(status.st_size);
+    if (inOrder) posix_fadvise(static_cast<int>(file.value), 0, 0, POSIX_FADV_SEQUENTIAL);
+    return {};
 }
 
 Error readNext(FileHandle file, void* destination, std::uint64_t size, std::uint64_t& count) noexcept

@@ -8,7 +8,6 @@
 #include <zr/tasks/ProcessPool.h>
 #include <zrvfs/Drivers/DataProviders/WinFileRaw.h>
 #include <zrvfs/FileReaders.h>
-#include <zrvfs/FileSource.h>
 #include <zrvfs/MemFile.h>
 #include <zrvfs/fileErrors.h>
 
@@ -91,11 +90,11 @@ struct Collector
 /// Null, or the reason why the file is no archive; `found` tells whether there is a file.
 const char* scan(const char* path, std::string_view mountPoint, ZipEntries& scanned, bool& found)
 {
-    const FilePtr file = WinFileRaw::openForReading(path, nullptr, path, true);
-    found = static_cast<bool>(file);
+    const ArchiveFile file(path, true);
+    found = file.isOpen();
     if (!found) return "No such file.";
     Collector collector{scanned, mountPoint};
-    const char* const reason = scanZip(FileSource(*file), Collector::expect, Collector::see, &collector);
+    const char* const reason = scanZip(file, Collector::expect, Collector::see, &collector);
     scanned.texts.shrink();
     return reason;
 }
@@ -123,32 +122,32 @@ bool ZDriver::stat(zr::u64 index, FileStat& out)
     return true;
 }
 
-FilePtr ZDriver::reach(const ZipEntry& entry, ZipContent& content)
+bool ZDriver::reach(const ArchiveFile& file, const ZipEntry& entry, ZipContent& content) const
 {
-    if (entry.type == kDirectory) return nullptr;
-    FilePtr file = WinFileRaw::openForReading(path, nullptr, path, false);
-    if (!file || findZipContent(FileSource(*file), entry.localHeaderOffset, content)) return file;
+    if (!file.isOpen()) return false;
+    if (findZipContent(file, entry.localHeaderOffset, content)) return true;
     ZR_LOG(kCoreTag, kError, "Invalid local file header: %.*s", ZR_VIEW(sourceOf(entry)));
-    return nullptr;
+    return false;
 }
 
-zr::BufferRef ZDriver::readContent(IFile& file, const ZipEntry& entry, const ZipContent& content) const
+zr::BufferRef ZDriver::readContent(const ArchiveFile& file, const ZipEntry& entry, const ZipContent& content) const
 {
-    const FileSource bytes(file);
-    if (content.method == kZipStored) return readStored(bytes, content, entry.uncompressedSize);
+    if (content.method == kZipStored) return readStored(file, content, entry.uncompressedSize);
     if (!isDeflate(content.method)) return nullptr;
     int result;
-    zr::BufferRef buffer = readDeflated(bytes, content, entry.compressedSize, entry.uncompressedSize, result);
+    zr::BufferRef buffer = readDeflated(file, content, entry.compressedSize, entry.uncompressedSize, result);
     if (!buffer) ZR_LOG(kCoreTag, kError, "Decompress error: %d, file: %.*s", result, ZR_VIEW(sourceOf(entry)));
     return buffer;
 }
 
 void ZDriver::openBuffer(zr::BufferRef& out, zr::u64 index)
 {
+    out = nullptr;
     const ZipEntry& entry = archive.entries.at(index);
+    if (entry.type == kDirectory) return;
+    const ArchiveFile file(path, false);
     ZipContent content;
-    const FilePtr file = reach(entry, content);
-    out = file ? readContent(*file, entry, content) : nullptr;
+    if (reach(file, entry, content)) out = readContent(file, entry, content);
 }
 
 FilePtr ZDriver::openFile(zr::u64 index)
@@ -162,14 +161,16 @@ void ZDriver::openReader(zr::ReaderPtr& out, zr::u64 index)
 {
     out = nullptr;
     const ZipEntry& entry = archive.entries.at(index);
+    if (entry.type == kDirectory) return;
+    const ArchiveFile file(path, false);
     ZipContent content;
-    FilePtr file = reach(entry, content);
-    if (!file) return;
+    if (!reach(file, entry, content)) return;
     if (isDeflate(content.method))
     {
-        if (file->seek(content.offset)) out = ZReader::make(*this, std::move(file), entry);
+        FilePtr streamed = WinFileRaw::openForReading(path, nullptr, path, false);
+        if (streamed && streamed->seek(content.offset)) out = ZReader::make(*this, std::move(streamed), entry);
     }
-    else if (const zr::BufferRef stored = readContent(*file, entry, content))
+    else if (const zr::BufferRef stored = readContent(file, entry, content))
         out = zr::ReaderPtr(new zr::BufferReader(stored));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <zrvfs/Drivers/DataProviders/ArchiveFile.h>
 #include <zrvfs/Drivers/ZipArchive.h>
 #include <zrvfs/EntryPaths.h>
 #include <zrvfs/IDriver.h>
@@ -44,9 +45,9 @@ public:
 private:
     class ZReader;
 
-    /// Opens the archive and finds a file's content in it; null, and logged, when that fails, and for a directory.
-    FilePtr reach(const ZipEntry& entry, ZipContent& content);
-    zr::BufferRef readContent(IFile& file, const ZipEntry& entry, const ZipContent& content) const;
+    /// Finds a file's content in the archive; false when that isn't open or doesn't have it, which was logged.
+    bool reach(const ArchiveFile& file, const ZipEntry& entry, ZipContent& content) const;
+    zr::BufferRef readContent(const ArchiveFile& file, const ZipEntry& entry, const ZipContent& content) const;
     std::string_view sourceOf(const ZipEntry& entry) const { return archive.texts.at(entry.sourcePath); }
 
     const ZipEntries archive;

@@ -4,9 +4,8 @@
 
 #include <zr/ZstdDecompressReader.h>
 #include <zr/tasks/ProcessPool.h>
-#include <zrvfs/Drivers/DataProviders/WinFileRaw.h>
+#include <zrvfs/Drivers/DataProviders/ArchiveFile.h>
 #include <zrvfs/Drivers/DataProviders/ZRCZFile.h>
-#include <zrvfs/FileSource.h>
 
 namespace zrvfs
 {
@@ -117,10 +116,10 @@ void ZRCZDriverFactory::create(DriverRef& out, const MountRequest& request, char
     out = nullptr;
     zr::string location = request.path;
     if (!location.ends_with(".zrcz")) location += ".zrcz";
-    const FilePtr file = WinFileRaw::openForReading(location, nullptr, location, true);
-    if (!file) return;
+    const ArchiveFile file(location, true);
+    if (!file.isOpen()) return;
     ZRCZIndex index;
-    const char* const reason = readIndex(FileSource(*file), index);
+    const char* const reason = readIndex(file, index);
     if (!reason)
         out = DriverRef(new ZRCZDriver(request, location, index));
     else if (error)

@@ -19,13 +19,11 @@ bool OverlappedFile::open()
     if (file()) return true;
     platform::FileHandle opened;
     zr::u64 size = 0;
-    platform::Error error =
-        withRealPath(path, [&](const char* real) { return platform::openForReading(real, false, opened); });
-    if (!error) error = platform::getFileSize(opened, size);
+    const platform::Error error =
+        withRealPath(path, [&](const char* real) { return platform::openForReading(real, false, opened, size); });
     if (error)
     {
         reportFileError(path, error, "CreateFile(OVERLAPPED)");
-        if (opened) static_cast<void>(platform::closeFile(opened));
         return false;
     }
     bytes.store(size, std::memory_order_relaxed);

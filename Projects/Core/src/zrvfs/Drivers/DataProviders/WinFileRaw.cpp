@@ -43,8 +43,9 @@ FilePtr WinFileRaw::openForReading(std::string_view path, const DriverRef& drive
                                    bool quiet)
 {
     platform::FileHandle file;
+    zr::u64 size;
     const platform::Error error =
-        withRealPath(path, [&](const char* real) { return platform::openForReading(real, true, file); });
+        withRealPath(path, [&](const char* real) { return platform::openForReading(real, true, file, size); });
     if (!error) return FilePtr(pool.create<WinFileRaw>(file, driver, path, realName));
     if (!quiet) reportFileError(path, error, "CreateFile(RO)");
     return nullptr;
