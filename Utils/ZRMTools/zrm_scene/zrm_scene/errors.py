@@ -23,7 +23,7 @@ CURES = [
         (r"Only one way to set", "set one argument for all, or one for each vertex"),
         (r"Invalid data size|directions array", "give one entry for each light, in order"),
         (r"still equal properties sets", "make a property object for each place"),
-        (r"Empty texture channel|Broken texture channels|map|[Tt]exture|Albedo|Color not set|attribute", "set the map or attribute that the text names"),
+        (r"Empty texture channel|Broken texture channels|map|[Tt]exture|Albedo|Color not set|attribute|isn't set", "set the map or attribute that the text names"),
         (r"Can't write to file", "make sure the folder is there and may be written to"),
     )
 ]

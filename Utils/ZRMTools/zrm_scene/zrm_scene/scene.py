@@ -109,32 +109,31 @@ class Scene:
     def save(self, path: str | os.PathLike[str]) -> int:
         """Writes the file and gives its size. The model is changed for good, as by `Model.save`."""
         target = os.fspath(path)
+        self._find_loose()
         try:
             # A path that begins with "/" would name something in the module's own file tree.
             text = self.model.save(os.path.relpath(target), FORMAT_VERSION)
-        except IndexError as error:
-            raise self._lost() or refused(repr(target), str(error)) from error
-        except ValueError as error:
+        except (IndexError, ValueError) as error:
             raise refused(repr(target), str(error)) from error
         if text:
             raise refused(repr(target), text)
+        self.hung.clear()  # passes may have taken nodes out of the tree
         return os.stat(target).st_size
 
-    def _lost(self) -> ZrmError | None:
-        """What hangs on a node that nobody attached. The root can be hung only below a node that isn't below it; the model
-        is of no use any more."""
-        lost = [(subject, control) for subject, control in self.hung if self._is_loose(control)]
-        if not lost:
-            return None
-        names = ", ".join(dict.fromkeys(repr(control.getName()) for _, control in lost))
-        return ZrmError(lost[0][0], f"nobody attached the nodes {names}", "hang them below the root with attach or addChild")
+    def _find_loose(self) -> None:
+        """ZrmError for what hangs on a node that nobody attached. The module can't be asked for a node's place, but it
+        refuses to hang the root below a node that is below the root; where it doesn't, the model is of no use any more."""
+        loose = [(subject, control) for subject, control in self.hung if not self._is_attached(control)]
+        if loose:
+            names = ", ".join(dict.fromkeys(repr(control.getName()) for _, control in loose))
+            raise ZrmError(loose[0][0], f"nobody attached the nodes {names}", "hang them below the root with attach or addChild")
 
-    def _is_loose(self, control: zrm.Node) -> bool:
+    def _is_attached(self, control: zrm.Node) -> bool:
         try:
             control.addChild(self.root)
         except ValueError:
-            return False
-        return True
+            return True
+        return False
 
 
 @contextmanager
