@@ -39,6 +39,13 @@ def skin(scene):
     mesh(scene, scene.attach(zrm.Bone("bone")), blocks=[block])
 
 
+def record(mesh):
+    node = Node("record")
+    node.shapes.append(Shape(mesh, PAINT))
+    return [node]
+
+
+DRIVEN = zrm_scene.Driven(zrm_scene.Clip(-1), zrm_scene.Track(zrm_scene.Mode.LINEAR, np.zeros(1), np.zeros((1, 1)), False))
 WRONG = {
     "flat positions": (lambda s: mesh(s, points=POINTS.ravel()), "mesh 'mesh' of node 'body'", "shape (9,)", "(n, 3)"),
     "words for numbers": (lambda s: mesh(s, points=np.full((3, 3), "1")), "mesh 'mesh'", "kind <U1", "(n, 3)"),
@@ -59,6 +66,11 @@ WRONG = {
     "a node that nobody attached": (loose, "mesh 'tyre' of node 'wheel'", "nobody attached the nodes 'wheel'", "attach"),
     "a parent that comes later": (lambda s: s.write([Node("child", p := Node("parent")), p]), "node 'child'", "'parent' stands behind it", "parents before"),
     "a parent that isn't there": (lambda s: s.write([Node("child", Node("parent"))]), "node 'child'", "is not in the scene", "parents"),
+    "a record with too few normals": (lambda s: s.write(record(zrm_scene.Mesh(POINTS, TRIANGLE, POINTS[:2]))), "mesh of node 'record'", "normals of the shape (2, 3)", "3 numbers"),
+    "a record's index beyond": (lambda s: s.write(record(zrm_scene.Mesh(POINTS, TRIANGLE + 1, POINTS))), "mesh of node 'record'", "from 1 to 3 for 3", "from 0"),
+    "a record of lines": (lambda s: s.write(record(zrm_scene.Mesh(POINTS, TRIANGLE[:, :2], POINTS))), "mesh of node 'record'", "not made of triangles", "segments"),
+    "a colour of two": (lambda s: mesh(s, surface=Surface("odd", colour=Value.of(1, 1))), "surface 'odd'", "the colour is [1, 1]", "3 finite"),
+    "an argument below": (lambda s: mesh(s, surface=Surface("odd", opacity=Value(np.ones(1), DRIVEN))), "surface 'odd'", "the argument -1", "from 0"),
     "a place that is none": (lambda s: s.write([Node("far", translation=(0, 0, np.inf))]), "node 'far'", "not finite", "NaN"),
 }  # fmt: skip
 

@@ -16,8 +16,8 @@ from .schema import Draco, Packed, ViewEntry
 MESHOPT = "EXT_meshopt_compression"
 DRACO = "KHR_draco_mesh_compression"
 Bytes8 = NDArray[np.uint8]
-# An expanded view costs its file little, so its size needs a bound of ours.
-MOST_BYTES = 1 << 31
+# No stream expands further, whatever it claims; a few bytes must not ask for gigabytes.
+MOST_GROWTH, LEAST_BOUND = 2048, 1 << 16
 
 
 class MeshoptModule(Protocol):
@@ -71,10 +71,11 @@ def unpacked(container: Container, view: ViewEntry, where: str) -> memoryview | 
     entry = checked(found, Packed, place)
     module = cast(MeshoptModule, decoder("meshoptimizer", MESHOPT, "meshopt"))
     count, stride = whole(entry["count"], f"{place}.count"), whole(entry["byteStride"], f"{place}.byteStride")
-    if count * stride > MOST_BYTES or not 0 < stride <= 256 or (entry["mode"] == "ATTRIBUTES" and stride % 4):
+    length = whole(entry["byteLength"], f"{place}.byteLength")
+    if count * stride > MOST_GROWTH * length + LEAST_BOUND or not 0 < stride <= 256 or (entry["mode"] == "ATTRIBUTES" and stride % 4):
         raise GltfError(f"{place}: {count} elements of {stride} bytes")
     data = container.buffer(entry["buffer"], f"{place}.buffer")
-    start, length = whole(entry.get("byteOffset") or 0, f"{place}.byteOffset"), whole(entry["byteLength"], f"{place}.byteLength")
+    start = whole(entry.get("byteOffset") or 0, f"{place}.byteOffset")
     if start + length > len(data):
         raise GltfError(f"{place}: it ends at byte {start + length} of a buffer of {len(data)}")
     packed = np.frombuffer(data, np.uint8, length, start)

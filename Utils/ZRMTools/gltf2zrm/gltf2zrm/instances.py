@@ -10,6 +10,8 @@ from .schema import Instancing, NodeEntry
 from .source import Source, extension
 
 NAME = "EXT_mesh_gpu_instancing"
+# An accessor of zeros costs its file nothing, so its instances need a bound of ours.
+MOST = 1 << 21
 WIDTHS = {"TRANSLATION": 3, "ROTATION": 4, "SCALE": 3}
 
 
@@ -20,6 +22,8 @@ def instances_of(source: Source, entry: NodeEntry, where: str, node: Node) -> li
     place, columns = f"{where}.extensions.{NAME}.attributes", {}
     for name, accessor in found["attributes"].items():
         if name in WIDTHS:
+            if (count := source.reader.count(accessor, f"{place}.{name}")) > MOST:
+                raise GltfError(f"{place}.{name}: {count} instances; at most {MOST} are read")
             columns[name] = source.reader.floats(accessor, WIDTHS[name], f"{place}.{name}")
             if not np.isfinite(columns[name]).all():
                 raise GltfError(f"{place}.{name}: numbers that are not finite")

@@ -12,7 +12,7 @@ import math
 import numpy as np
 from zrm_scene import FAR, Node
 from zrm_scene.arrays import Floats
-from zrm_scene.bounds import corners, placed
+from zrm_scene.bounds import box_between, hull, sides
 from zrm_scene.tree import Tree
 
 from .scene import Scene, below
@@ -40,12 +40,12 @@ def set_distances(scene: Scene, records: list[Node]) -> None:
 
 def radius_of(nodes: list[Node], places: dict[Node, int], worlds: Floats) -> float:
     """Of the ball around what hangs on some nodes, at rest."""
-    points = [
-        placed(worlds[places[node]][None], corners(shape.mesh.positions.min(axis=0), shape.mesh.positions.max(axis=0))[None]).reshape(-1, 3)
+    boxes = [
+        worlds[places[node]] @ box_between(shape.mesh.positions.min(axis=0), shape.mesh.positions.max(axis=0))
         for node in nodes
         for shape in node.shapes
     ]
-    if not points:
+    if not boxes:
         return 0.0
-    every = np.concatenate(points)
-    return 0.5 * float(np.linalg.norm(every.max(axis=0) - every.min(axis=0)))
+    low, high = hull(*sides(np.stack(boxes)))
+    return 0.5 * float(np.linalg.norm(high - low))

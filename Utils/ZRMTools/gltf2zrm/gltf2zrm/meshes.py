@@ -145,7 +145,7 @@ class Meshes:
             self.report.lose("morph targets", "they are exported at their default weights", where)
         if (found := (primitive.get("extensions") or {}).get(VARIANTS)) is not None:
             others = (self.source.container.root.get("extensions") or {}).get(VARIANTS, {})
-            names = [entry.get("name", "") for entry in checked(others, Variants, f"extensions.{VARIANTS}").get("variants") or []]
+            names = [entry.get("name") or "" for entry in checked(others, Variants, f"extensions.{VARIANTS}").get("variants") or []]
             if found:
                 self.report.lose("material variants", f"the default is exported, not {', '.join(names)}", where)
 

@@ -10,6 +10,7 @@ import pyzrm_313 as zrm
 from numpy.typing import ArrayLike
 
 from .arrays import Box, corners, matrix, rows
+from .checks import check_surface
 from .clips import Clip
 from .errors import ZrmError, refused
 from .records import Mesh, Node, Surface
@@ -71,6 +72,7 @@ class Scene:
         indices = corners(triangles, 3, count, subject)
         upright = rows(normals, 3, count, subject, "normals").reshape(-1, 3)
         coordinates = {} if uvs is None else {0: rows(uvs, 2, count, subject, "uvs").reshape(-1, 2)}
+        check_surface(surface)
         facade = Dresser(self.report).facade(name, Mesh(points, indices, upright, coordinates), surface, subject)
         for block in blocks:
             facade.addBlock(block)

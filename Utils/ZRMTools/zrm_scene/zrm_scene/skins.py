@@ -15,13 +15,15 @@ import numpy as np
 import pyzrm_313 as zrm
 
 from .arrays import IDENTITY, Floats, Integers
-from .bounds import corners
+from .bounds import box_between
 from .errors import ZrmError
 from .records import Mesh, Shape, Skin
 from .report import Report
 from .tree import Tree
 
 MOST_BONES = 255
+# Of the cube from -1 to 1, each with a 1 behind it.
+CORNERS = np.array([[x, y, z, 1.0] for x in (-1.0, 1.0) for y in (-1.0, 1.0) for z in (-1.0, 1.0)])
 INFLUENCES = 4
 
 
@@ -69,23 +71,23 @@ def parts(geometry: Mesh) -> list[Mesh]:
     return [geometry.compact(geometry.indices[group]) for group in groups]
 
 
-def joint_corners(geometry: Mesh) -> dict[int, Floats]:
-    """For each joint in use, by its place in the skin, the corners [8, 3] of the box around the vertices that
-    follow it, in the bind space.  A vertex lies between what its joints make of it, so these hold the mesh."""
-    assert geometry.joints is not None and geometry.weights is not None
-    rows, slots = np.nonzero(geometry.weights > 0.0)
-    joints, points = geometry.joints[rows, slots], geometry.positions[rows].astype(np.float64)
+def joint_boxes(mesh: Mesh) -> dict[int, Floats]:
+    """For each joint in use, by its place in the skin, the box around the vertices that follow it, in the bind space.
+    A vertex lies between what its joints make of it, so these hold the mesh."""
+    assert mesh.joints is not None and mesh.weights is not None
+    rows, slots = np.nonzero(mesh.weights > 0.0)
+    joints, points = mesh.joints[rows, slots], mesh.positions[rows].astype(np.float64)
     low, high = np.full((int(joints.max(initial=0)) + 1, 3), np.inf), np.full((int(joints.max(initial=0)) + 1, 3), -np.inf)
     np.minimum.at(low, joints, points)
     np.maximum.at(high, joints, points)
-    return {int(joint): corners(low[joint], high[joint]) for joint in np.unique(joints)}
+    return {int(joint): box_between(low[joint], high[joint]) for joint in np.unique(joints)}
 
 
 def joint_radii(tree: Tree, skin: Skin, mesh: Mesh) -> dict[int, float]:
     """How far from each joint node the vertices lie that follow it, at most, in the joint's own space."""
     result: dict[int, float] = {}
-    for slot, box in joint_corners(mesh).items():
-        inside = box @ skin.inverses[slot, :3, :3].T + skin.inverses[slot, :3, 3]
+    for slot, box in joint_boxes(mesh).items():
+        inside = CORNERS @ (skin.inverses[slot] @ box)[:3].T
         result[tree.place[skin.joints[slot]]] = float(np.linalg.norm(inside, axis=1).max())
     return result
 

@@ -6,7 +6,7 @@ from collections.abc import Sequence
 
 import numpy as np
 
-from .arrays import IDENTITY, Floats, Integers
+from .arrays import IDENTITY, Floats, Integers, Vector
 from .errors import ZrmError
 from .records import Node
 from .transforms import compose, normalised
@@ -30,12 +30,14 @@ class Tree:
         self.parents: Integers = np.array(self.parent_list, np.int64)
         self.animated = [number for number, node in enumerate(nodes) if node.moves]
         self.moving = set(self.animated)
-        self.translations = np.array([node.translation for node in nodes], np.float64).reshape(-1, 3)
-        self.rotations = normalised(np.array([node.rotation for node in nodes], np.float64).reshape(-1, 4))
-        self.scales = np.array([node.scale for node in nodes], np.float64).reshape(-1, 3)
+        self.translations = columns([node.translation for node in nodes], 3, "translations")
+        self.rotations = normalised(columns([node.rotation for node in nodes], 4, "rotations"))
+        self.scales = columns([node.scale for node in nodes], 3, "scales")
         self.locals: Floats = compose(self.translations, self.rotations, self.scales)
         for number, node in enumerate(nodes):
             if node.matrix is not None:
+                if node.matrix.shape != (4, 4):
+                    raise ZrmError(f"node {node.name!r}", f"a matrix of the shape {node.matrix.shape}", "pass 4 by 4 numbers")
                 self.locals[number] = node.matrix
         if not np.isfinite(self.locals).all():
             bad = int(np.flatnonzero(~np.isfinite(self.locals).all(axis=(1, 2)))[0])
@@ -82,3 +84,11 @@ class Tree:
     def frames(self) -> Floats:
         """For each node the product of the static transforms from it up to the next animated node, [n, 4, 4]."""
         return self.gathered(self.locals, self.moving)
+
+
+def columns(rows: list[Vector], width: int, what: str) -> Floats:
+    """One part of all places."""
+    try:
+        return np.array(rows, np.float64).reshape(len(rows), width)
+    except ValueError as error:
+        raise ZrmError("nodes", f"{what} of unequal lengths", f"give {width} numbers for each node") from error

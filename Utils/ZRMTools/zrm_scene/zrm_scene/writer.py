@@ -8,15 +8,15 @@ import numpy as np
 import pyzrm_313 as zrm
 
 from .arrays import Floats, Reals
-from .bounds import Bounds, corners
+from .bounds import Bounds, box_between
 from .budget import allowances
+from .checks import check_all
 from .clips import Clip
-from .errors import ZrmError
 from .hung import connector_of, light_of, segments_of, shell_of
 from .records import Kind, Mesh, Node, Shape, Surface
 from .report import Report
 from .skeleton import build_skeleton, still_node
-from .skins import Bones, joint_corners, joint_radii, parts, strongest
+from .skins import Bones, joint_boxes, joint_radii, parts, strongest
 from .surfaces import Dresser, add
 from .tree import Tree
 from .units import Frames, Sizes
@@ -35,6 +35,7 @@ class Writer:
         self.model = model
         self.root = root
         self.tree = Tree(nodes)
+        check_all(nodes)
         self.clips = clips
         self.report = report
         self.facades: list[zrm.Node] = []
@@ -49,8 +50,6 @@ class Writer:
         """Fills the model."""
         if not self.tree.nodes:
             return
-        for number, node, shape in self.parts:
-            check(node, shape)
         allowed = allowances(self.tree, self._radii()) if self.tree.animated else {}
         self.facades = build_skeleton(self.tree, allowed, self.root, self.report)
         self.report.counts["nodes"] += len(self.facades)
@@ -89,13 +88,12 @@ class Writer:
         ends: dict[int, tuple[Floats, Reals]] = {}
         for number, _, shape in self.parts:
             if (mesh := self.skinned.get(id(shape))) is not None and shape.skin is not None:
-                for slot, box in joint_corners(mesh).items():
-                    inverse = shape.skin.inverses[slot]
-                    bounds.add(self.tree.place[shape.skin.joints[slot]], box @ inverse[:3, :3].T + inverse[:3, 3])
+                for slot, box in joint_boxes(mesh).items():
+                    bounds.add(self.tree.place[shape.skin.joints[slot]], shape.skin.inverses[slot] @ box)
                 continue
             positions = shape.mesh.positions
             if id(positions) not in ends:
-                ends[id(positions)] = corners(positions.min(axis=0), positions.max(axis=0)), positions
+                ends[id(positions)] = box_between(positions.min(axis=0), positions.max(axis=0)), positions
             bounds.add(number, ends[id(positions)][0])
         return bounds.box(self.clips)
 
@@ -159,10 +157,3 @@ class Writer:
 def is_skinned(shape: Shape) -> bool:
     """Does a skin move it?"""
     return shape.skin is not None and shape.kind is Kind.DRAWN
-
-
-def check(node: Node, shape: Shape) -> None:
-    """What no mesh may lack."""
-    width = shape.mesh.indices.shape[-1]
-    if width != 3 and shape.kind is not Kind.SEGMENTS or width not in (2, 3):
-        raise ZrmError(f"{shape.label} of node {node.name!r}", "it is not made of triangles", "lines can become segments")
