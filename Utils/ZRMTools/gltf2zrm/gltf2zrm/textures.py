@@ -150,10 +150,6 @@ class Textures:
         if (sampler.get("magFilter") or LINEAR) != LINEAR or (sampler.get("minFilter") or LINEAR_MIPMAP_LINEAR) != LINEAR_MIPMAP_LINEAR:
             self.report.lose("texture filters", "the renderer has its own", f"samplers[{number}]")
 
-    def targets(self) -> list[Path]:
-        """The files that are going to be written, their endings left out where the bytes decide."""
-        return [job.target for job in self.jobs]
-
     def files(self) -> list[tuple[Path, bytes]]:
         """Names and bytes of the files to write."""
         found = []
