@@ -83,6 +83,8 @@ LOSSES = {
     "tangents": lambda gltf: shown(gltf, TANGENT=gltf.array(np.zeros((3, 4)))),
     "vertex colours": lambda gltf: shown(gltf, COLOR_0=gltf.array(TRIANGLE)),
     "attribute _OWN": lambda gltf: shown(gltf, _OWN=gltf.array([1.0, 2, 3])),
+    "attribute TEXCOORD_9": lambda gltf: shown(gltf, TEXCOORD_9=gltf.array(UV)),
+    "extras of nodes": lambda gltf: shown(gltf, node={"extras": {"made by": "hand"}}),
     "morph targets": morphed,
     "animated morph targets": lambda gltf: morphed(gltf, weights=True),
     "camera": lambda gltf: shown(gltf, node={"camera": gltf.add("cameras", {"type": "perspective"})}),

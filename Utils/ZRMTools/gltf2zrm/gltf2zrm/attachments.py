@@ -8,8 +8,8 @@ import re
 from zrm_scene import Kind
 
 from .form import is_number
+from .scene import COVERAGE, Scene, name_of
 from .schema import NodeEntry
-from .scene import Scene, name_of
 
 CONVENTION = """\
 What a node is for is told by the first of these that says so; each use is one line of the report.
@@ -101,6 +101,11 @@ def kind_in(extras: object) -> str | None:
     if isinstance(told, dict):
         told = told.get("kind")
     return None if told is None else told if isinstance(told, str) else json.dumps(told)
+
+
+def has_more(extras: object) -> bool:
+    """Is there anything in them but what tells us what to do?"""
+    return not isinstance(extras, dict) or bool(extras.keys() - {"zrm", COVERAGE})
 
 
 def properties_of(entry: NodeEntry) -> dict[str, float | str]:

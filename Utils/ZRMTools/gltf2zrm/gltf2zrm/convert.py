@@ -10,7 +10,7 @@ import zrm_scene
 from zrm_scene import Kind, Node, Report, Shape
 
 from .animations import Animations, gated_nodes
-from .attachments import CONNECTOR, Purposes, properties_of
+from .attachments import CONNECTOR, Purposes, has_more, properties_of
 from .cameras import camera_of
 from .container import open_container
 from .instances import instances_of
@@ -85,6 +85,8 @@ class Reading:
         purpose = self.purposes.of(index, entry)
         if purpose == CONNECTOR:
             node.connector = properties_of(entry)
+        elif entry.get("extras") and has_more(entry["extras"]):
+            self.source.report.lose("extras of nodes", "only connectors carry them", where)
         if entry.get("extensions"):
             light = self.lights.of_node(entry, where, node.name)
             node.light = None if index in self.scene.hidden else light

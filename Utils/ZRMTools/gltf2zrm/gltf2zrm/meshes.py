@@ -18,6 +18,7 @@ from .source import Source
 
 POINTS, LINES, LINE_LOOP, LINE_STRIP, TRIANGLES, TRIANGLE_STRIP, TRIANGLE_FAN = range(7)
 MOST_SETS = 8
+READ = {"POSITION", "NORMAL", *(f"{kind}_{number}" for kind in ("TEXCOORD", "JOINTS", "WEIGHTS") for number in range(MOST_SETS))}
 VARIANTS = "KHR_materials_variants"
 
 
@@ -139,7 +140,7 @@ class Meshes:
                 self.report.lose("vertex colours", "no block carries them", f"{where}.attributes.{name}")
             elif name == "TANGENT":
                 self.report.lose("tangents", "the module makes its own", f"{where}.attributes.{name}")
-            elif not name.startswith(("TEXCOORD_", "JOINTS_", "WEIGHTS_")) and name not in ("POSITION", "NORMAL"):
+            elif name not in READ:
                 self.report.lose(f"attribute {name}", "nothing in the model carries it", where)
         if primitive.get("targets"):
             self.report.lose("morph targets", "they are exported at their default weights", where)

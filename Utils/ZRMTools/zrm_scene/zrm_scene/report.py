@@ -12,7 +12,7 @@ from typing import TextIO
 from .clips import Clip
 
 COUNTS = ("nodes", "materials", "meshes", "vertices", "triangles", "bytes")
-PLACES = 8  # of one loss that are listed
+PLACES, SPOKEN_PLACES = 8, 3  # of one loss that are kept, and that are said
 COLOURS = {"warning": "\x1b[33m", "lost": "\x1b[35m", "note": "\x1b[36m"}
 
 
@@ -26,8 +26,9 @@ class Loss:
     places: list[str] = field(default_factory=list)
 
     def __str__(self) -> str:
-        more = f" and {self.count - len(self.places)} more" if self.count > len(self.places) else ""
-        return f"{self.what}: {self.why}" + (f" ({', '.join(self.places)}{more})" if self.places else "")
+        said = self.places[:SPOKEN_PLACES]
+        places = [*said, *([f"{self.count - len(said)} more places"] if self.count > len(said) else [])]
+        return f"{self.what}: {self.why}" + (f" ({', '.join(places)})" if said else "")
 
 
 @dataclass
