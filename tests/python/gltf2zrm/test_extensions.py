@@ -108,11 +108,12 @@ def test_packed_meshes_show_the_plain_one(pack, folder):
 def test_missing_decoders_are_named_unless_plain_data_lie_beside(folder, capsys, monkeypatch):
     monkeypatch.setitem(sys.modules, "DracoPy", None)
     monkeypatch.setitem(sys.modules, "meshoptimizer", None)
-    for pack, required, told in ((draco, True, "gltf2zrm[draco]"), (meshopt, False, "gltf2zrm[meshopt]"), (draco, False, "")):
+    extensions = {draco: "KHR_draco_mesh_compression", meshopt: "EXT_meshopt_compression"}
+    for pack, required, told in ((draco, True, "gltf2zrm[draco]"), (meshopt, True, "gltf2zrm[meshopt]"), (draco, False, ""), (meshopt, False, "not finite")):
         gltf = Gltf()
         pack(gltf)
         if required:
-            gltf.json["extensionsRequired"] = ["KHR_draco_mesh_compression"]
+            gltf.json["extensionsRequired"] = [extensions[pack]]
         gltf.save(folder / "in.glb", "glb")
         assert main(["--quiet", "in.glb", "out.zrm"]) == int(bool(told))
         assert told in capsys.readouterr().err

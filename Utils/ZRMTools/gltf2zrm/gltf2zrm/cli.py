@@ -3,10 +3,13 @@
 from __future__ import annotations
 
 import argparse
+import gc
+import io
 import os
 import sys
 import traceback
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
 from pathlib import Path
 
 import zrm_scene
@@ -70,20 +73,35 @@ def main(arguments: list[str] | None = None) -> int:
     report = Report(quiet=given.quiet, lively=lively, colourful=lively and not os.environ.get("NO_COLOR"), path=given.report)
     source: Path = given.source
     output: Path = given.output or Path(f"{source.stem}.zrm")
+    if isinstance(sys.stdout, io.TextIOWrapper):
+        sys.stdout.reconfigure(errors="backslashreplace")  # a path need not be text in the terminal's encoding
     passes = {switch: not (given.no_optimization or getattr(given, switch)) for switch in SWITCHES}
     try:
-        with optimizations(**passes):
+        with optimizations(**passes), without_collector():
             report.error = attempt(lambda: convert(source, output, options, report), given.trace)
         report.error = attempt(report.write, given.trace) or report.error
         if report.error:
             print(f"{report.over()}{source}: {report.error}", file=sys.stderr)
             return 1
+        print(report.over(), end="", file=sys.stderr, flush=True)
         print(report.table(str(output)), flush=True)
     except BrokenPipeError:
         # Nobody reads any more; what is left in the buffers must not complain at the end of the process either.
         for stream in (sys.stdout, sys.stderr):
             os.dup2(os.open(os.devnull, os.O_WRONLY), stream.fileno())
     return 0
+
+
+@contextmanager
+def without_collector() -> Iterator[None]:
+    """Records have no cycles worth looking for, again and again, among hundreds of thousands of them."""
+    was_on = gc.isenabled()
+    gc.disable()
+    try:
+        yield
+    finally:
+        if was_on:
+            gc.enable()
 
 
 def attempt(work: Callable[[], None], trace: bool) -> str:

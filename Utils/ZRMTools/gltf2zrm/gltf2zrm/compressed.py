@@ -11,7 +11,7 @@ from numpy.typing import NDArray
 from .container import Container, whole
 from .form import checked
 from .problems import GltfError
-from .schema import Draco, Packed, ViewEntry
+from .schema import BufferEntry, Draco, Packed, ViewEntry
 
 MESHOPT = "EXT_meshopt_compression"
 DRACO = "KHR_draco_mesh_compression"
@@ -53,22 +53,30 @@ def decoder(package: str, extension: str, extra: str) -> object:
         raise GltfError(f"{extension} needs the package {package}: pip install gltf2zrm[{extra}]") from error
 
 
-def has_draco() -> bool:
-    """Can compressed meshes be read?"""
+def has(package: str) -> bool:
+    """Is a package installed?"""
     try:
-        import_module("DracoPy")
+        import_module(package)
     except ImportError:
         return False
     return True
 
 
+def is_hollow(container: Container, view: ViewEntry, where: str) -> bool:
+    """Does its buffer only tell of the size that the unpacked data have?"""
+    buffer = container.entry("buffers", BufferEntry, view["buffer"], f"{where}.buffer")
+    return MESHOPT in (buffer.get("extensions") or {})
+
+
 def unpacked(container: Container, view: ViewEntry, where: str) -> memoryview | None:
-    """The bytes of a buffer view that EXT_meshopt_compression has packed; None where it has not."""
+    """The bytes of a buffer view that EXT_meshopt_compression has packed; None where the plain ones count."""
     found = (view.get("extensions") or {}).get(MESHOPT)
     if found is None:
         return None
     place = f"{where}.extensions.{MESHOPT}"
     entry = checked(found, Packed, place)
+    if MESHOPT not in (container.root.get("extensionsRequired") or []) and not has("meshoptimizer") and not is_hollow(container, view, where):
+        return None
     module = cast(MeshoptModule, decoder("meshoptimizer", MESHOPT, "meshopt"))
     count, stride = whole(entry["count"], f"{place}.count"), whole(entry["byteStride"], f"{place}.byteStride")
     length = whole(entry["byteLength"], f"{place}.byteLength")

@@ -9,7 +9,7 @@ from numpy.typing import NDArray
 from zrm_scene import Mesh
 from zrm_scene.arrays import Floats, Indices, Integers, Reals, is_finite
 
-from .compressed import DRACO, DracoShape, has_draco
+from .compressed import DRACO, DracoShape, has
 from .container import item
 from .form import checked
 from .problems import GltfError
@@ -88,7 +88,7 @@ class Meshes:
             return None
         required = DRACO in (self.source.container.root.get("extensionsRequired") or [])
         position = self.reader.entry(primitive["attributes"]["POSITION"], f"{where}.attributes.POSITION")
-        if not required and not has_draco() and position.get("bufferView") is not None:
+        if not required and not has("DracoPy") and position.get("bufferView") is not None:
             return None
         place = f"{where}.extensions.{DRACO}"
         entry = checked(found, Draco, place)

@@ -54,6 +54,9 @@ class ImageModule(Protocol):
     def merge(self, mode: str, bands: tuple[Band, ...]) -> Image: ...
 
 
+Shows = tuple[str, str | int | None]  # what makes two images the same: where their bytes are
+
+
 @dataclass
 class Job:
     """One file to write."""
@@ -71,8 +74,8 @@ class Textures:
         self.report = source.report
         self.folder = source.options.textures
         self.entries = source.container.entries("textures", TextureEntry)
-        self.names: dict[str, object] = {}  # by image: its number or uri
-        self.owners: dict[str, object] = {}  # for each name in lower case, what it shows
+        self.names: dict[Shows, str] = {}
+        self.owners: dict[str, Shows] = {}  # for each name in lower case, what it shows
         self.jobs: list[Job] = []
 
     def image_of(self, index: int, where: str) -> int | None:
@@ -98,12 +101,12 @@ class Textures:
         image = self.image_of(index, where)
         if image is None or self.folder is None or pillow() is None:
             return None
-        key = f"{image} without red"
+        stem, (kind, place) = self._stem(image, where)
+        key = (f"{kind} without red", place)
         if key not in self.names:
-            stem = f"{self._stem(image, where)[0]}_rm"
-            name = self.names[key] = self._free(stem, key)
+            name = self.names[key] = self._free(f"{stem}_rm", key)
             self.jobs.append(Job(self.folder / f"{name}.png", image, without_red=True))
-        return str(self.names[key])
+        return self.names[key]
 
     def _name(self, image: int, where: str) -> str:
         stem, shows = self._stem(image, where)
@@ -112,24 +115,23 @@ class Textures:
             if owner != shows:
                 self.report.lose("image of a name that another one has", f"both are called {stem.lower()!r} in the model; see --textures", f"images[{image}]")
             return stem
-        key = str(shows)
-        if key not in self.names:
-            self.names[key] = name = self._free(stem, key)
+        if shows not in self.names:
+            name = self.names[shows] = self._free(stem, shows)
             self.jobs.append(Job(self.folder / name, image))
-        return str(self.names[key])
+        return self.names[shows]
 
-    def _stem(self, image: int, where: str) -> tuple[str, object]:
+    def _stem(self, image: int, where: str) -> tuple[str, Shows]:
         """What an image is called, and what it shows."""
         entry = self.source.container.entry("images", ImageEntry, image, where)
         uri = entry.get("uri")
         if uri is not None and not uri.startswith("data:"):
-            return PurePosixPath(urllib.parse.unquote(uri)).stem or uri, uri
+            return PurePosixPath(urllib.parse.unquote(uri)).stem or uri, ("uri", uri)
         stem = entry.get("name") or f"image_{image}"
         if self.folder is None:
             self.report.lose("embedded image", "the model holds its name alone; see --textures", f"images[{image}]: {stem}")
-        return stem, entry.get("bufferView") if uri is None else uri
+        return stem, ("view", entry.get("bufferView")) if uri is None else ("uri", uri)
 
-    def _free(self, stem: str, key: object) -> str:
+    def _free(self, stem: str, key: Shows) -> str:
         """A name of a file that no other image has, in lower case."""
         stem = re.sub(r'[\x00-\x1f/\\:*?"<>|]', "_", stem).strip(". ") or "image"
         name, number = stem, 1
