@@ -57,14 +57,36 @@ def test_nothing_leaves_the_box(build, skinned, seed, folder):
             node.shapes.append(Shape(mesh, Surface("arm")))
     with zrm_scene.optimizations(False), zrm_scene.save("out.zrm") as scene:
         scene.write(nodes, clips)
+    box_low, box_high, low, high = box_and_reach(clips)
+    assert (box_low <= low).all() and (high <= box_high).all()
+    if not skinned:  # the corners of the mesh's own box reach further than its vertices
+        corner = float(np.linalg.norm(np.abs(points).max(axis=0)))
+        assert (box_high - box_low <= (high - low) * 1.1 + 6 * corner).all(), "it is not much larger than it must be"
+
+
+def box_and_reach(clips):
+    """The box of the saved file, and how far what it shows gets while each clip plays."""
     file = zrm_inspect.read_file("out.zrm")
     low, high = np.full(3, np.inf), np.full(3, -np.inf)
     for clip in clips:
         for moment in MOMENTS:
             for found in evaluate(file, {clip.argument: float(moment)}).meshes:
                 low, high = np.minimum(low, found.positions.min(axis=0)), np.maximum(high, found.positions.max(axis=0))
-    box_low, box_high = file.root.bounding_box
-    assert (box_low <= low).all() and (high <= box_high).all()
-    if not skinned:  # the corners of the mesh's own box reach further than its vertices
-        corner = float(np.linalg.norm(np.abs(points).max(axis=0)))
-        assert (box_high - box_low <= (high - low) * 1.1 + 6 * corner).all(), "it is not much larger than it must be"
+    return *file.root.bounding_box, low, high
+
+
+def test_the_box_holds_what_several_calls_put_into_a_scene(folder):
+    """Records in motion below a node in its place, others that stand still, and a mesh by hand."""
+    nodes, clips = wide_turns(np.random.default_rng(1))
+    points, triangles = np.eye(3, dtype=np.float32), np.array([[0, 1, 2]], np.uint32)
+    still = Node("still", translation=(0, 90, 0))
+    for node in (nodes[-1], still):
+        node.shapes.append(Shape(Mesh(points, triangles, points), Surface("part")))
+    place = np.array([[0, -2, 0, 50], [2, 0, 0, 0], [0, 0, 2, 0], [0, 0, 0, 1.0]])
+    with zrm_scene.save("out.zrm") as scene:
+        stand = scene.node("stand", place)
+        scene.write(nodes, clips, stand)
+        scene.write([still])
+        scene.mesh(scene.node("inner", place, stand), Surface("hand"), points, triangles, points)
+    box_low, box_high, low, high = box_and_reach(clips)
+    assert (box_low <= low).all() and (high <= box_high).all() and (box_high - box_low <= (high - low) + 20).all()

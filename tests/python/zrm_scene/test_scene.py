@@ -32,6 +32,13 @@ def loose(scene):
     mesh(scene, node, name="tyre")
 
 
+def unplaced(scene):
+    """A record that moves, and a mesh on a node of the module's own."""
+    track = zrm_scene.Track(zrm_scene.Mode.LINEAR, np.zeros(1), np.ones((1, 3)), False)
+    scene.write([Node("moves", moves=zrm_scene.Moves([zrm_scene.Driven(zrm_scene.Clip(0), track)]))])
+    mesh(scene, scene.attach(zrm.AnimationNode("wheel")), name="tyre")
+
+
 def skin(scene):
     block = zrm.BoneBlock()
     block.setBoneWeights([1.0, 0, 0, 0] * 3)
@@ -71,6 +78,7 @@ WRONG = {
     "a record of lines": (lambda s: s.write(record(zrm_scene.Mesh(POINTS, TRIANGLE[:, :2], POINTS))), "mesh of node 'record'", "not made of triangles", "segments"),
     "a colour of two": (lambda s: mesh(s, surface=Surface("odd", colour=Value.of(1, 1))), "surface 'odd'", "the colour is [1, 1]", "3 finite"),
     "an argument below": (lambda s: mesh(s, surface=Surface("odd", opacity=Value(np.ones(1), DRIVEN))), "surface 'odd'", "the argument -1", "from 0"),
+    "motion beside what has no known place": (unplaced, "mesh 'tyre' of node 'wheel'", "something moves", "Scene.box"),
     "a place that is none": (lambda s: s.write([Node("far", translation=(0, 0, np.inf))]), "node 'far'", "not finite", "NaN"),
 }  # fmt: skip
 

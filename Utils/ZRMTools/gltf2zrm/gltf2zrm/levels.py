@@ -24,7 +24,7 @@ def set_distances(scene: Scene, records: list[Node]) -> None:
     """Fills in the limits of each record that chooses among levels."""
     if not scene.details:
         return
-    worlds = Tree(records).worlds()
+    worlds = Tree(records).worlds
     places = {node: place for place, node in enumerate(records)}
     for choice, finest, shares in scene.details:
         assert choice.levels is not None

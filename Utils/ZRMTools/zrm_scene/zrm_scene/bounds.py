@@ -39,16 +39,15 @@ class Bounds:
 
     def add(self, node: int, box: Floats) -> None:
         """A box that follows a node."""
-        if np.isfinite(box).all():
-            self.nodes.append(node)
-            self.boxes.append(box)
+        self.nodes.append(node)
+        self.boxes.append(box)
 
-    def box(self, clips: Sequence[Clip]) -> Box:
-        """Around everything; a box around nothing is a point at the origin."""
+    def ends(self, clips: Sequence[Clip]) -> tuple[Floats, Floats]:
+        """Lowest and highest points [3] of everything; of nothing, infinities the wrong way round."""
         if not self.nodes:
-            return (0.0, 0.0, 0.0, 0.0, 0.0, 0.0)
+            return np.full(3, np.inf), np.full(3, -np.inf)
         owners, boxes = np.array(self.nodes), np.stack(self.boxes)
-        low, high = hull(*sides(self.tree.worlds()[owners] @ boxes))
+        low, high = hull(*sides(self.tree.worlds[owners] @ boxes))
         if self.tree.animated:
             owners, boxes = self._anchored(owners, boxes)
             for clip in clips:
@@ -56,8 +55,7 @@ class Bounds:
                 for below, beyond in motion.hulls(boxes[motion.boxes], owners[motion.boxes]):
                     low, high = np.minimum(low, below), np.maximum(high, beyond)
         slack = (SLACK if self.tree.animated else 0.0) + 1e-6 * float(np.abs([low, high]).max())
-        x0, y0, z0, x1, y1, z1 = np.concatenate([low - slack, high + slack]).tolist()
-        return (x0, y0, z0, x1, y1, z1)
+        return low - slack, high + slack
 
     def _anchored(self, owners: Integers, boxes: Floats) -> tuple[Integers, Floats]:
         """The boxes that move at all, in the space of the animated node next above them."""
@@ -66,7 +64,7 @@ class Bounds:
             anchors[number] = number if number in self.tree.moving else (anchors[parent] if parent >= 0 else -1)
         above = np.array(anchors)[owners]
         moving = np.flatnonzero(above >= 0)
-        boxes, above = self.tree.frames()[owners[moving]] @ boxes[moving], above[moving]
+        boxes, above = self.tree.frames[owners[moving]] @ boxes[moving], above[moving]
         order = np.argsort(above, kind="stable")
         kept_owners, kept = [np.zeros(0, np.int64)], [np.zeros((0, 4, 4))]
         for rows in np.split(order, np.flatnonzero(np.diff(above[order])) + 1):
@@ -185,6 +183,14 @@ def lines_of(tree: Tree, number: int, clip: Clip) -> dict[str, tuple[Floats, Flo
                 times, values = entry.keys(rest[number], 0.0005)
                 found[path] = times, continuous(values) if path == "rotation" else values
     return found
+
+
+def as_box(low: Floats, high: Floats) -> Box:
+    """Six numbers as the module takes them; a box around nothing is a point at the origin."""
+    if not (low <= high).all():
+        return (0.0, 0.0, 0.0, 0.0, 0.0, 0.0)
+    x0, y0, z0, x1, y1, z1 = np.concatenate([low, high]).tolist()
+    return (x0, y0, z0, x1, y1, z1)
 
 
 def swept(moved: Floats, between: NDArray[np.bool_]) -> tuple[Floats, Floats]:

@@ -13,6 +13,7 @@ from .arrays import Box, corners, matrix, rows
 from .checks import check_surface
 from .clips import Clip
 from .errors import ZrmError, refused
+from .extent import Extent
 from .records import Mesh, Node, Surface
 from .report import Report
 from .surfaces import Dresser, add
@@ -20,6 +21,7 @@ from .writer import Writer
 
 FORMAT_VERSION = 10
 Drawn = zrm.PBRNode | zrm.MirrorNode | zrm.ColorNode | zrm.DeckNode | zrm.FakeOmniLights | zrm.FakeSpotLights
+SOLID = (zrm.PBRNode, zrm.MirrorNode, zrm.ColorNode, zrm.DeckNode)
 Facade = Drawn | zrm.OmniLight | zrm.SpotLight | zrm.ShellNode | zrm.SegmentsNode | zrm.Connector
 
 
@@ -35,11 +37,14 @@ class Scene:
         self.root = self.model.getRootTransform()
         self.report = report or Report(quiet=True)
         self.hung: list[tuple[str, zrm.Node]] = []  # what hangs on which node
+        self.extent = Extent(self.root)
 
     def node(self, name: str, place: ArrayLike | None = None, parent: zrm.Node | None = None) -> zrm.Node:
         """A node below another one, or below the root, with a 4 by 4 matrix for column vectors or without."""
-        made = zrm.Node(name) if place is None else zrm.Transform(name, matrix(place, f"node {name!r}"))
-        return self.attach(made, parent)
+        local = None if place is None else matrix(place, f"node {name!r}")
+        made = self.attach(zrm.Node(name) if local is None else zrm.Transform(name, local), parent)
+        self.extent.place(made, self.root if parent is None else parent, local)
+        return made
 
     def attach[N: zrm.Node](self, node: N, parent: zrm.Node | None = None) -> N:
         """Hangs a node of the module's below another one, or below the root, and gives it back."""
@@ -77,11 +82,18 @@ class Scene:
         for block in blocks:
             facade.addBlock(block)
         facade.setIndices(indices)
-        return self.add(facade, control, subject)
+        if count:
+            self.extent.add(control, subject, points.min(axis=0), points.max(axis=0))
+        return self._add(facade, control, subject)
 
     def add[F: Facade](self, facade: F, control: zrm.Node, subject: str = "") -> F:
         """Hangs a facade of the module's on a node and adds it to the model."""
         subject = subject or f"{type(facade).__name__} of node {control.getName()!r}"
+        if isinstance(facade, (*SOLID, zrm.ShellNode)):
+            self.extent.miss(subject)
+        return self._add(facade, control, subject)
+
+    def _add[F: Facade](self, facade: F, control: zrm.Node, subject: str) -> F:
         facade.setControlNode(control)
         if isinstance(facade, zrm.IRenderNode):
             add(self.model, facade, subject)
@@ -98,8 +110,11 @@ class Scene:
 
     def write(self, nodes: Sequence[Node], clips: Sequence[Clip] = (), parent: zrm.Node | None = None) -> dict[Node, zrm.Node]:
         """Records, parents before children; gives the module's node of each."""
-        writer = Writer(self.model, self.root if parent is None else parent, nodes, clips, self.report)
-        writer.write()
+        top = self.root if parent is None else parent
+        writer = Writer(self.model, top, nodes, clips, self.report)
+        low, high = writer.write()
+        self.extent.needed |= writer.needs_box
+        self.extent.add(top, f"node {nodes[0].name!r}" if nodes else "", low, high)
         return dict(zip(nodes, writer.facades))
 
     def box(self, box: Box) -> None:
@@ -107,11 +122,14 @@ class Scene:
         if not all(low <= high for low, high in zip(box[:3], box[3:])):
             raise ZrmError("box", f"{box} has no inside", "give the minimum x, y, z, then the maximum")
         self.model.setBBox(box)
+        self.extent.given = True
 
     def save(self, path: str | os.PathLike[str]) -> int:
         """Writes the file and gives its size. The model is changed for good, as by `Model.save`."""
         target = os.fspath(path)
         self._find_loose()
+        if (box := self.extent.box()) is not None:
+            self.model.setBBox(box)
         try:
             # A path that begins with "/" would name something in the module's own file tree.
             text = self.model.save(os.path.relpath(target), FORMAT_VERSION)

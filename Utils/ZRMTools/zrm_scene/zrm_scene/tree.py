@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Sequence
+from functools import cached_property
 
 import numpy as np
 
@@ -77,10 +78,12 @@ class Tree:
         bounds = np.cumsum(np.bincount(np.array(depth, np.int64))) if depth else np.zeros(0, np.int64)
         return np.split(order, bounds[:-1])[1:] if len(bounds) else []
 
+    @cached_property
     def worlds(self) -> Floats:
         """World matrices [n, 4, 4] at rest."""
         return self.gathered(self.locals)
 
+    @cached_property
     def frames(self) -> Floats:
         """For each node the product of the static transforms from it up to the next animated node, [n, 4, 4]."""
         return self.gathered(self.locals, self.moving)

@@ -7,8 +7,8 @@ from collections.abc import Sequence
 import numpy as np
 import pyzrm_313 as zrm
 
-from .arrays import Floats, Reals
-from .bounds import Bounds, box_between
+from .arrays import Box, Floats, Reals
+from .bounds import Bounds, as_box, box_between
 from .budget import allowances
 from .checks import check_all
 from .clips import Clip
@@ -46,22 +46,26 @@ class Writer:
         self.dresser = Dresser(report)
         self.surfaces: set[int] = set()
 
-    def write(self) -> None:
-        """Fills the model."""
+    @property
+    def needs_box(self) -> bool:
+        """Does anything move, so that the module's own box, around what stands still and has no bones, isn't enough?"""
+        return bool(self.tree.animated or self.skinned)
+
+    def write(self) -> tuple[Floats, Floats]:
+        """Fills the model; gives the lowest and highest points at rest and while each clip plays."""
+        ends = self._ends()
         if not self.tree.nodes:
-            return
+            return ends
         allowed = allowances(self.tree, self._radii()) if self.tree.animated else {}
         self.facades = build_skeleton(self.tree, allowed, self.root, self.report)
         self.report.counts["nodes"] += len(self.facades)
-        box = self._box() if self.tree.animated or self.skinned else None
-        self._add_shapes(box)
+        self._add_shapes(as_box(*ends))
         for number, node in enumerate(self.tree.nodes):
             if node.light is not None:
                 self.model.addLight(light_of(node.light, self.facades[number]))
             if node.connector is not None:
                 self.model.addConnector(connector_of(node.name, node.connector, self.facades[number]))
-        if box is not None:
-            self.model.setBBox(box)
+        return ends
 
     def _radii(self) -> dict[int, float]:
         """How far geometry reaches from the nodes that move it."""
@@ -82,8 +86,7 @@ class Writer:
             self.radii_of[id(positions)] = radius, positions
         return self.radii_of[id(positions)][0]
 
-    def _box(self) -> tuple[float, float, float, float, float, float]:
-        """Around everything at rest and while each clip plays: the module looks at what stands still and has no bones."""
+    def _ends(self) -> tuple[Floats, Floats]:
         bounds = Bounds(self.tree)
         ends: dict[int, tuple[Floats, Reals]] = {}
         for number, _, shape in self.parts:
@@ -92,14 +95,15 @@ class Writer:
                     bounds.add(self.tree.place[shape.skin.joints[slot]], shape.skin.inverses[slot] @ box)
                 continue
             positions = shape.mesh.positions
-            if id(positions) not in ends:
+            if len(positions) and id(positions) not in ends:
                 ends[id(positions)] = box_between(positions.min(axis=0), positions.max(axis=0)), positions
-            bounds.add(number, ends[id(positions)][0])
-        return bounds.box(self.clips)
+            if len(positions):
+                bounds.add(number, ends[id(positions)][0])
+        return bounds.ends(self.clips)
 
-    def _add_shapes(self, box: tuple[float, float, float, float, float, float] | None) -> None:
-        frames = Frames(self.tree.frames())
-        mirrored: list[bool] = (np.linalg.det(self.tree.worlds()[:, :3, :3]) < 0.0).tolist()
+    def _add_shapes(self, box: Box) -> None:
+        frames = Frames(self.tree.frames)
+        mirrored: list[bool] = (np.linalg.det(self.tree.worlds[:, :3, :3]) < 0.0).tolist()
         bones = Bones(self.tree, self.facades, self.root)
         for done, (number, node, shape) in enumerate(self.parts):
             if not done % 256:
@@ -107,7 +111,6 @@ class Writer:
             if shape.kind is Kind.SEGMENTS:
                 self.model.addSegmentsNode(segments_of(node.name, shape.mesh, self.facades[number]))
             elif is_skinned(shape):
-                assert box is not None
                 self._add_skinned(node, shape, bones, box)
             else:
                 self._add_solid(number, node, shape, frames, mirrored[number])
@@ -124,7 +127,7 @@ class Writer:
         else:
             self._add(mesh, node, shape, control, factor or 1.0, None)
 
-    def _add_skinned(self, node: Node, shape: Shape, bones: Bones, box: tuple[float, float, float, float, float, float]) -> None:
+    def _add_skinned(self, node: Node, shape: Shape, bones: Bones, box: Box) -> None:
         assert shape.skin is not None
         mesh = self.skinned[id(shape)]
         factor = self.sizes.factor(mesh.positions, mesh.indices, None) or 1.0
