@@ -5,22 +5,19 @@ from __future__ import annotations
 import os
 import shutil
 import subprocess
-import sys
 import tempfile
 import time
 from pathlib import Path
 from typing import Any
 
 import pyzrm_313 as zrm
+from gltf2zrm.convert import convert
+from gltf2zrm.source import Options
 from support.scenes import enable_all
 from support.timing import heading, ratio_line
+from zrm_scene import Report
 
 ROOT = Path(__file__).resolve().parents[1]
-sys.path.insert(0, str(ROOT / "examples"))
-
-from gltf_export.convert import convert  # noqa: E402
-from gltf_export.report import Report  # noqa: E402
-
 MODELS = Path(os.environ.get("ZRM_MODELS", ROOT.parent / "shared" / "models"))
 ROUNDS = 5
 
@@ -65,7 +62,7 @@ def main() -> None:
         try:
             for _ in range(ROUNDS):
                 meter.seconds = 0.0
-                convert(file, Path("model.zrm"), Report(quiet=True))
+                convert(file, Path("model.zrm"), Options(), Report(quiet=True))
                 ours = min(ours, meter.seconds)
                 peer = min(peer, gltfpack_seconds(file))
         except subprocess.CalledProcessError:

@@ -1,5 +1,5 @@
 """What each pass of the module does to a model: saves it with all switches off, each one alone and all on, and prints
-how large the files and the scenes in them are.  The package zrm_inspect must be on the path; see --help."""
+how large the files and the scenes in them are.  See --help."""
 
 from __future__ import annotations
 
@@ -10,14 +10,16 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
 
-import pyzrm_313 as zrm
+import numpy as np
+import vehicle
 import zrm_inspect
-from gltf_export.cli import SWITCHES
-from gltf_export.convert import convert, save
-from gltf_export.problems import GltfError
-from gltf_export.report import Report
-from gltf_export.vehicle import build_vehicle
+import zrm_scene
+from gltf2zrm.convert import convert
+from gltf2zrm.problems import GltfError
+from gltf2zrm.source import Options
+from numpy.typing import NDArray
 from zrm_inspect.model import Mesh, RenderNode, SkinNode, ZrmFile
+from zrm_scene import SWITCHES, Report, ZrmError, optimizations
 
 CACHE_SIZE = 16  # as the pass that orders triangles for the cache measures
 ALL_OFF, ALL_ON = "all off", "all on"
@@ -44,7 +46,7 @@ class Row:
         return [*map(str, counts), ratio, str(self.bytes)]
 
 
-def cache_misses(indices: Any) -> int:
+def cache_misses(indices: NDArray[np.integer[Any]]) -> int:
     """How many vertices a cache that forgets the oldest one first has to load.  A hit doesn't make a vertex younger."""
     loaded_at = [-CACHE_SIZE - 1] * (int(indices.max()) + 1 if len(indices) else 0)
     misses = 0
@@ -71,27 +73,22 @@ def measure(file: ZrmFile) -> Row:
 
 def write_model(source: Path | None, output: Path) -> None:
     """Converts `source`, or builds the vehicle.  Saving changes a model, so each file needs one of its own."""
-    report = Report(quiet=True)
-    if source is None:
-        save(build_vehicle(report), output, report)
-    else:
-        convert(source, output, report)
+    if source is not None:
+        convert(source, output, Options(), Report(quiet=True))
+        return
+    with zrm_scene.save(output) as scene:
+        vehicle.build(scene)
 
 
 def compare(source: Path | None, folder: Path) -> dict[str, Row]:
-    """Writes a file for each of RUNS into `folder` and measures it.  Leaves all switches on."""
+    """Writes a file for each of RUNS into `folder` and measures it."""
     folder.mkdir(parents=True, exist_ok=True)
     rows: dict[str, Row] = {}
-    try:
-        for label, active in RUNS.items():
-            for switch in SWITCHES:
-                zrm.enable_model_optimization(switch, switch in active)
-            output = folder / f"{label.replace(' ', '_')}.zrm"
+    for label, active in RUNS.items():
+        output = folder / f"{label.replace(' ', '_')}.zrm"
+        with optimizations(False, **dict.fromkeys(active, True)):
             write_model(source, output)
-            rows[label] = measure(zrm_inspect.read_file(output))
-    finally:
-        for switch in SWITCHES:
-            zrm.enable_model_optimization(switch, True)
+        rows[label] = measure(zrm_inspect.read_file(output))
     return rows
 
 
@@ -114,7 +111,7 @@ def main(arguments: list[str] | None = None) -> int:
     source = None if options.demo else Path(options.paths[0])
     try:
         rows = compare(source, Path(options.paths[-1]))
-    except (GltfError, OSError, MemoryError) as error:
+    except (GltfError, ZrmError, OSError, MemoryError) as error:
         print(f"{options.paths[0]}: {error or type(error).__name__}", file=sys.stderr)
         return 1
     print(f"The model by the switches that are on; ACMR is vertices loaded for each triangle, cache of {CACHE_SIZE}:")

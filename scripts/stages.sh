@@ -30,8 +30,9 @@ check_exports() {
     [ "$names" = PyInit_pyzrm_313 ] || { printf 'exported:\n%s\n' "$names"; return 1; }
 }
 
-# Builds the wheel as pip would, installs it into an empty folder and imports it from there. Warnings are errors and the
-# compiler goes by the same name as in the presets, so that ccache serves the objects of the release build again.
+# Builds the wheel as pip would, installs it with our packages into an empty folder and imports them from there. Warnings
+# are errors and the compiler goes by the same name as in the presets, so that ccache serves the objects of the release
+# build again.
 check_wheel() {
     local dir=build/wheel pip=("$venv/bin/python" -m pip -q --disable-pip-version-check)
     drop_moved $dir/cmake
@@ -42,7 +43,9 @@ check_wheel() {
     "${pip[@]}" install --no-deps --target $dir/site $dir/dist/*.whl || return
     [ -e $dir/site/pyzrm_313-stubs/__init__.pyi ] || { echo "the wheel has no stubs"; return 1; }
     [ -e $dir/site/pyzrm_313-*.dist-info/licenses/LICENSE ] || { echo "the wheel has no license"; return 1; }
-    (cd $dir && PYTHONPATH=site "../../$venv/bin/python" -c 'import pyzrm_313; print("wheel:", pyzrm_313.__file__)')
+    "${pip[@]}" install --no-deps --no-build-isolation --target $dir/site Utils/ZRMTools/{zrm_inspect,zrm_scene,gltf2zrm} || return
+    [ -x $dir/site/bin/gltf2zrm ] || { echo "no command gltf2zrm was installed"; return 1; }
+    (cd $dir && PYTHONPATH=site "../../$venv/bin/python" -c 'import gltf2zrm.cli, pyzrm_313; print("wheel:", pyzrm_313.__file__)')
 }
 
 # run_preloaded PRESET LIBRARY... -- ARGUMENT...: runs Python, which is not sanitized itself, with the sanitizer's runtime

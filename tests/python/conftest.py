@@ -1,4 +1,4 @@
-"""Finds the extension module, the reader and `support`, and gives each test its own folder and all switches on."""
+"""Finds the extension module, our packages, the examples and `support`, and gives each test its own folder and all switches on."""
 
 import importlib.util
 import os
@@ -8,7 +8,8 @@ from pathlib import Path
 import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
-sys.path[:0] = [str(Path(__file__).resolve().parent), str(ROOT / "Utils/ZRMTools/zrm_inspect")]
+PACKAGES = [ROOT / "Utils/ZRMTools" / name for name in ("zrm_inspect", "zrm_scene", "gltf2zrm")]
+sys.path[:0] = [str(Path(__file__).resolve().parent), *map(str, PACKAGES), str(ROOT / "examples")]
 if "ZRM_MODULE_DIR" in os.environ:
     sys.path.insert(0, os.environ["ZRM_MODULE_DIR"])
 elif importlib.util.find_spec("pyzrm_313") is None:

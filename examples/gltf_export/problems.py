@@ -1,7 +1,0 @@
-"""The one exception for input that can't be converted."""
-
-from __future__ import annotations
-
-
-class GltfError(Exception):
-    """The file breaks a rule of glTF, needs what isn't read, or the module refused what was built from it."""
