@@ -166,7 +166,7 @@ def local_matrix(node: ArgAnimationNode, arguments: Arguments) -> Doubles:
 
 def is_visible(node: ArgVisibilityNode, arguments: Arguments) -> bool:
     """Each argument must lie in one of its ranges, which are open at the end."""
-    for entry in node.arguments:
+    for entry in node.conditions:
         value = argument_value(arguments, entry.argument)
         if not np.any((value >= entry.ranges[:, 0]) & (value < entry.ranges[:, 1])):
             return False
