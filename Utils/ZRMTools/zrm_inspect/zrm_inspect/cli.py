@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import json
+import math
 import sys
 from collections.abc import Callable
 from pathlib import Path
@@ -121,7 +122,7 @@ def build_command(file: Path, output: Path) -> None:
     if illegal := faults.first_error():
         told = printable(illegal.message)
         raise click.ClickException(f"{printable(str(file))}: what it describes is no legal file: {told}")
-    output.write_bytes(data)
+    _write(output, data)
 
 
 @main.command()
@@ -168,6 +169,44 @@ def why(file: Path, meshes: tuple[str, ...], rows: int) -> None:
     printer.table(first_rows("materials that differ in one thing", titles, pairs, rows))
     if not found and not pairs:
         printer.line("Nothing stands apart.")
+
+
+class _Argument(click.ParamType[tuple[int, float]]):
+    """NUMBER=VALUE"""
+
+    name = "NUMBER=VALUE"
+
+    def convert(self, value: Any, param: click.Parameter | None, ctx: click.Context | None) -> tuple[int, float]:
+        number, equals, told = str(value).partition("=")
+        try:
+            found = int(number), float(told)
+        except ValueError:
+            found = -1, 0.0
+        if found[0] < 0 or not equals or not math.isfinite(found[1]):
+            self.fail(f"'{value}' is not of the form 3=0.5", param, ctx)
+        return found
+
+
+ARGUMENTS = click.option("--arg", "arguments", type=_Argument(), multiple=True, help="An argument's value; 0 for the others.")
+
+
+@main.command("gltf")
+@click.argument("file", type=FILE)
+@click.option("-o", "--output", type=FILE, required=True, help="The .glb to write.")
+@click.option("--level", default=0, show_default=True, help="Which level of detail to write.")
+@ARGUMENTS
+def gltf_command(file: Path, output: Path, level: int, arguments: tuple[tuple[int, float], ...]) -> None:
+    """The model as binary glTF, with an animation for each argument that moves or shows something."""
+    from .gltf import to_glb  # needs a package that nothing else does
+
+    _write(output, to_glb(_opened(file, read_file), dict(arguments), level))
+
+
+def _write(path: Path, data: bytes) -> None:
+    try:
+        path.write_bytes(data)
+    except OSError as error:
+        raise click.ClickException(f"{printable(str(path))}: {error.strerror or error}") from None
 
 
 def _number(file: ZrmFile, mesh: str) -> int:
