@@ -13,7 +13,8 @@ deps=build/deps
 phmap_package=libparallel-hashmap-dev
 # ccache is for the tests, which compile the wheel anew; it comes with the first build, whose objects it then has.
 build_packages=(cmake ninja-build ccache)
-test_packages=(libgtest-dev libbenchmark-dev)
+# A browser for the page that zrm_inspect makes: the one without a window, which is the smaller.
+test_packages=(libgtest-dev libbenchmark-dev chromium-headless-shell)
 peer_packages=(libspdlog-dev libtbb-dev libboost-dev)
 
 die() {

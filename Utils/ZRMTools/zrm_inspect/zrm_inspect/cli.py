@@ -2,10 +2,12 @@
 
 from __future__ import annotations
 
+import io
 import json
 import math
 import sys
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
 from pathlib import Path
 from typing import Any
 
@@ -33,6 +35,15 @@ def _opened(path: Path, read: Callable[[Path], ZrmFile] = open_file) -> ZrmFile:
     except OSError as error:
         reason = error.strerror or str(error)
     raise click.ClickException(f"{printable(str(path))}: {printable(reason)}")
+
+
+@contextmanager
+def _extra(name: str) -> Iterator[None]:
+    """Around an import that needs a package which nothing else does."""
+    try:
+        yield
+    except ImportError as error:
+        raise click.ClickException(f"This needs the package {error.name}: pip install 'zrm_inspect[{name}]' brings it.") from None
 
 
 @click.group(context_settings={"help_option_names": ["-h", "--help"], "max_content_width": 110})
@@ -197,9 +208,37 @@ ARGUMENTS = click.option("--arg", "arguments", type=_Argument(), multiple=True, 
 @ARGUMENTS
 def gltf_command(file: Path, output: Path, level: int, arguments: tuple[tuple[int, float], ...]) -> None:
     """The model as binary glTF, with an animation for each argument that moves or shows something."""
-    from .gltf import to_glb  # needs a package that nothing else does
-
+    with _extra("gltf"):
+        from .gltf import to_glb
     _write(output, to_glb(_opened(file, read_file), dict(arguments), level))
+
+
+@main.command()
+@click.argument("file", type=FILE)
+@click.option("-o", "--output", type=FILE, required=True, help="The .html or .png to write.")
+@click.option("--size", type=(click.IntRange(1, 8192), click.IntRange(1, 8192)), default=(960, 720), show_default=True, help="Of a picture.")
+@click.option("--angles", type=(float, float), default=(40.0, 25.0), show_default=True, help="Of the eye, around and above.")
+@ARGUMENTS
+def view(
+    file: Path, output: Path, size: tuple[int, int], angles: tuple[float, float], arguments: tuple[tuple[int, float], ...]
+) -> None:
+    """A page with the model in it, which turns and zooms and has a slider for each argument; or a picture."""
+    opened = _opened(file, read_file)
+    try:
+        if output.suffix == ".html":
+            from .page import to_page
+
+            _write(output, to_page(opened, dict(arguments), file.name).encode("ascii", "xmlcharrefreplace"))
+        elif output.suffix == ".png":
+            with _extra("picture"):
+                from .picture import to_picture
+            stream = io.BytesIO()
+            to_picture(opened, dict(arguments), size, angles).save(stream, "png")
+            _write(output, stream.getvalue())
+        else:
+            raise click.UsageError("The output is neither .html nor .png.")
+    except ValueError as error:
+        raise click.ClickException(f"{printable(str(file))}: {printable(str(error))}") from None
 
 
 def _write(path: Path, data: bytes) -> None:
