@@ -43,7 +43,7 @@ def _extra(name: str) -> Iterator[None]:
     try:
         yield
     except ImportError as error:
-        raise click.ClickException(f"This needs the package {error.name}: pip install 'zrm_inspect[{name}]' brings it.") from None
+        raise click.ClickException(f"This needs the package {error.name}: pip install 'pyzrm_313[{name}]' brings it.") from None
 
 
 @click.group(context_settings={"help_option_names": ["-h", "--help"], "max_content_width": 110})
