@@ -10,7 +10,7 @@ from PIL import Image
 
 from .animation import Arguments
 from .evaluate import SceneMesh, evaluate
-from .look import look_of
+from .look import Look, look_of
 from .model import Doubles, ZrmFile
 from .page import bounds
 
@@ -33,8 +33,7 @@ def to_picture(file: ZrmFile, arguments: Arguments, size: tuple[int, int], angle
             if (look.opacity < 1) == blended:
                 points = (mesh.positions - middle) @ axes.T * [scale, -scale, scale]
                 points += [canvas.width / 2, canvas.height / 2, 0]
-                shade = _shades(mesh)[:, None] * look.colour + look.glow
-                canvas.draw(points[mesh.triangles[mesh.triangle_visible]], shade, look.opacity)
+                canvas.draw(points[mesh.triangles[mesh.triangle_visible]], _shades(mesh), look)
     return canvas.image(size)
 
 
@@ -47,16 +46,16 @@ def _axes(around: float, above: float) -> Doubles:
 
 
 def _shades(mesh: SceneMesh) -> Doubles:
-    """How bright each visible triangle is, from either side."""
+    """(triangles, 3): how bright the corners of each visible triangle are."""
     triangles = mesh.triangles[mesh.triangle_visible]
     if mesh.normals is not None:
-        normals = mesh.normals[triangles].sum(axis=1)
+        normals = mesh.normals[triangles]
     else:
         corners = mesh.positions[triangles]
-        normals = np.cross(corners[:, 1] - corners[:, 0], corners[:, 2] - corners[:, 0])
-    length = np.linalg.norm(normals, axis=1, keepdims=True)
-    normals = np.where(length > 0, normals / np.where(length > 0, length, 1), 0)
-    return np.asarray(0.45 + 0.2 * normals[:, 1] + 0.35 * np.maximum(normals @ _LIGHT, 0))
+        flat = np.cross(corners[:, 1] - corners[:, 0], corners[:, 2] - corners[:, 0])
+        length = np.linalg.norm(flat, axis=1, keepdims=True)
+        normals = np.repeat((flat / np.where(length > 0, length, 1))[:, None], 3, axis=1)
+    return np.asarray(0.45 + 0.2 * normals[..., 1] + 0.35 * np.maximum(normals @ _LIGHT, 0))
 
 
 class _Canvas:
@@ -65,10 +64,10 @@ class _Canvas:
         self.colours = np.tile(np.array(_BACKGROUND), (width * height, 1))
         self.depths = np.full(width * height, -np.inf)
 
-    def draw(self, corners: Doubles, colours: Doubles, opacity: float) -> None:
+    def draw(self, corners: Doubles, shades: Doubles, look: Look) -> None:
         """Triangles in pixels, with the depth as third coordinate: the larger, the nearer."""
-        usable = np.isfinite(corners).all(axis=(1, 2))
-        corners, colours = corners[usable], colours[usable]
+        usable = np.isfinite(corners).all(axis=(1, 2)) & np.isfinite(shades).all(axis=1)
+        corners, shades = corners[usable], shades[usable]
         low = np.clip(np.floor(corners[..., :2].min(axis=1)), 0, [self.width, self.height]).astype(np.int64)
         high = np.clip(np.ceil(corners[..., :2].max(axis=1)) + 1, 0, [self.width, self.height]).astype(np.int64)
         extent = np.maximum(high - low, 0)
@@ -77,13 +76,14 @@ class _Canvas:
         while start < len(corners):
             end = start + max(int(np.searchsorted(np.cumsum(counts[start:]), _AT_ONCE, side="right")), 1)
             part = slice(start, end)
-            self._fill(corners[part], colours[part], opacity, low[part], extent[part], counts[part])
+            self._fill(corners[part], shades[part], look, low[part], extent[part])
             start = end
 
     def _fill(
-        self, corners: Doubles, colours: Doubles, opacity: float, low: NDArray[np.int64], extent: NDArray[np.int64], counts: NDArray[np.int64]
+        self, corners: Doubles, shades: Doubles, look: Look, low: NDArray[np.int64], extent: NDArray[np.int64]
     ) -> None:
         """Every sample of each triangle's rectangle, of which those inside stay; then the nearest at each place."""
+        counts = extent.prod(axis=1)
         owner = np.repeat(np.arange(len(corners)), counts)
         step = np.arange(len(owner)) - np.repeat(np.cumsum(counts) - counts, counts)
         x = low[owner, 0] + step % extent[owner, 0]
@@ -98,14 +98,17 @@ class _Canvas:
             depth = a[owner, 2] + u * (b - a)[owner, 2] + v * (c - a)[owner, 2]
         place = y * self.width + x
         inside &= depth > self.depths[place]
-        owner, place, depth = owner[inside], place[inside], depth[inside]
+        owner, place, depth, u, v = owner[inside], place[inside], depth[inside], u[inside], v[inside]
         order = np.lexsort((depth, place))
         last = np.flatnonzero(np.append(place[order][1:] != place[order][:-1], True)) if len(order) else order
         chosen = order[last]
-        owner, place, depth = owner[chosen], place[chosen], depth[chosen]
-        self.colours[place] = opacity * colours[owner] + (1 - opacity) * self.colours[place]
-        if opacity == 1:
-            self.depths[place] = depth
+        owner, place, u, v = owner[chosen], place[chosen], u[chosen], v[chosen]
+        first, second, third = shades[owner].T
+        bright = (1 - u - v) * first + u * second + v * third
+        colour = bright[:, None] * look.colour + look.glow
+        self.colours[place] = look.opacity * colour + (1 - look.opacity) * self.colours[place]
+        if look.opacity == 1:
+            self.depths[place] = depth[chosen]
 
     def image(self, size: tuple[int, int]) -> Image.Image:
         pixels = np.clip(self.colours, 0, 1).reshape(size[1], _OVER, size[0], _OVER, 3).mean(axis=(1, 3))
