@@ -8,6 +8,8 @@ A warning is an error. Nothing in the site is fetched from other people's server
 from __future__ import annotations
 
 import ast
+import contextlib
+import importlib.util
 import re
 import shutil
 import subprocess
@@ -196,10 +198,27 @@ def sources(folder: Path) -> None:
     shutil.copy(ROOT / "CHANGELOG.md", folder / "changes.md")
 
 
+def gallery(folder: Path) -> None:
+    """A page of models that aren't ours; it needs the module, which the rest of the site doesn't."""
+    lines = ["# Gallery", "", "What `zrm-inspect view` makes of real models, converted by the example exporter, all arguments at 0.3.", ""]
+    if importlib.util.find_spec("pyzrm_313") is None:
+        lines.append("The module wasn't built when this page was.")
+    else:
+        import make_views
+
+        with contextlib.chdir(folder):
+            for name, picture in make_views.real_models():
+                picture.save(folder / "pictures" / f"{name}.png")
+                lines += [f"## {name}", "", f"![{name}](pictures/{name}.png)", ""]
+            Path("real.zrm").unlink(missing_ok=True)
+    (folder / "gallery.md").write_text("\n".join(lines), encoding="utf-8")
+
+
 def main(site: Path) -> int:
     project = tomllib.loads((ROOT / "pyproject.toml").read_text(encoding="utf-8"))["project"]
     work = site.with_name(site.name + "-sources")
     sources(work)
+    gallery(work)
     settings = {
         "project": project["name"],
         "release": project["version"],

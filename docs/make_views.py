@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import contextlib
+import io
 import os
 import re
 import runpy
@@ -38,6 +40,14 @@ def run(page: Path) -> None:
         sys.argv = arguments
 
 
+def export(*arguments: str) -> bool:
+    """Runs the exporter, quietly."""
+    from gltf_export.cli import main as exporter
+
+    with contextlib.redirect_stdout(io.StringIO()):
+        return exporter(["--quiet", *arguments]) == 0
+
+
 def pictures() -> Iterator[tuple[str, Image.Image]]:
     """Each by name; in the current folder, where the models are saved."""
     run(DOCS / "index.md")
@@ -45,10 +55,17 @@ def pictures() -> Iterator[tuple[str, Image.Image]]:
     run(DOCS / "tutorial.md")
     for name, arguments in (("tutorial", {}), ("tutorial_moved", {0: 0.27, 2: 1.0})):
         yield name, to_picture(read_file("vehicle.zrm"), arguments, SIZE, (130.0, 20.0))
-    from gltf_export.cli import main as export
-
-    export(["--quiet", "--demo", "demo.zrm"])
+    export("--demo", "demo.zrm")
     yield "demo", to_picture(read_file("demo.zrm"), {}, SIZE, (40.0, 25.0))
+
+
+def real_models() -> Iterator[tuple[str, Image.Image]]:
+    """Of those that other people made, where they are at hand; they and their pictures aren't ours to keep."""
+    folder = Path(os.environ.get("ZRM_MODELS", DOCS.parents[1] / "shared" / "models"))
+    for source in (folder / "2CylinderEngine.glb", folder / "CesiumMilkTruck.glb", folder / "03_skinned_cylinder.gltf"):
+        if source.exists() and export(str(source), "real.zrm"):
+            file = read_file("real.zrm")
+            yield source.stem, to_picture(file, {number: 0.3 for number in file.arguments}, SIZE, (40.0, 25.0))
 
 
 def main(folder: Path) -> None:
