@@ -17,7 +17,7 @@ from .diff import compare
 from .faults import CODES, ERROR, ZrmError
 from .model import ZrmFile
 from .outline import tree_lines
-from .reader import examine, open_file, read_file
+from .reader import examine, load, open_file, read_file
 from .report import Printer, Table, first_rows, printable
 from .stats import tables
 from .why import Reasons, almost_equal, apart
@@ -85,13 +85,12 @@ def check(files: tuple[Path, ...], as_json: bool, codes: bool) -> None:
     found: list[dict[str, Any]] = []
     for path in files:
         try:
-            _, faults = examine(path.read_bytes())
+            _, faults = examine(load(path))
         except OSError as error:
             raise click.ClickException(f"{printable(str(path))}: {error.strerror or error}") from None
-        found += [
-            {"file": str(path), "severity": f.severity, "code": f.code, "offset": f.offset, "record": f.record, "message": f.message}
-            for f in faults
-        ]  # fmt: skip
+        for f in faults:
+            told = {"code": f.code, "offset": f.offset, "record": f.record, "message": f.message}
+            found.append({"file": str(path), "severity": f.severity, **told})
     if as_json:
         printer.json(found)
     elif codes:
@@ -198,6 +197,7 @@ class _Argument(click.ParamType[tuple[int, float]]):
         return found
 
 
+_SIZE = click.IntRange(1, 8192)
 ARGUMENTS = click.option("--arg", "arguments", type=_Argument(), multiple=True, help="An argument's value; 0 for the others.")
 
 
@@ -216,7 +216,7 @@ def gltf_command(file: Path, output: Path, level: int, arguments: tuple[tuple[in
 @main.command()
 @click.argument("file", type=FILE)
 @click.option("-o", "--output", type=FILE, required=True, help="The .html or .png to write.")
-@click.option("--size", type=(click.IntRange(1, 8192), click.IntRange(1, 8192)), default=(960, 720), show_default=True, help="Of a picture.")
+@click.option("--size", type=(_SIZE, _SIZE), default=(960, 720), show_default=True, help="Of a picture.")
 @click.option("--angles", type=(float, float), default=(40.0, 25.0), show_default=True, help="Of the eye, around and above.")
 @ARGUMENTS
 def view(

@@ -204,7 +204,8 @@ class _Export:
 
     def _light(self, light: LightNode) -> None:
         colour = colour_of(light.color, self.arguments) or (1.0, 1.0, 1.0)
-        entry: dict[str, Any] = {"type": "point", "color": list(colour), "intensity": number_of(light.brightness, self.arguments, 0.0)}
+        strength = number_of(light.brightness, self.arguments, 0.0)
+        entry: dict[str, Any] = {"type": "point", "color": list(colour), "intensity": strength}
         reach = number_of(light.distance, self.arguments, 0.0)
         if reach > 0:
             entry["range"] = reach

@@ -109,7 +109,8 @@ def _mesh(file: ZrmFile, node: RenderNode | SkinNode, blob: _Blob) -> dict[str, 
     if isinstance(node, SkinNode):
         weights = split.get("COLOR1")
         told |= {"skin": True, "joints": 4, "joint": blob.add(mesh.bone_indices(), "<u4")}
-        told["inverted"] = [_numbers(matrix.ravel()) for k in node.bones.tolist() if (matrix := file.nodes[k].inverted) is not None]
+        matrices = (file.nodes[bone].inverted for bone in node.bones.tolist())
+        told["inverted"] = [_numbers(matrix.ravel()) for matrix in matrices if matrix is not None]
         if weights is not None and weights.shape[1] == 4:
             told["weight"] = blob.add(np.nan_to_num(weights), "<f4")
     elif len(node.parents) > 1:

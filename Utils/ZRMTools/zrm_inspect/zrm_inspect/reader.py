@@ -29,7 +29,7 @@ _MAPPED_FROM = 1 << 26  # smaller ones are read: a mapped file that another proc
 
 def read_file(path: str | os.PathLike[str]) -> ZrmFile:
     """Reads the file at `path`; ZrmError for illegal bytes, OSError when it can't be read."""
-    return parse(Path(path).read_bytes())
+    return parse(load(path))
 
 
 def parse(data: Data) -> ZrmFile:
@@ -43,15 +43,19 @@ def parse(data: Data) -> ZrmFile:
 
 def open_file(path: str | os.PathLike[str]) -> ZrmFile:
     """As read_file, but a large file is mapped, and vertices and indices aren't looked at: it is open in no time."""
-    with Path(path).open("rb") as stream:
-        size = os.fstat(stream.fileno()).st_size
-        data = mmap(stream.fileno(), 0, access=ACCESS_READ) if size >= _MAPPED_FROM else stream.read()
-    cursor = Cursor(data)
+    cursor = Cursor(load(path))
     with _stopping():
         file = _read(cursor)
     if error := cursor.faults.first_error():
         raise error
     return file
+
+
+def load(path: str | os.PathLike[str]) -> Data:
+    """The bytes of a file; those of a large one are mapped."""
+    with Path(path).open("rb") as stream:
+        size = os.fstat(stream.fileno()).st_size
+        return mmap(stream.fileno(), 0, access=ACCESS_READ) if size >= _MAPPED_FROM else stream.read()
 
 
 def examine(data: Data) -> tuple[ZrmFile | None, FaultList]:

@@ -155,7 +155,8 @@ def _textures(file: ZrmFile) -> tuple[list[str], list[tuple[Any, ...]]]:
     for number, material in enumerate(file.materials):
         for texture in material.textures.values():
             users[texture.name].append(number)
-    rows: list[tuple[Any, ...]] = [(name, len(found), " ".join(map(str, dict.fromkeys(found)))) for name, found in users.items() if len(found) > 1]
+    shared = {name: found for name, found in users.items() if len(found) > 1}
+    rows: list[tuple[Any, ...]] = [(name, len(u), " ".join(map(str, dict.fromkeys(u)))) for name, u in shared.items()]
     return ["texture", "uses", "materials"], sorted(rows, key=lambda row: (-row[1], row[0]))
 
 
