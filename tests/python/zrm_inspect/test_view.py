@@ -1,5 +1,6 @@
 """What `view` makes: the page in a browser that reaches no network, and pictures."""
 
+import html
 import json
 import re
 import shutil
@@ -11,6 +12,7 @@ from click.testing import CliRunner
 from PIL import Image
 from support.exporter_support import main as exporter
 from support.scripted import plain
+from support.small_files import node, small
 from support.tame import tame_script
 from zrm_inspect import evaluate, read_file
 from zrm_inspect.animation import property_at
@@ -37,7 +39,7 @@ def in_browser(page, script):
     shown = subprocess.run(command, capture_output=True, text=True, encoding="utf-8", timeout=300)
     found = re.search(r'data-told="([^"]*)"', shown.stdout)
     assert found, shown.stdout[-2000:] + shown.stderr[-2000:]
-    return json.loads(found[1].replace("&quot;", '"'))
+    return json.loads(html.unescape(found[1]))
 
 
 PIXELS = """
@@ -101,6 +103,15 @@ def test_the_page_evaluates_as_the_library_does(folder):
             assert found["visible"] == scene.visible.tolist() and found["error"] == 0
             colours = [np.atleast_1d(property_at(light.color, at)) for light in file.light_nodes]
             assert all(np.allclose(one, other, atol=1e-6) for one, other in zip(found["lights"], colours, strict=True))
+
+
+@needs_browser
+def test_names_stay_names(folder):
+    """What would end the script, or begin another, or is no text."""
+    odd = "</script><!--<script>\udcff\u2028'@SCRIPT@"
+    (folder / "odd.zrm").write_bytes(small([(-1, node() | {"name": odd})]))
+    view("odd.zrm", folder / "odd.html")
+    assert in_browser(folder / "odd.html", "draw(); return data.nodes[0].name;") == odd
 
 
 def test_pictures(vehicle):

@@ -9,6 +9,7 @@ from __future__ import annotations
 import base64
 import html
 import json
+import re
 from importlib.resources import files
 from typing import Any
 
@@ -165,6 +166,10 @@ def to_page(file: ZrmFile, arguments: Arguments, title: str) -> str:
         "blob": base64.b64encode(blob.bytes).decode("ascii"),
     }
     assets = files(__package__) / "assets"
-    page = (assets / "page.html").read_text(encoding="utf-8").replace("@TITLE@", html.escape(printable(title)))
-    script = (assets / "page.js").read_text(encoding="utf-8")
-    return page.replace("@SCRIPT@", script).replace("@DATA@", json.dumps(data, allow_nan=False).replace("</", "<\\/"))
+    parts = {
+        "TITLE": html.escape(printable(title)),
+        "SCRIPT": (assets / "page.js").read_text(encoding="utf-8"),
+        "DATA": json.dumps(data, allow_nan=False).replace("<", "\\u003c"),  # no name ends or begins a script
+    }
+    page = (assets / "page.html").read_text(encoding="utf-8")
+    return re.sub("@([A-Z]+)@", lambda match: parts[match[1]], page)
