@@ -66,6 +66,7 @@ APART = [  # materials, tree, two render nodes, how the reason begins
     ([PAINT], [(-1, node())], AT(0), AT(0), "nothing in the file"),
     ([PAINT, PAINT | {"vertex_format": vertex_format(POSITION0=4)}], [(-1, node())], AT(0),
      AT(0, material=1, mesh=mesh([[0.0] * 4] * 3)), "format: the materials have other vertex formats"),
+    ([PAINT, PAINT], [(-1, node())], AT(0), AT(0, material=1), "materials: equal, but two"),
     ([PAINT, PAINT | {"decal_id": 4}], [(-1, node())], AT(0), AT(0, material=1), "materials: they differ in decal"),
     ([PAINT], [(-1, node())], AT(0), AT(0) | {"type_name": "model::NumberNode", "numbers": [[]]}, "classes: RenderNode and"),
     ([GLASS], [(-1, node())], AT(0), AT(0), "blending: "),

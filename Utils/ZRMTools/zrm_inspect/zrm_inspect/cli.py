@@ -15,7 +15,7 @@ import click
 
 from .diff import compare
 from .faults import CODES, ERROR, ZrmError
-from .model import ZrmFile
+from .model import BaseRenderNode, ZrmFile
 from .outline import tree_lines
 from .reader import examine, load, open_file, read_file
 from .report import Printer, Table, first_rows, printable
@@ -166,7 +166,7 @@ def why(file: Path, meshes: tuple[str, ...], rows: int) -> None:
         a, b = (opened.render_nodes[_number(opened, mesh)] for mesh in meshes)
         printer.line(Reasons(opened).first(a, b))
         return
-    names = [record.name for record in opened.render_nodes]
+    names = [_known(opened, record) for record in opened.render_nodes]
     found = [
         (opened.materials[opened.render_nodes[b].material].name, a, names[a], b, names[b], reason)
         for a, b, reason in apart(opened)
@@ -246,6 +246,13 @@ def _write(path: Path, data: bytes) -> None:
         path.write_bytes(data)
     except OSError as error:
         raise click.ClickException(f"{printable(str(path))}: {error.strerror or error}") from None
+
+
+def _known(file: ZrmFile, record: BaseRenderNode) -> str:
+    """A render node's name, or that of what it hangs on."""
+    if record.name or not len(record.controls):
+        return record.name
+    return f"at {file.nodes[int(record.controls[0])].name}"
 
 
 def _number(file: ZrmFile, mesh: str) -> int:

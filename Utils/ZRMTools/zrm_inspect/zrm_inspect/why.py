@@ -138,7 +138,9 @@ def _materials_reason(a: Material, b: Material) -> str:
     names = sorted(name for name in first.keys() | second.keys() if first.get(name) != second.get(name))
     if "vertex_format" in names:
         return "format: the materials have other vertex formats"
-    return f"materials: they differ in {', '.join(map(printable, names)) or 'nothing'}"
+    if not names:
+        return "materials: equal, but two: the pass that makes them one was off"
+    return f"materials: they differ in {', '.join(map(printable, names))}"
 
 
 def almost_equal(materials: list[Material]) -> Iterator[tuple[int, int, str]]:
