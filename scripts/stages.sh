@@ -43,9 +43,10 @@ check_wheel() {
     "${pip[@]}" install --no-deps --target $dir/site $dir/dist/*.whl || return
     [ -e $dir/site/pyzrm_313-stubs/__init__.pyi ] || { echo "the wheel has no stubs"; return 1; }
     [ -e $dir/site/pyzrm_313-*.dist-info/licenses/LICENSE ] || { echo "the wheel has no license"; return 1; }
-    "${pip[@]}" install --no-deps --no-build-isolation --target $dir/site Utils/ZRMTools/{zrm_inspect,zrm_scene,gltf2zrm} || return
     [ -x $dir/site/bin/gltf2zrm ] || { echo "no command gltf2zrm was installed"; return 1; }
-    (cd $dir && PYTHONPATH=site "../../$venv/bin/python" -c 'import gltf2zrm.cli, pyzrm_313; print("wheel:", pyzrm_313.__file__)')
+    (cd $dir && PYTHONPATH=site "../../$venv/bin/python" -c 'import gltf2zrm.cli, pyzrm_313; print("wheel:", pyzrm_313.__file__)
+assert pyzrm_313.Model().save("empty.zrm", 10) == ""' && PYTHONPATH=site "../../$venv/bin/python" -m zrm_inspect check empty.zrm &&
+        PYTHONPATH=site "../../$venv/bin/python" -m zrm_inspect view empty.zrm -o empty.html)
 }
 
 # run_preloaded PRESET LIBRARY... -- ARGUMENT...: runs Python, which is not sanitized itself, with the sanitizer's runtime

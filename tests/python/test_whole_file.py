@@ -1,5 +1,6 @@
 """Every call of every class, by the whole file that it leads to."""
 
+import json
 from pathlib import Path
 
 import pytest
@@ -12,7 +13,8 @@ def check(script):
     assert script.model.save("model.zrm", 10) == ""
     found = Path("model.zrm").read_bytes()
     assert difference(script.file, found) == ""
-    zrm_inspect.parse(found)
+    read = zrm_inspect.parse(found)
+    assert zrm_inspect.build(json.loads(json.dumps(zrm_inspect.dump(read), allow_nan=False))) == found
 
 
 def test_every_call(folder):

@@ -74,7 +74,7 @@ NODES = {"Node": ("Node", {}, []),
     "Transform": ("TransformNode", {"matrix": IDENTITY}, [("?setMatrix:matrix", into("matrix"))]),
     "Lod": ("LodNode", {}, [("__init__:distances", into("levels"))]),
     "NumberRoot": ("TmpNumberRoot", {}, [("?setControls:controls", nothing)]),
-    "VisibilityNode": ("ArgVisibilityNode", {"arguments": []}, [("?setArguments:ranges", into("arguments"))]),
+    "VisibilityNode": ("ArgVisibilityNode", {"conditions": []}, [("?setArguments:ranges", into("conditions"))]),
     "AnimationNode": ("Arg", STILL, [
         ("?setBaseMatrix:matrix", into("matrix")), ("?setBasePosition:f3", into("base_position")),
         ("?setBaseRotation:quaternion", into("base_rotation")), ("?setBaseScale:f3", into("base_scale")),

@@ -76,7 +76,7 @@ TREE = numbered([tree_node("Node", "root", properties=[STATIC[0], ANIMATED[0], *
     tree_node("ArgRotationNode", "rotations", 0, **STILL | {"rotation_channels": ROTATIONS}),
     tree_node("ArgScaleNode", "nothing", 0, **STILL),
     tree_node("BillboardNode", "billboard", 0, properties=[(UINT, "__VERSION__", 1)], mode=2, axis_mode=3,
-              matrix=counting(500), axis=[1.0, 2.0, 3.0]), tree_node("ArgVisibilityNode", "visibility", 0, arguments=RANGES),
+              matrix=counting(500), axis=[1.0, 2.0, 3.0]), tree_node("ArgVisibilityNode", "visibility", 0, conditions=RANGES),
     tree_node("LodNode", "lod", 0, levels=[[0.0, 100.0], [100.0, 400.0]]), tree_node("TmpNumberRoot", "number root", 0)])  # fmt: skip
 
 # ---------------------------------------------------------------- materials and meshes

@@ -140,7 +140,7 @@ def write_level(out, level):
 # The fields of a tree node in the order of the file, whatever class has them.
 NODE_FIELDS = {"mode": "u1", "axis_mode": "u1", "matrix": "f8", "base_position": "f8", "base_rotation": "f8",
     "base_scale_rotation": "f8", "base_scale": "f8", "position_channels": write_channel, "rotation_channels": write_channel,
-    "scale_channels": write_channel, "inverted_base_bone_matrix": "f8", "axis": "f8", "arguments": write_range,
+    "scale_channels": write_channel, "inverted_base_bone_matrix": "f8", "axis": "f8", "conditions": write_range,
     "levels": write_level}  # fmt: skip
 
 

@@ -25,7 +25,7 @@ bone = lambda matrix=IDENTITY, inverted=IDENTITY: tree_node("Bone", "b", matrix=
 
 
 def visibility(*entries):
-    return tree_node("ArgVisibilityNode", "v", arguments=[{"argument": a, "ranges": ranges} for a, ranges in entries])
+    return tree_node("ArgVisibilityNode", "v", conditions=[{"argument": a, "ranges": ranges} for a, ranges in entries])
 
 
 lod = lambda *levels: tree_node("LodNode", "l", levels=levels)
@@ -60,7 +60,7 @@ def skin(bones, rows, triangles=(0, 1, 2)):
 
 def small(nodes, handles=0, form=MESH_FORMAT, **sections):
     """A file of these nodes, each with the number of its parent; with one material when something is drawn."""
-    materials = [MATERIAL | {"vertex_format": form, "channels": [0, *[-1] * 12]}] if "render_nodes" in sections else []
+    materials = [MATERIAL | {"vertex_format": form, "channels": [0 if form[4] else -1, *[-1] * 12]}] if "render_nodes" in sections else []
     sections.setdefault("root", root(materials, handles))
     tree = numbered([record | {"parent": parent} for parent, record in nodes])
     return file_bytes({"nodes": tree, **sections})

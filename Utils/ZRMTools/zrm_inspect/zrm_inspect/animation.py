@@ -128,8 +128,8 @@ def _scaled(matrix: Doubles, axes: Doubles, scale: Doubles) -> Doubles:
     return np.asarray(matrix @ rotation_matrix(axes) @ np.diag([*scale, 1.0]) @ rotation_matrix(inverse(axes)))
 
 
-def local_matrix(node: ArgAnimationNode, arguments: Arguments) -> Doubles:
-    """Scale, rotation, translation, then the base matrix.
+def pose(node: ArgAnimationNode, arguments: Arguments) -> tuple[Doubles, Doubles, Doubles]:
+    """The scale as a matrix, the rotation and the position, which apply in this order and before the base matrix.
 
     A channel without keys repeats the value of the channel before it: for the first one that is no
     shift, no rotation, and a scale of zero.
@@ -157,16 +157,21 @@ def local_matrix(node: ArgAnimationNode, arguments: Arguments) -> Doubles:
             if len(scaling.keys):
                 scale = vector_at(scaling.keys, value)
             result = _scaled(result, axes, scale)
-        result = _scaled(result, node.base_scale_rotation, node.base_scale)
+        return _scaled(result, node.base_scale_rotation, node.base_scale), rotation, position
 
+
+def local_matrix(node: ArgAnimationNode, arguments: Arguments) -> Doubles:
+    """Scale, rotation, translation, then the base matrix."""
+    with np.errstate(all="ignore"):
+        scale, rotation, position = pose(node, arguments)
         translation = np.eye(4)
         translation[3, :3] = position
-        return np.asarray(result @ rotation_matrix(rotation) @ translation @ node.matrix)
+        return np.asarray(scale @ rotation_matrix(rotation) @ translation @ node.matrix)
 
 
 def is_visible(node: ArgVisibilityNode, arguments: Arguments) -> bool:
     """Each argument must lie in one of its ranges, which are open at the end."""
-    for entry in node.arguments:
+    for entry in node.conditions:
         value = argument_value(arguments, entry.argument)
         if not np.any((value >= entry.ranges[:, 0]) & (value < entry.ranges[:, 1])):
             return False

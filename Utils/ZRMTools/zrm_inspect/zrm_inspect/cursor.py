@@ -1,35 +1,29 @@
-"""Bounds-checked, little-endian access to the bytes of one file.
+"""Bounds-checked, little-endian access to the bytes of one file, and what its fields have used so far.
 
-Every failure is a ZrmError with the offset of the field at fault. A count is tested against the
-bytes that are left before anything is built from it, so a damaged file can't ask for memory that
-it doesn't have data for.
+A fault that leaves the place of the next field known is noted, and reading goes on; one that doesn't is noted and raised as
+ZrmError. A count is tested against the bytes that are left before anything is built from it, so a damaged file can't ask
+for memory that it doesn't have data for.
 """
 
 from __future__ import annotations
 
 import struct
+from collections.abc import Sequence
+from mmap import mmap
 from typing import Any
 
 import numpy as np
 from numpy.typing import NDArray
+
+from .faults import Fault, FaultList, ZrmError
 
 NO_ARGUMENT = 0xFFFFFFFF
 
 _U16 = struct.Struct("<H")
 _U32 = struct.Struct("<I")
 _U64 = struct.Struct("<Q")
-_F32 = struct.Struct("<f")
-_TWO_U32 = struct.Struct("<II")
-_F64 = np.dtype("<f8")
 
-
-class ZrmError(ValueError):
-    """The bytes are no legal ZRM file; `offset` is the position of the field that shows it."""
-
-    def __init__(self, offset: int, message: str) -> None:
-        super().__init__(f"offset {offset}: {message}")
-        self.offset = offset
-        self.message = message
+Data = bytes | mmap
 
 
 def decode(raw: bytes) -> str:
@@ -37,43 +31,56 @@ def decode(raw: bytes) -> str:
     return raw.decode("utf-8", "surrogateescape")
 
 
+def encode(text: str) -> bytes:
+    """The bytes that `decode` made a text of."""
+    return text.encode("utf-8", "surrogateescape")
+
+
 class Cursor:
-    """A position in the bytes, the string table, and what the fields read so far have used of it."""
+    """A position in the bytes, the lists that fields refer to, and which of their entries were used so far."""
 
-    __slots__ = ("data", "position", "strings", "strings_used", "highest_argument", "warnings")
-
-    def __init__(self, data: bytes, position: int = 0) -> None:
+    def __init__(self, data: Data) -> None:
         self.data = data
-        self.position = position
+        self.size = len(data)
+        self.position = 0
+        self.faults = FaultList()
+        self.section = ""
+        self.index = -1
         self.strings: list[str] = []
         self.strings_used = 0
         self.highest_argument = -1
-        self.warnings: list[tuple[int, str]] = []
+        self.nodes: Sequence[Any] = ()
+        self.materials: Sequence[Any] = ()
+        self.materials_used = 0
 
-    def error(self, message: str, back: int = 0) -> ZrmError:
-        """An error at the field that ended `back` bytes before the position began."""
-        return ZrmError(self.position - back, message)
-
-    def warn(self, offset: int, message: str) -> None:
-        self.warnings.append((offset, message))
+    def fault(self, code: str, message: str, offset: int | None = None) -> ZrmError:
+        """Notes a fault; raise the result where reading can't go on."""
+        where = self.position if offset is None else offset
+        record = f"{self.section}[{self.index}]" if self.index >= 0 else self.section
+        self.faults.append(Fault(code, where, record, message))
+        return ZrmError(where, message, code)
 
     def _ended(self, size: int) -> ZrmError:
-        left = max(len(self.data) - self.position, 0)
-        return self.error(f"the file ends here: {size} bytes needed, {left} left")
+        left = max(self.size - self.position, 0)
+        return self.fault("truncated", f"the file ends here: {size} bytes needed, {left} left")
+
+    def skip(self, size: int) -> int:
+        """Goes past a field; the result is where it begins."""
+        start = self.position
+        if start + size > self.size:
+            raise self._ended(size)
+        self.position = start + size
+        return start
 
     def take(self, size: int) -> bytes:
-        start = self.position
-        end = start + size
-        if end > len(self.data):
-            raise self._ended(size)
-        self.position = end
-        return self.data[start:end]
+        start = self.skip(size)
+        return self.data[start : start + size]
 
     def u8(self) -> int:
-        return self.take(1)[0]
+        return self.data[self.skip(1)]
 
     def u16(self) -> int:
-        return int(_U16.unpack(self.take(2))[0])
+        return int(_U16.unpack_from(self.data, self.skip(2))[0])
 
     def u32(self) -> int:
         # Written out, as this is most of the time spent on a file of many small records.
@@ -85,92 +92,42 @@ class Cursor:
         return value  # type: ignore[no-any-return]
 
     def u64(self) -> int:
-        return int(_U64.unpack(self.take(8))[0])
+        return int(_U64.unpack_from(self.data, self.skip(8))[0])
 
-    def f32(self) -> float:
-        return float(_F32.unpack(self.take(4))[0])
-
-    def floats(self, count: int) -> tuple[float, ...]:
-        return struct.unpack(f"<{count}f", self.take(4 * count))
-
-    def zero(self, what: str) -> None:
+    def count(self, item_size: int, what: str, behind: int = 0) -> int:
+        """A count of items that take at least `item_size` bytes each, tested against the bytes left, `behind` of them aside."""
         value = self.u32()
-        if value != 0:
-            raise self.error(f"{what} is {value}, not 0", 4)
-
-    def flag(self, what: str) -> bool:
-        value = self.u8()
-        if value > 1:
-            raise self.error(f"{what} is {value}, neither 0 nor 1", 1)
-        return value == 1
-
-    def count(self, item_size: int, what: str) -> int:
-        """A count of items that take at least `item_size` bytes each, tested against the bytes left."""
-        value = self.u32()
-        left = len(self.data) - self.position
+        left = self.size - self.position - (behind if value else 0)
         if value * item_size > left:
-            raise self.error(f"{what} is {value}, but only {left} bytes are left", 4)
+            raise self.fault("count", f"{what} is {value}, but only {left} bytes are left", self.position - 4)
         return value
 
-    def expect(self, value: int, what: str) -> None:
-        got = self.u32()
-        if got != value:
-            raise self.error(f"{what} is {got}, not {value}", 4)
-
     def array(self, dtype: Any, *shape: int) -> NDArray[Any]:
-        """A read-only view of the bytes as an array; nothing is copied."""
+        """A read-only view of the bytes as an array; nothing is copied, and nothing is read before it is used."""
         kind = np.dtype(dtype)
-        size = kind.itemsize
         items = 1
         for extent in shape:
             items *= extent
-        size *= items
-        if self.position + size > len(self.data):
-            raise self._ended(size)
         # An empty array at the very end of the bytes is more than frombuffer accepts.
         if items == 0:
             return np.zeros(shape, kind)
-        view = np.frombuffer(self.data, kind, items, self.position).reshape(shape)
-        self.position += size
-        return view
-
-    def matrix(self) -> NDArray[np.float64]:
-        """4 by 4 f64. Most nodes of a tree have one, so it skips the generality of `array`."""
-        start = self.position
-        if start + 128 > len(self.data):
-            raise self._ended(128)
-        self.position = start + 128
-        return np.frombuffer(self.data, _F64, 16, start).reshape(4, 4)
+        return np.frombuffer(self.data, kind, items, self.skip(items * kind.itemsize)).reshape(shape)
 
     def string(self) -> str:
         """A string of the table. Its numbers are given in the order of first use, which is checked."""
         index = self.u32()
         if index >= self.strings_used:
+            offset = self.position - 4
             if index >= len(self.strings):
-                raise self.error(f"string {index} of a table of {len(self.strings)}", 4)
+                raise self.fault("reference", f"string {index} of a table of {len(self.strings)}", offset)
             if index > self.strings_used:
-                raise self.error(f"string {index} is used before string {self.strings_used}", 4)
-            self.strings_used += 1
+                self.fault("order", f"string {index} is used before string {self.strings_used}", offset)
+            self.strings_used = index + 1
         return self.strings[index]
 
     def raw_name(self) -> str:
         size = self.count(1, "length of the name")
         return decode(self.take(size)) if size else ""
-
-    def name_and_count(self, item_size: int) -> tuple[str, int]:
-        """What follows the type in the head of each record: name, reserved word, number of properties."""
-        name = self.raw_name()
-        try:
-            reserved, count = _TWO_U32.unpack_from(self.data, self.position)
-        except struct.error:
-            raise self._ended(8) from None
-        self.position += 8
-        if reserved:
-            raise self.error(f"reserved word of a record is {reserved}, not 0", 8)
-        if count:
-            self.position -= 4
-            count = self.count(item_size, "number of properties")
-        return name, count
 
     def argument(self) -> int:
         """An argument handle that counts for the file's number of handles."""
@@ -179,8 +136,7 @@ class Cursor:
             self.highest_argument = value
         return value
 
-    def valid_argument(self, what: str) -> int:
-        value = self.argument()
-        if value == NO_ARGUMENT:
-            raise self.error(f"{what} has no argument", 4)
-        return value
+    def note_arguments(self, arguments: NDArray[np.uint32]) -> None:
+        real = arguments[arguments != NO_ARGUMENT]
+        if len(real):
+            self.highest_argument = max(self.highest_argument, int(real.max()))

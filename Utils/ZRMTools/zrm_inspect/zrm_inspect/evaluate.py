@@ -19,6 +19,7 @@ from __future__ import annotations
 
 from collections.abc import Iterator
 from dataclasses import dataclass
+from functools import cached_property
 from typing import Any
 
 import numpy as np
@@ -26,13 +27,9 @@ from numpy.typing import NDArray
 
 from .animation import Arguments
 from .model import (
-    ArgAnimatedBone,
-    BoneNode,
     Doubles,
     Floats,
-    LodNode,
     Material,
-    Mesh,
     RenderNode,
     SkinNode,
     ZrmFile,
@@ -43,14 +40,13 @@ _CHUNK = 1 << 16  # vertices at a time, so that a matrix for each vertex stays w
 _DIRECTIONS = ("NORMAL0", "TANGENT0", "BINORMAL0")
 
 
-@dataclass(slots=True)
 class SceneMesh:
-    """A render node's mesh in world space.
+    """A render node's mesh in world space; each array is made when it is first asked for.
 
     positions        (n, 3)
     normals          (n, 3) unit vectors, None when the mesh has none; tangents and binormals alike
     uvs              texture coordinates by set: uvs[k] is TEXCOORDk, (n, 2) or as wide as the format says
-    triangles        (t, 3) vertex numbers; empty for other primitives
+    triangles        (t, 3) vertex numbers, of the file's width; empty for other primitives
     parts            (n,) each vertex's parent entry; zeros for a skin
     controls         tree index of each parent entry; of a skin, its control node alone
     arguments        damage argument of each of these
@@ -58,21 +54,48 @@ class SceneMesh:
     triangle_visible (t,) whether all three corners are of visible parts
     """
 
-    node: RenderNode | SkinNode
-    material: Material
-    positions: Doubles
-    normals: Doubles | None
-    tangents: Doubles | None
-    binormals: Doubles | None
-    uvs: dict[int, Doubles]
-    triangles: Ints
-    parts: Ints
-    controls: Ints
-    arguments: Ints
-    visible: Bools
-    triangle_visible: Bools
+    def __init__(self, file: ZrmFile, node: RenderNode | SkinNode, placed: _Placed, visible: Bools) -> None:
+        self.node = node
+        self.material: Material = file.materials[node.material]
+        self.parts = placed.parts
+        self.controls: Ints = placed.entries[:, 0]
+        self.arguments: Ints = placed.entries[:, 1]
+        self.visible: Bools = visible[self.controls]
+        self.triangles = node.mesh.triangles()
+        self._mover = placed.mover
+        self._attributes = node.mesh.split()
 
-    def uv_of(self, map_kind: int | str) -> Doubles | None:
+    @cached_property
+    def positions(self) -> Doubles:
+        with np.errstate(all="ignore"):
+            return self._mover.points(self._attributes["POSITION0"])
+
+    def _directions(self, name: str) -> Doubles | None:
+        values = self._attributes.get(name)
+        with np.errstate(all="ignore"):
+            return None if values is None else self._mover.directions(values)
+
+    @cached_property
+    def normals(self) -> Doubles | None:
+        return self._directions("NORMAL0")
+
+    @cached_property
+    def tangents(self) -> Doubles | None:
+        return self._directions("TANGENT0")
+
+    @cached_property
+    def binormals(self) -> Doubles | None:
+        return self._directions("BINORMAL0")
+
+    @cached_property
+    def uvs(self) -> dict[int, Floats]:
+        return {k: self._attributes[name] for k in range(16) if (name := f"TEXCOORD{k}") in self._attributes}
+
+    @cached_property
+    def triangle_visible(self) -> Bools:
+        return np.asarray(self.visible[self.parts][self.triangles].all(axis=1))
+
+    def uv_of(self, map_kind: int | str) -> Floats | None:
         """The coordinates that a map of the material uses, by number or name of CHANNELS."""
         channel = self.material.channel(map_kind)
         return None if channel is None else self.uvs[channel]
@@ -102,7 +125,7 @@ class Scene:
         nodes = self.file.nodes
         while (parent := nodes[node].parent) >= 0:
             above = nodes[parent]
-            if isinstance(above, LodNode):
+            if above.levels is not None:
                 level = int(self.child_numbers[node])
                 if level < len(above.levels):
                     near, far = above.levels[level].tolist()
@@ -142,7 +165,7 @@ def normal_matrices(matrices: Doubles) -> Doubles:
     return result
 
 
-def _apply(rows: Doubles, matrices: Doubles, numbers: Ints) -> Doubles:
+def _apply(rows: Doubles, matrices: Doubles, numbers: NDArray[Any]) -> Doubles:
     """Row i times matrix numbers[i]; rows and matrices of 3 or 4 columns."""
     if len(matrices) == 1:
         return np.asarray(rows @ matrices[0])
@@ -167,7 +190,7 @@ def _unit(rows: Doubles) -> Doubles:
 class _Mover:
     """Takes points and directions of a mesh to world space: each by one or more weighted matrices."""
 
-    def __init__(self, matrices: Doubles, numbers: Ints, weights: Doubles | None = None) -> None:
+    def __init__(self, matrices: Doubles, numbers: NDArray[Any], weights: Floats | None = None) -> None:
         """numbers is (n, influences), weights alike; without weights the one influence counts in full."""
         self.matrices = matrices
         self.numbers = numbers
@@ -194,13 +217,13 @@ def _refuse(node: RenderNode | SkinNode, message: str) -> ValueError:
     return ValueError(f"{node.type_name} '{node.name}': {message}")
 
 
-def _check(node: RenderNode | SkinNode, numbers: Ints, count: int, what: str) -> None:
-    if len(numbers) and (numbers.min() < 0 or numbers.max() >= count):
+def _check(node: RenderNode | SkinNode, numbers: NDArray[Any], count: int, what: str) -> None:
+    if numbers.size and (numbers.min() < 0 or numbers.max() >= count):
         bad = int(numbers.max()) if numbers.max() >= count else int(numbers.min())
         raise _refuse(node, f"{what} {bad} of {count}")
 
 
-def _render_mover(node: RenderNode, parts: Ints, world: Doubles) -> _Mover:
+def _render_mover(node: RenderNode, parts: NDArray[np.int32], world: Doubles) -> _Mover:
     _check(node, parts, len(node.parents), "vertex of parent")
     return _Mover(world[node.parents[:, 0]], parts[:, None])
 
@@ -213,22 +236,38 @@ def _skin_mover(file: ZrmFile, node: SkinNode, world: Doubles) -> _Mover:
         raise _refuse(node, "no control node")
     inverted = np.zeros((len(node.bones), 4, 4))
     for place, index in enumerate(node.bones.tolist()):
-        entry = file.nodes[index]
-        assert isinstance(entry, (BoneNode, ArgAnimatedBone))
-        inverted[place] = entry.inverted_base_bone_matrix
+        inverted[place] = file.nodes[index].inverted
     matrices = inverted @ world[node.bones]
-    numbers = mesh.bone_indices().astype(np.int64)
+    numbers = mesh.bone_indices()
     attributes = mesh.split()
     if "COLOR1" not in attributes:
         _check(node, numbers[:, 0], len(node.bones), "vertex of bone")
         return _Mover(matrices, numbers[:, :1])
-    weights = attributes["COLOR1"].astype(np.float64)
+    weights = attributes["COLOR1"]
     if weights.shape[1] != 4:
         raise _refuse(node, "COLOR1 has not four weights")
     # What has no weight may name any bone.
-    numbers = np.where(weights != 0, numbers, 0)
+    numbers = np.where(weights != 0, numbers, 0).astype(np.uint8)
     _check(node, numbers.ravel(), len(node.bones), "vertex of bone")
     return _Mover(matrices, numbers, weights)
+
+
+@dataclass(slots=True)
+class _Placed:
+    """How a mesh gets to world space: its mover, its vertices' parts, and (tree index, argument) of each part."""
+
+    mover: _Mover
+    parts: NDArray[np.int32]
+    entries: Ints
+
+
+def _placed(file: ZrmFile, node: RenderNode | SkinNode, world: Doubles) -> _Placed:
+    if isinstance(node, RenderNode):
+        parts = node.mesh.part_numbers()
+        return _Placed(_render_mover(node, parts, world), parts, node.parents.astype(np.int64))
+    parts = np.zeros(node.mesh.vertex_count, np.int32)
+    mover = _skin_mover(file, node, world)
+    return _Placed(mover, parts, np.array([[node.bones[0], node.argument]], np.int64))
 
 
 def _meshes(file: ZrmFile, world: Doubles, visible: Bools) -> Iterator[SceneMesh]:
@@ -240,50 +279,9 @@ def _meshes(file: ZrmFile, world: Doubles, visible: Bools) -> Iterator[SceneMesh
             continue
         if width not in (3, 4):
             raise _refuse(node, f"a position of {width} floats")
-        if isinstance(node, RenderNode):
-            parts = node.mesh.part_numbers()
-            mover = _render_mover(node, parts, world)
-            entries = node.parents.astype(np.int64)
-        else:
-            parts = np.zeros(node.mesh.vertex_count, np.int64)
-            mover = _skin_mover(file, node, world)
-            entries = np.array([[node.bones[0], node.argument]], np.int64)
-        yield _scene_mesh(file, node, mover, parts, entries, visible)
-
-
-def _triangles(node: RenderNode | SkinNode, mesh: Mesh) -> Ints:
-    triangles = mesh.triangles().astype(np.int64)
-    _check(node, triangles.ravel(), mesh.vertex_count, "index")
-    return triangles
-
-
-def _directions(node: RenderNode | SkinNode, mover: _Mover, values: Floats | None) -> Doubles | None:
-    if values is not None and values.shape[1] < 3:
-        raise _refuse(node, f"a direction of {values.shape[1]} floats")
-    return None if values is None else mover.directions(values)
-
-
-def _scene_mesh(
-    file: ZrmFile, node: RenderNode | SkinNode, mover: _Mover, parts: Ints, entries: Ints, visible: Bools
-) -> SceneMesh:
-    attributes = node.mesh.split()
-    triangles = _triangles(node, node.mesh)
-    shown = visible[entries[:, 0]]
-    normals, tangents, binormals = [_directions(node, mover, attributes.get(name)) for name in _DIRECTIONS]
-    coordinates = [(k, attributes.get(f"TEXCOORD{k}")) for k in range(16)]
-    uvs: dict[int, Doubles] = {k: values.astype(np.float64) for k, values in coordinates if values is not None}
-    return SceneMesh(
-        node,
-        file.materials[node.material],
-        mover.points(attributes["POSITION0"]),
-        normals,
-        tangents,
-        binormals,
-        uvs,
-        triangles,
-        parts,
-        entries[:, 0],
-        entries[:, 1],
-        shown,
-        shown[parts][triangles].all(axis=1),
-    )
+        _check(node, node.mesh.triangles(), node.mesh.vertex_count, "index")
+        placed = _placed(file, node, world)
+        for name, values in node.mesh.split().items():
+            if name in _DIRECTIONS and values.shape[1] < 3:
+                raise _refuse(node, f"a direction of {values.shape[1]} floats")
+        yield SceneMesh(file, node, placed, visible)

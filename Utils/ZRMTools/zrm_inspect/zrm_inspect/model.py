@@ -8,12 +8,16 @@ Quaternions are x, y, z, w.
 
 from __future__ import annotations
 
-from collections.abc import Iterator
-from dataclasses import dataclass
+from collections.abc import Iterable, Iterator
+from dataclasses import dataclass, field
+from mmap import mmap
 from typing import Any
 
 import numpy as np
 from numpy.typing import NDArray
+
+from .cursor import NO_ARGUMENT
+from .faults import WARNING, FaultList
 
 Bytes = NDArray[np.uint8]
 Floats = NDArray[np.float32]
@@ -64,11 +68,25 @@ def layout(vertex_format: Bytes) -> Iterator[tuple[str, int, int]]:
 # ---------------------------------------------------------------- properties and materials
 
 
+def real(numbers: Iterable[int]) -> list[int]:
+    """The arguments among these numbers."""
+    return [int(number) for number in numbers if number != NO_ARGUMENT]
+
+
 @dataclass(slots=True)
 class Property:
     offset: int
     type_name: str
     name: str
+
+    @property
+    def arguments(self) -> list[int]:
+        """The argument that it follows, if any."""
+        return []
+
+
+def arguments_of(properties: Iterable[Property]) -> list[int]:
+    return [number for entry in properties for number in entry.arguments]
 
 
 @dataclass(slots=True)
@@ -82,6 +100,10 @@ class StaticProperty(Property):
 class ArgumentProperty(Property):
     argument: int
 
+    @property
+    def arguments(self) -> list[int]:
+        return real([self.argument])
+
 
 @dataclass(slots=True)
 class AnimatedProperty(Property):
@@ -90,12 +112,16 @@ class AnimatedProperty(Property):
     argument: int
     keys: Records
 
+    @property
+    def arguments(self) -> list[int]:
+        return real([self.argument])
+
 
 @dataclass(slots=True)
 class Texture:
     texture_index: int
     name: str
-    sampler: tuple[int, ...]
+    sampler: Words
     transform: Floats
 
 
@@ -108,13 +134,25 @@ class Material:
     channels: NDArray[np.int32]
     material_name: str
     name: str
-    casts_shadow: bool
-    shadow_flag2: bool
+    shadows: int
     textures: dict[int, Texture]
     uniforms: list[Property]
     animated_uniforms: list[Property]
-    billboard: tuple[int, int] | None
-    decal_id: int
+    billboard: Bytes | None
+    decal: int | None
+
+    @property
+    def decal_id(self) -> int:
+        """0 for none."""
+        return self.decal or 0
+
+    @property
+    def casts_shadow(self) -> bool:
+        return bool(self.shadows & 1)
+
+    @property
+    def shadow_flag2(self) -> bool:
+        return bool(self.shadows & 4)
 
     def channel(self, map_kind: int | str) -> int | None:
         """The texture coordinate set of a map, by number or by name of CHANNELS; None when it has none."""
@@ -139,20 +177,59 @@ class Node:
 
     offset: int
     index: int
+    parent: int
     type_name: str
     name: str
     properties: list[Property]
-    parent: int
+
+    @property
+    def kind(self) -> str:
+        return self.type_name.removeprefix("model::")
+
+    @property
+    def matrix(self) -> Doubles | None:
+        """The local matrix, or of an animation its base matrix; None for the identity."""
+        return None
+
+    @property
+    def inverted(self) -> Doubles | None:
+        """Of a bone the matrix that leads into it."""
+        return None
+
+    @property
+    def channels(self) -> list[Channel]:
+        """Of an animation: positions, then rotations, then scales."""
+        return []
+
+    @property
+    def conditions(self) -> list[VisibilityArgument]:
+        """Of a visibility node."""
+        return []
+
+    @property
+    def levels(self) -> Doubles | None:
+        """Of a LOD node."""
+        return None
+
+    @property
+    def arguments(self) -> list[int]:
+        """The arguments that it follows, in the order of the file."""
+        own = [entry.argument for entry in (*self.channels, *self.conditions)]
+        return [*arguments_of(self.properties), *real(own)]
 
 
 @dataclass(slots=True)
 class TransformNode(Node):
-    matrix: Doubles
+    matrix: Doubles = field()
 
 
 @dataclass(slots=True)
 class BoneNode(TransformNode):
     inverted_base_bone_matrix: Doubles
+
+    @property
+    def inverted(self) -> Doubles | None:
+        return self.inverted_base_bone_matrix
 
 
 @dataclass(slots=True)
@@ -180,6 +257,9 @@ class ScaleChannel:
     keys: Records
 
 
+Channel = VectorChannel | RotationChannel | ScaleChannel
+
+
 @dataclass(slots=True)
 class ArgAnimationNode(TransformNode):
     """Also under the names model::ArgPositionNode, model::ArgRotationNode and model::ArgScaleNode."""
@@ -192,10 +272,18 @@ class ArgAnimationNode(TransformNode):
     rotation_channels: list[RotationChannel]
     scale_channels: list[ScaleChannel]
 
+    @property
+    def channels(self) -> list[Channel]:
+        return [*self.position_channels, *self.rotation_channels, *self.scale_channels]
+
 
 @dataclass(slots=True)
 class ArgAnimatedBone(ArgAnimationNode):
     inverted_base_bone_matrix: Doubles
+
+    @property
+    def inverted(self) -> Doubles | None:
+        return self.inverted_base_bone_matrix
 
 
 @dataclass(slots=True)
@@ -215,14 +303,16 @@ class VisibilityArgument:
 
 @dataclass(slots=True)
 class ArgVisibilityNode(Node):
-    arguments: list[VisibilityArgument]
+    """Shown while the value of each condition's argument lies in one of its ranges."""
+
+    conditions: list[VisibilityArgument] = field()
 
 
 @dataclass(slots=True)
 class LodNode(Node):
     """`levels` is (n, 2): near and far bound of child i as squared distances."""
 
-    levels: Doubles
+    levels: Doubles = field()
 
 
 # ---------------------------------------------------------------- geometry
@@ -264,14 +354,14 @@ class Mesh:
         count = self.triangle_count
         return self.indices[: 3 * count].reshape(count, 3)
 
-    def part_numbers(self) -> NDArray[np.int64]:
+    def part_numbers(self) -> NDArray[np.int32]:
         """For each vertex of a render node the number of its parent entry; -1 where the float is no number."""
         position = self.attribute("POSITION0")
         if position.shape[1] != 4:
-            return np.zeros(len(position), np.int64)
+            return np.zeros(len(position), np.int32)
         raised = position[:, 3] + np.float32(0.5)
         usable = (raised > -1.0) & (raised < 2.0**31)
-        return np.where(usable, np.where(usable, raised, 0.0).astype(np.int64), -1)
+        return np.where(usable, raised, np.float32(-1.0)).astype(np.int32)
 
     def bone_indices(self) -> Bytes:
         """(n, 4) numbers in a skin's list of bones: 0 is the control node, i + 1 the script's bone i.
@@ -287,16 +377,72 @@ class Mesh:
 
 @dataclass(slots=True)
 class BaseNode:
+    """What all records outside of the tree answer, each by its own fields."""
+
     offset: int
     type_name: str
     name: str
     properties: list[Property]
     version: int
 
+    @property
+    def kind(self) -> str:
+        return self.type_name.removeprefix("model::")
+
+    @property
+    def material(self) -> int | None:
+        """Its number, of what is drawn."""
+        return None
+
+    @property
+    def mesh(self) -> Mesh | None:
+        return None
+
+    @property
+    def controls(self) -> Words:
+        """The tree nodes that it hangs on; of a skin the control node and the bones."""
+        return np.zeros(0, np.uint32)
+
+    @property
+    def bones(self) -> Words | None:
+        return None
+
+    @property
+    def lights(self) -> Records | None:
+        """Of fake lights."""
+        return None
+
+    @property
+    def segments(self) -> Floats | None:
+        return None
+
+    @property
+    def own_arguments(self) -> list[int]:
+        """The arguments beside those of properties."""
+        return []
+
+    def settings(self) -> list[Property]:
+        """Properties that have a place of their own in the record."""
+        return []
+
+    @property
+    def arguments(self) -> list[int]:
+        """The arguments that it follows, its material's aside."""
+        return [*arguments_of(self.properties), *arguments_of(self.settings()), *self.own_arguments]
+
 
 @dataclass(slots=True)
-class Connector(BaseNode):
+class SingleControl(BaseNode):
     control: int
+
+    @property
+    def controls(self) -> Words:
+        return np.array([self.control], np.uint32)
+
+
+@dataclass(slots=True)
+class Connector(SingleControl):
+    pass
 
 
 @dataclass(slots=True)
@@ -308,10 +454,9 @@ class LightVolume:
 
 
 @dataclass(slots=True)
-class LightNode(BaseNode):
+class LightNode(SingleControl):
     """Each setting bears the name that the script gave it. `volume` is None below version 3."""
 
-    control: int
     light_type: int
     color: Property
     brightness: Property
@@ -324,7 +469,6 @@ class LightNode(BaseNode):
     texture: Texture | None
 
     def settings(self) -> list[Property]:
-        """All properties of the record, in its order."""
         found = [self.color, self.brightness, self.phi, self.theta, self.distance, self.specular_amount, self.softness]
         if self.volume is not None:
             found += [self.volume.radius_factor, self.volume.density_factor, self.volume.near_distance]
@@ -332,30 +476,36 @@ class LightNode(BaseNode):
 
 
 @dataclass(slots=True)
-class ShellNode(BaseNode):
-    control: int
-    mesh: Mesh
+class ShellNode(SingleControl):
+    mesh: Mesh = field()
 
 
 @dataclass(slots=True)
 class ShellSkinNode(BaseNode):
-    bones: Words
+    bones: Words = field()
     argument: int
     skin_box: Floats | None
-    mesh: Mesh
+    mesh: Mesh = field()
+
+    @property
+    def controls(self) -> Words:
+        return self.bones
+
+    @property
+    def own_arguments(self) -> list[int]:
+        return real([self.argument])
 
 
 @dataclass(slots=True)
-class SegmentsNode(BaseNode):
+class SegmentsNode(SingleControl):
     """`segments` is (n, 2, 3): start and end of each."""
 
-    control: int
-    segments: Floats
+    segments: Floats = field()
 
 
 @dataclass(slots=True)
 class BaseRenderNode(BaseNode):
-    material: int
+    material: int = field()
 
 
 @dataclass(slots=True)
@@ -363,9 +513,17 @@ class RenderNode(BaseRenderNode):
     """`parents` has one row (tree index, argument) for each parent entry."""
 
     parents: Words
-    mesh: Mesh
+    mesh: Mesh = field()
     purpose: int
     pivots: Floats
+
+    @property
+    def controls(self) -> Words:
+        return self.parents[:, 0]
+
+    @property
+    def own_arguments(self) -> list[int]:
+        return real(self.parents[:, 1].tolist())
 
 
 @dataclass(slots=True)
@@ -374,16 +532,29 @@ class NumberNode(RenderNode):
 
     numbers: list[Records]
 
+    @property
+    def own_arguments(self) -> list[int]:
+        rows = (rows[name].tolist() for rows in self.numbers for name in ("uArgument", "vArgument"))
+        return [*real(self.parents[:, 1].tolist()), *(number for row in rows for number in real(row))]
+
 
 @dataclass(slots=True)
 class SkinNode(BaseRenderNode):
     """`bones` are tree indices, the control node's first. `skin_box` is (2, 3), None at version 0."""
 
-    bones: Words
+    bones: Words = field()
     argument: int
     skin_box: Floats | None
     pivots: Floats
-    mesh: Mesh
+    mesh: Mesh = field()
+
+    @property
+    def controls(self) -> Words:
+        return self.bones
+
+    @property
+    def own_arguments(self) -> list[int]:
+        return real([self.argument])
 
 
 @dataclass(slots=True)
@@ -395,32 +566,51 @@ class LightSamples:
 
 
 @dataclass(slots=True)
-class FakeOmniLightsNode(BaseRenderNode):
-    """`lights` has the fields position, uvMin, uvMax, size, controlIndex. Also the animated class."""
+class FakeLightsNode(BaseRenderNode):
+    """`lights` has the fields position, uvMin, uvMax, size, controlIndex, a row of `control_rows`."""
 
-    controls: Words
-    lights: Records
-    animation: LightSamples | None
+    control_rows: Records
+    lights: Records = field()
+
+    @property
+    def controls(self) -> Words:
+        found: Words = self.control_rows["control"]
+        return found
 
 
 @dataclass(slots=True)
-class FakeSpotLightsNode(BaseRenderNode):
-    """As fake omni lights, plus backUvMin, backUvMax, backSide. Also the animated class.
+class FakeOmniLightsNode(FakeLightsNode):
+    """Also the animated class."""
 
-    control_directions is (controls, 3); directions is (lights, 3), None below version 2.
-    """
+    animation: LightSamples | None
 
-    controls: Words
-    control_directions: Floats
-    lights: Records
+    @property
+    def own_arguments(self) -> list[int]:
+        return real([self.animation.argument]) if self.animation else []
+
+
+@dataclass(slots=True)
+class FakeSpotLightsNode(FakeLightsNode):
+    """As fake omni lights, plus backUvMin, backUvMax, backSide; `directions` is (lights, 3), None below version 2."""
+
     directions: Floats | None
     animation: LightSamples | None
+
+    @property
+    def control_directions(self) -> Floats:
+        """(controls, 3)"""
+        found: Floats = self.control_rows["direction"]
+        return found
+
+    @property
+    def own_arguments(self) -> list[int]:
+        return real([self.animation.argument]) if self.animation else []
 
 
 @dataclass(slots=True)
 class FakeSpotLights3Node(BaseRenderNode):
-    controls: Words
-    mesh: Mesh
+    controls: Words = field()
+    mesh: Mesh = field()
 
 
 # ---------------------------------------------------------------- the file
@@ -439,9 +629,9 @@ class Root(BaseNode):
 
 @dataclass(slots=True)
 class ZrmFile:
-    """A whole file. `warnings` are (offset, text) of what is legal in a file but of no use to a renderer."""
+    """A whole file. `ends` are the offsets behind its parts, by name; `data` are the bytes that the arrays are views of."""
 
-    size: int
+    data: bytes | mmap
     strings: list[str]
     root: Root
     nodes: list[Node]
@@ -450,11 +640,34 @@ class ZrmFile:
     shell_nodes: list[ShellNode | ShellSkinNode | SegmentsNode]
     light_nodes: list[LightNode]
     render_nodes: list[BaseRenderNode]
-    warnings: list[tuple[int, str]]
+    faults: FaultList
+    ends: dict[str, int]
+
+    @property
+    def size(self) -> int:
+        return len(self.data)
 
     @property
     def materials(self) -> list[Material]:
         return self.root.materials
+
+    @property
+    def records(self) -> list[BaseNode]:
+        """All that hangs on the tree, in the order of the file."""
+        return [*self.connectors, *self.shell_nodes, *self.light_nodes, *self.render_nodes]
+
+    @property
+    def warnings(self) -> list[tuple[int, str]]:
+        """(offset, text) of what is legal in a file but of no use to a renderer."""
+        return [(fault.offset, fault.message) for fault in self.faults if fault.severity == WARNING]
+
+    @property
+    def arguments(self) -> list[int]:
+        """The arguments that anything in the file follows, in ascending order."""
+        found = {number for node in self.nodes for number in node.arguments}
+        found.update(number for record in self.records for number in record.arguments)
+        found.update(number for material in self.materials for number in arguments_of(material.animated_uniforms))
+        return sorted(found)
 
     def path(self, index: int) -> str:
         """Names from the top down to a node, joined by "/"."""

@@ -219,7 +219,8 @@ class Lod(Node):
 class NumberRoot(Node):
     """The node that a number display hangs on."""
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a node without controls."""
     def setControls(self, controls: Sequence[_Float4], /) -> None:
         """Appends controls (u argument, u factor, v argument, v factor); they do not reach the file.
 
@@ -233,7 +234,8 @@ class VisibilityNode(Node):
     With nothing on it or below it, it goes at ``save``, as animated nodes do.
     """
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a node without arguments, which is always shown."""
     def setArguments(self, arguments: Sequence[tuple[int, _FloatKeys]], /) -> None:
         """Replaces the arguments: (argument handle, keys (value of the argument, state)) each.
 
@@ -254,13 +256,16 @@ class AnimationNode(Node):
     and 10 the one at 2 is lost.
     """
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a node that doesn't move: no channels, base position 0, base rotation 1, 0, 0, 0, base scale 1."""
     def setBaseMatrix(self, matrix: _Matrix, /) -> None:
         """Replaces the base matrix. Raises ValueError for fewer than four tuples."""
-    def setBasePosition(self, position: _Float3, /) -> None: ...
+    def setBasePosition(self, position: _Float3, /) -> None:
+        """Replaces the base position x, y, z, in the model's units; default 0, 0, 0."""
     def setBaseRotation(self, rotation: _Float4, /) -> None:
         """Replaces the base rotation, (w, x, y, z); not normalised."""
-    def setBaseScale(self, scale: _Float3, /) -> None: ...
+    def setBaseScale(self, scale: _Float3, /) -> None:
+        """Replaces the base scale along x, y, z; default 1, 1, 1."""
     def setPositionAnimation(self, channels: Sequence[tuple[int, _Float3Keys]], /) -> None:
         """Replaces the position channels: (argument handle, keys (value, (x, y, z))) each. Their values add up."""
     def setRotationAnimation(self, channels: Sequence[tuple[int, _Float4Keys]], /) -> None:
@@ -275,7 +280,8 @@ class AnimationNode(Node):
 class IBlock(metaclass=_FacadeType):
     """Base of the material blocks, of no use by itself."""
 
-    def __init__(self, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block of no type, which ``PBRNode.addBlock`` refuses."""
     def getTypeName(self, /) -> str:
         """The block's type, for instance "BT_Base". Raises RuntimeError on an ``IBlock()``."""
 
@@ -286,15 +292,19 @@ class BaseBlock(IBlock):
     vertices), "Invalid albedo texture coordinates." (likewise), "Albedo isn't set."
     """
 
-    def __init__(self, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without data."""
     def setPositions(self, positions: _Floats, /) -> None:
         """x, y, z for each vertex, flat."""
     def setNormals(self, normals: _Floats, /) -> None:
         """x, y, z for each vertex, flat; unit length. One of no length becomes 0, 1, 0 at ``save``."""
     def setAlbedoMapUV(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
-    def setAlbedoMap(self, name: str, /) -> None: ...
-    def setAlbedoMapUVShift(self, shift: PropertyFloat2, /) -> None: ...
+    def setAlbedoMap(self, name: str, /) -> None:
+        """The file name of the albedo map, in small letters in the file; needed."""
+    def setAlbedoMapUVShift(self, shift: PropertyFloat2, /) -> None:
+        """Moves the coordinates of the albedo map by (u, v), constant or animated; not there at the start. Property
+        "diffuseShift"."""
     def __repr__(self, /) -> str: ...
 
 class ColorBaseBlock(IBlock):
@@ -303,19 +313,23 @@ class ColorBaseBlock(IBlock):
     Texts of ``addRenderNode``: "Vetices positions aren't set.", "Invalid normals.", "Color not set."
     """
 
-    def __init__(self, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without data."""
     def setPositions(self, positions: _Floats, /) -> None:
         """x, y, z for each vertex, flat."""
     def setNormals(self, normals: _Floats, /) -> None:
         """x, y, z for each vertex, flat."""
-    def setColor(self, color: PropertyFloat3, /) -> None: ...
+    def setColor(self, color: PropertyFloat3, /) -> None:
+        """Red, green and blue, linear, 0 to 1; needed. Property "color"."""
     def __repr__(self, /) -> str: ...
 
 class FlirBlock(IBlock):
     """Infrared map on the albedo's texture coordinates; type "BT_Flir". Text: "Flir map isn't set." """
 
-    def __init__(self, /) -> None: ...
-    def setFlirMap(self, name: str, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without a map."""
+    def setFlirMap(self, name: str, /) -> None:
+        """The file name of the infrared map, in small letters in the file; needed."""
     def __repr__(self, /) -> str: ...
 
 class DamageBlock(IBlock):
@@ -331,17 +345,23 @@ class DamageBlock(IBlock):
     "Damage block: Normal map texture coordinates aren't set.", "Damage block: Albedo isn't set."
     """
 
-    def __init__(self, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without data and argument."""
     def setAlbedoMapUV(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
     def setNormalMapUV(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
     def setPerVertexArguments(self, arguments: _Floats, /) -> None:
         """One argument handle for each vertex, cut to a whole number."""
-    def setAlbedoMap(self, name: str, /) -> None: ...
-    def setNormalMap(self, name: str, /) -> None: ...
-    def setMask(self, name: str, /) -> None: ...
-    def setMaskRGBA(self, name: str, /) -> None: ...
+    def setAlbedoMap(self, name: str, /) -> None:
+        """The file name of the damaged albedo map, in small letters in the file; needed."""
+    def setNormalMap(self, name: str, /) -> None:
+        """The file name of the damaged normal map, in small letters in the file; needed when ``setNormalMapUV`` was
+        called, and only then."""
+    def setMask(self, name: str, /) -> None:
+        """The file name of the mask, in small letters in the file; without it there is none."""
+    def setMaskRGBA(self, name: str, /) -> None:
+        """The file name of the mask of four channels, in small letters in the file; without it there is none."""
     def setArgument(self, argument: int, /) -> None:
         """The argument handle of the whole mesh."""
     def __repr__(self, /) -> str: ...
@@ -359,12 +379,14 @@ class BoneBlock(IBlock):
     ``addRenderNode`` raises IndexError when there are fewer groups of four than vertices.
     """
 
-    def __init__(self, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without weights, bone numbers and bones."""
     def setBoneWeights(self, weights: _Floats, /) -> None:
         """Four weights for each vertex, flat, with the sum 1."""
     def setBoneIndices(self, indices: _Indices, /) -> None:
         """Four bone numbers for each vertex, flat, each cut to its low byte."""
-    def setBones(self, bones: Sequence[Bone], /) -> None: ...
+    def setBones(self, bones: Sequence[Bone], /) -> None:
+        """Replaces the bones beside the control node; bone i of the list has the number i + 1."""
     def getBoneNames(self, /) -> list[str]:
         """What ``setBoneNames`` stored."""
     def setBoneNames(self, names: Sequence[str], /) -> None:
@@ -380,9 +402,13 @@ class NumberBlock(IBlock):
     "You can not use bone(skin) and number at the same time." beside a BoneBlock.
     """
 
-    def __init__(self, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without arguments."""
     def setUVParams(self, u_argument: int, u_factor: float, v_argument: int, v_factor: float, /) -> None:
-        """The arguments that shift u and v, and by how much for each unit; a negative argument means none."""
+        """The arguments that shift u and v, and by how much for each unit; a negative argument means none.
+
+        A drum whose picture has ten digits one below the other turns with argument 4: ``digit.setUVParams(-1, 0.0, 4, 0.1)``.
+        """
     def __repr__(self, /) -> str: ...
 
 class EmissiveBlock(IBlock):
@@ -392,26 +418,36 @@ class EmissiveBlock(IBlock):
     "Emissive block: Emissive texture isn't set."
     """
 
-    def __init__(self, /) -> None: ...
-    def setEmissiveMap(self, name: str, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without map and colour, of type 0."""
+    def setEmissiveMap(self, name: str, /) -> None:
+        """The file name of the emissive map, in small letters in the file; needed without a colour."""
     def setEmissiveMapUV(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
-    def setAmount(self, amount: PropertyFloat, /) -> None: ...
-    def setColor(self, color: PropertyFloat3, /) -> None: ...
+    def setAmount(self, amount: PropertyFloat, /) -> None:
+        """How strongly the surface shines, 0 not at all; the file has none without this call. Property
+        "selfIlluminationValue"."""
+    def setColor(self, color: PropertyFloat3, /) -> None:
+        """Red, green and blue of the light, 0 to 1, in place of a map or beside it. Property "selfIlluminationColor"."""
     def setEmissiveType(self, type: int, /) -> None:
         """The material type: 2 self-illuminated, 3 transparent, 4 additive, 5 additive colour, 6 additive texture.
 
         Any other number keeps the type that the mesh has; 0 is what a new block has.
         """
-    def setUVShift(self, shift: PropertyFloat2, /) -> None: ...
+    def setUVShift(self, shift: PropertyFloat2, /) -> None:
+        """Moves the coordinates of the emissive map by (u, v), constant or animated; not there at the start. Property
+        "emissiveShift"."""
     def __repr__(self, /) -> str: ...
 
 class EmissiveColorBlock(IBlock):
     """Light of one colour without a map; type "BT_Emissive". Text of ``addRenderNode``: "Color not set." """
 
-    def __init__(self, /) -> None: ...
-    def setColor(self, color: PropertyFloat3, /) -> None: ...
-    def setAmount(self, amount: PropertyFloat, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without colour."""
+    def setColor(self, color: PropertyFloat3, /) -> None:
+        """Red, green and blue of the light, 0 to 1; needed. Property "selfIlluminationColor"."""
+    def setAmount(self, amount: PropertyFloat, /) -> None:
+        """How strongly the surface shines, as ``EmissiveBlock.setAmount``."""
     def __repr__(self, /) -> str: ...
 
 class AoBlock(IBlock):
@@ -420,11 +456,15 @@ class AoBlock(IBlock):
     Texts of ``addRenderNode``: "AO block: Invalid texture coordinates.", "AO block: AO texture isn't set."
     """
 
-    def __init__(self, /) -> None: ...
-    def setAoMap(self, name: str, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without a map."""
+    def setAoMap(self, name: str, /) -> None:
+        """The file name of the ambient occlusion map, in small letters in the file; needed."""
     def setAoMapUV(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
-    def setAoShift(self, shift: PropertyFloat2, /) -> None: ...
+    def setAoShift(self, shift: PropertyFloat2, /) -> None:
+        """Moves the coordinates of the ambient occlusion map by (u, v), constant or animated; not there at the start.
+        Property "ambientOcclusionShift"."""
     def setAoAnimationArgument(self, argument: int, /) -> None:
         """An argument handle up to 2147483647; anything else means none."""
     def __repr__(self, /) -> str: ...
@@ -435,11 +475,15 @@ class DecalBlock(IBlock):
     Texts of ``addRenderNode``: "Decal block: Invalid texture coordinates.", "Decal block: decal texture isn't set."
     """
 
-    def __init__(self, /) -> None: ...
-    def setDecalMap(self, name: str, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without a map."""
+    def setDecalMap(self, name: str, /) -> None:
+        """The file name of the decal map, in small letters in the file; needed."""
     def setDecalMapUV(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
-    def setDecalShift(self, shift: PropertyFloat2, /) -> None: ...
+    def setDecalShift(self, shift: PropertyFloat2, /) -> None:
+        """Moves the coordinates of the decal map by (u, v), constant or animated; not there at the start. Property
+        "decalShift"."""
     def __repr__(self, /) -> str: ...
 
 class NormalBlock(IBlock):
@@ -449,8 +493,10 @@ class NormalBlock(IBlock):
     "Normal block: normal texture isn't set."
     """
 
-    def __init__(self, /) -> None: ...
-    def setNormalMap(self, name: str, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without a map."""
+    def setNormalMap(self, name: str, /) -> None:
+        """The file name of the normal map, in small letters in the file; needed."""
     def setNormalMapUV(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
     def __repr__(self, /) -> str: ...
@@ -461,8 +507,10 @@ class AormsBlock(IBlock):
     Texts of ``addRenderNode``: "Aorms block: Invalid texture coordinates.", "Aorms block: aorms texture isn't set."
     """
 
-    def __init__(self, /) -> None: ...
-    def setAormsMap(self, name: str, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without a map."""
+    def setAormsMap(self, name: str, /) -> None:
+        """The file name of the AORMS map, in small letters in the file; needed."""
     def setAormsMapUV(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
     def __repr__(self, /) -> str: ...
@@ -470,25 +518,31 @@ class AormsBlock(IBlock):
 class GlassFilterBlock(IBlock):
     """The colour that glass lets through; type "BT_Glass". Only for GlassNode, where it has the last word."""
 
-    def __init__(self, /) -> None: ...
-    def setColorMap(self, name: str, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a block without map and colour, for glass that is no instrument's."""
+    def setColorMap(self, name: str, /) -> None:
+        """The file name of the filter's colour map, in small letters in the file; without it there is none."""
     def setInstrumental(self, instrumental: bool, /) -> None:
         """True: glass of an instrument; False, the default: any other glass."""
-    def setColor(self, color: PropertyFloat3, /) -> None: ...
+    def setColor(self, color: PropertyFloat3, /) -> None:
+        """Red, green and blue that pass, 0 to 1; the file has none without this call. Property "color"."""
     def __repr__(self, /) -> str: ...
 
 class IRenderNode(metaclass=_FacadeType):
     """Base of everything that ``Model.addRenderNode`` takes; by itself it builds nothing."""
 
-    def __init__(self, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a node that builds nothing."""
     def hasBlock(self, type_name: str, /) -> bool:
         """Whether a block of that type is there, for instance "BT_Normal"."""
 
 class FakeOmniLight(metaclass=_FacadeType):
     """One light sprite of FakeOmniLights. Everything is 0 at the start."""
 
-    def __init__(self, /) -> None: ...
-    def setPos(self, position: _Float3, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a light with everything 0."""
+    def setPos(self, position: _Float3, /) -> None:
+        """x, y, z in the space of the control node, in the model's units; kept in 64 bits."""
     def setSize(self, size: float, /) -> None:
         """Edge length, in the model's units."""
     def setUV(self, first: _Float2, second: _Float2, /) -> None:
@@ -497,10 +551,12 @@ class FakeOmniLight(metaclass=_FacadeType):
 class FakeOmniLights(IRenderNode):
     """Light sprites that shine all around. ``addRenderNode`` always gives ""."""
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a node without lights."""
     def set(self, lights: Sequence[FakeOmniLight], /) -> None:
         """Replaces the lights by copies of these."""
-    def setTexture(self, name: str, /) -> None: ...
+    def setTexture(self, name: str, /) -> None:
+        """The file name of the sprites' picture, in small letters in the file; default none."""
     def setMinSizeInPixels(self, pixels: float, /) -> None:
         """Default 20."""
     def setMaxDistance(self, distance: float, /) -> None:
@@ -516,7 +572,8 @@ class FakeOmniLights(IRenderNode):
 class AnimatedFakeOmniLight(FakeOmniLights):
     """FakeOmniLights whose brightness follows an argument."""
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a node without lights, argument and animation."""
     def setAnimationArg(self, argument: float, /) -> None:
         """The argument handle, cut to a whole number. Needed before ``save``."""
     def setLightsAnimation(self, animation: Sequence[tuple[int, _FloatKeys]], /) -> None:
@@ -524,6 +581,11 @@ class AnimatedFakeOmniLight(FakeOmniLights):
 
         Keys within 0.001 of what the others give are dropped, then 128 samples from 0 to 1 are taken. Without keys the
         samples are 0. Numbers that do not count 0, 1, 2 ... leave no samples, and ``save`` fails.
+
+        Two lights that blink in turn, following argument 7:
+
+            lights.setAnimationArg(7)
+            lights.setLightsAnimation([(0, [(0.0, 1.0), (0.5, 0.0)]), (1, [(0.0, 0.0), (0.5, 1.0)])])
         """
     def setControlNode(self, node: Node, /) -> None:
         """The node that the lights hang on, in the tree; needed before ``save``."""
@@ -532,25 +594,30 @@ class AnimatedFakeOmniLight(FakeOmniLights):
 class FakeSpotLight(metaclass=_FacadeType):
     """One light sprite of FakeSpotLights. Position, corners and size are 0 at the start, the direction is 0, 1, 0."""
 
-    def __init__(self, /) -> None: ...
-    def setPos(self, position: _Float3, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes a light at 0, 0, 0 that shines along 0, 1, 0."""
+    def setPos(self, position: _Float3, /) -> None:
+        """x, y, z in the space of the control node, in the model's units; kept in 64 bits."""
     def setSize(self, size: float, /) -> None:
         """Edge length, in the model's units."""
     def setUV(self, first: _Float2, second: _Float2, /) -> None:
         """The two corners (u, v) of the sprite in the texture; v is turned over: 1 - v is stored."""
     def setBackUV(self, first: _Float2, second: _Float2, /) -> None:
         """The same for the back; (0, 0) and (0.25, 0.5) are stored at the start."""
-    def setBackSide(self, enable: bool, /) -> None: ...
+    def setBackSide(self, enable: bool, /) -> None:
+        """Whether the sprite is seen from behind, by its ``setBackUV``; default False."""
     def setDirection(self, direction: _Float3, /) -> None:
         """Where the light shines; unit length."""
 
 class FakeSpotLights(IRenderNode):
     """Light sprites that shine in a direction. ``addRenderNode`` always gives ""."""
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a node without lights."""
     def set(self, lights: Sequence[FakeSpotLight], /) -> None:
         """Replaces the lights by copies of these; an empty list changes nothing."""
-    def setTexture(self, name: str, /) -> None: ...
+    def setTexture(self, name: str, /) -> None:
+        """The file name of the sprites' picture, in small letters in the file; default none."""
     def setMinSizeInPixels(self, pixels: float, /) -> None:
         """Default 20."""
     def setMaxDistance(self, distance: float, /) -> None:
@@ -560,7 +627,10 @@ class FakeSpotLights(IRenderNode):
     def setShiftToCamera(self, shift: float, /) -> None:
         """Default 0, in the model's units."""
     def setConeSetup(self, setup: _Float3, /) -> None:
-        """Default 1, 0.8, 0.05."""
+        """Three numbers of the cone in which the sprites show, stored as they are; default 1, 0.8, 0.05.
+
+        For instance ``lights.setConeSetup((0.9, 0.5, 0.02))``.
+        """
     def setControlNode(self, node: Node, /) -> None:
         """The node that the lights hang on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
@@ -568,7 +638,8 @@ class FakeSpotLights(IRenderNode):
 class AnimatedFakeSpotLight(FakeSpotLights):
     """FakeSpotLights whose brightness follows an argument."""
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a node without lights, argument and animation."""
     def setAnimationArg(self, argument: float, /) -> None:
         """The argument handle, cut to a whole number. Needed before ``save``."""
     def setLightsAnimation(self, animation: Sequence[tuple[int, _FloatKeys]], /) -> None:
@@ -580,7 +651,8 @@ class AnimatedFakeSpotLight(FakeSpotLights):
 class SegmentsNode(metaclass=_FacadeType):
     """Collision segments."""
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a node without segments."""
     def set(self, segments: Sequence[tuple[_Float3, _Float3]], /) -> None:
         """Replaces the segments, (start, end) each. ``save`` keeps them all, short ones too."""
     def setControlNode(self, node: Node, /) -> None:
@@ -590,7 +662,8 @@ class SegmentsNode(metaclass=_FacadeType):
 class ShellNode(metaclass=_FacadeType):
     """A collision mesh."""
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a shell without positions and triangles."""
     def setIndices(self, indices: _IndexList, /) -> None:
         """Three for each triangle, flat."""
     def setPositions(self, positions: _FloatList, /) -> None:
@@ -602,7 +675,8 @@ class ShellNode(metaclass=_FacadeType):
 class Connector(metaclass=_FacadeType):
     """A named place on the model, with properties."""
 
-    def __init__(self, name: str, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a connector without properties."""
     def setControlNode(self, node: Node, /) -> None:
         """The node that the connector hangs on, in the tree; needed before ``save``."""
     def setPropertyFloat(self, key: str, value: float, /) -> None:
@@ -614,7 +688,8 @@ class Connector(metaclass=_FacadeType):
 class ILight(metaclass=_FacadeType):
     """Base of the lights. An ``ILight()`` is no light: its methods and ``Model.addLight`` raise ValueError."""
 
-    def __init__(self, /) -> None: ...
+    def __init__(self, /) -> None:
+        """Makes an object that is no light."""
     def setVolumeRadiusFactor(self, factor: PropertyFloat, /) -> None:
         """Default 0. An animated value is ignored, as for the other two."""
     def setVolumeDensityFactor(self, factor: PropertyFloat, /) -> None:
@@ -630,13 +705,18 @@ class OmniLight(ILight):
     The property objects are shared: a later ``set`` on the script's object does not reach the light.
     """
 
-    def __init__(self, name: str, /) -> None: ...
-    def setColor(self, color: PropertyFloat3, /) -> None: ...
-    def setBrightness(self, brightness: PropertyFloat, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a dark light: colour, brightness, distance and softness 0, specular 1."""
+    def setColor(self, color: PropertyFloat3, /) -> None:
+        """Red, green and blue, linear, 0 to 1; default 0, 0, 0."""
+    def setBrightness(self, brightness: PropertyFloat, /) -> None:
+        """The light's strength; default 0. The exporter writes candela, as glTF has it."""
     def setDistance(self, distance: PropertyFloat, /) -> None:
         """How far the light reaches, in the model's units."""
-    def setSpecularAmount(self, amount: PropertyFloat, /) -> None: ...
-    def setSoftness(self, softness: PropertyFloat, /) -> None: ...
+    def setSpecularAmount(self, amount: PropertyFloat, /) -> None:
+        """The light's specular amount, stored as it is; default 1."""
+    def setSoftness(self, softness: PropertyFloat, /) -> None:
+        """The light's softness, stored as it is; default 0."""
     def setControlNode(self, node: Node, /) -> None:
         """The node that the light hangs on, in the tree; needed before ``save``."""
     def __repr__(self, /) -> str: ...
@@ -644,13 +724,18 @@ class OmniLight(ILight):
 class SpotLight(ILight):
     """A light with a cone. As OmniLight; the cone's angles are 0 at the start."""
 
-    def __init__(self, name: str, /) -> None: ...
-    def setColor(self, color: PropertyFloat3, /) -> None: ...
-    def setBrightness(self, brightness: PropertyFloat, /) -> None: ...
+    def __init__(self, name: str, /) -> None:
+        """Makes a dark light, as ``OmniLight``, with both angles 0."""
+    def setColor(self, color: PropertyFloat3, /) -> None:
+        """As ``OmniLight.setColor``."""
+    def setBrightness(self, brightness: PropertyFloat, /) -> None:
+        """As ``OmniLight.setBrightness``."""
     def setDistance(self, distance: PropertyFloat, /) -> None:
         """How far the light reaches, in the model's units."""
-    def setSpecularAmount(self, amount: PropertyFloat, /) -> None: ...
-    def setSoftness(self, softness: PropertyFloat, /) -> None: ...
+    def setSpecularAmount(self, amount: PropertyFloat, /) -> None:
+        """As ``OmniLight.setSpecularAmount``."""
+    def setSoftness(self, softness: PropertyFloat, /) -> None:
+        """As ``OmniLight.setSoftness``."""
     def setPhi(self, phi: PropertyFloat, /) -> None:
         """The whole angle of the outer cone, in radians."""
     def setTheta(self, theta: PropertyFloat, /) -> None:
@@ -679,11 +764,21 @@ class Bone(Node):
         """Makes a bone with its matrix. Raises ValueError for fewer than four tuples, as all of these."""
     @overload
     def __init__(self, name: str, matrix: _Matrix, inverted: _Matrix, /) -> None:
-        """Makes a bone with its matrix and the inverse of its place at rest."""
-    def setMatrix(self, matrix: _Matrix, /) -> None: ...
+        """Makes a bone with its matrix and the inverse of its place at rest.
+
+        inverted  the inverse of the bone's world matrix at rest: it takes a vertex of the skin, seen from the top of the
+                  tree, into the bone's space
+
+        Under a node at x = 2, three above it: ``Bone("tip", up_3, np.linalg.inv(right_2 @ up_3))`` with
+        matrices whose fourth column is the translation.
+        """
+    def setMatrix(self, matrix: _Matrix, /) -> None:
+        """Replaces the matrix, from the bone's space to its parent's; default the identity. ValueError for fewer than
+        four tuples."""
     def setInvertedBaseBoneMatrix(self, matrix: _Matrix, /) -> None:
         """The inverse of the bone's place at rest."""
-    def getName(self, /) -> str: ...
+    def getName(self, /) -> str:
+        """The node's name, as ``Node.getName``."""
     def __repr__(self, /) -> str: ...
 
 class PropertyFloat(metaclass=_FacadeType):
@@ -720,9 +815,11 @@ class PropertyFloat2(metaclass=_FacadeType):
     def __init__(self, /) -> None:
         """The constant 0, 0."""
     @overload
-    def __init__(self, value: _Float2, /) -> None: ...
+    def __init__(self, value: _Float2, /) -> None:
+        """A constant."""
     @overload
-    def __init__(self, argument: int, keys: _Float2Keys, /) -> None: ...
+    def __init__(self, argument: int, keys: _Float2Keys, /) -> None:
+        """Animated by an argument handle, with a reduced list of keys (value of the argument, (u, v))."""
     def set(self, value: _Float2, /) -> None:
         """Makes it a constant."""
     def setAnim(self, argument: int, keys: _Float2Keys, /) -> None:
@@ -736,9 +833,11 @@ class PropertyFloat3(metaclass=_FacadeType):
     def __init__(self, /) -> None:
         """The constant 0, 0, 0."""
     @overload
-    def __init__(self, value: _Float3, /) -> None: ...
+    def __init__(self, value: _Float3, /) -> None:
+        """A constant."""
     @overload
-    def __init__(self, argument: int, keys: _Float3Keys, /) -> None: ...
+    def __init__(self, argument: int, keys: _Float3Keys, /) -> None:
+        """Animated by an argument handle, with a reduced list of keys (value of the argument, (x, y, z))."""
     def set(self, value: _Float3, /) -> None:
         """Makes it a constant."""
     def setAnim(self, argument: int, keys: _Float3Keys, /) -> None:
@@ -768,14 +867,22 @@ class PBRNode(IRenderNode):
         """Adds a block, in place of one of the same type; None is ignored. Raises RuntimeError for an ``IBlock()``."""
     def getBlock(self, type_name: str, /) -> IBlock | None:
         """The block of that type, for instance "BT_Normal"."""
-    def hasBlock(self, type_name: str, /) -> bool: ...
+    def hasBlock(self, type_name: str, /) -> bool:
+        """Whether a block of that type is there; False for a text that is no type."""
     def setShadowCaster(self, mode: int, /) -> None:
         """0 casts shadows (the default), 1 does not, 2 sets the second shadow flag; others are ignored."""
     def setTransparentMode(self, mode: int, /) -> None:
-        """The blending, 0 to 3; others are ignored."""
-    def setOpacityValue(self, value: PropertyFloat, /) -> None: ...
-    def setOpacityFresnelPower(self, power: PropertyFloat, /) -> None: ...
-    def setOpacityFresnelFactor(self, factor: PropertyFloat, /) -> None: ...
+        """The blending, 0 to 3, default 0; others are ignored.
+
+        With 1 the surface is blended with what is behind it, and never joined with other meshes:
+        ``pane.setTransparentMode(1)`` and ``pane.setOpacityValue(PropertyFloat(0.3))``.
+        """
+    def setOpacityValue(self, value: PropertyFloat, /) -> None:
+        """The opacity, 0 to 1; the file has none without this call. Property "opacityValue"."""
+    def setOpacityFresnelPower(self, power: PropertyFloat, /) -> None:
+        """The power of the opacity's Fresnel term, stored as it is. Property "opacityFresnelPower"."""
+    def setOpacityFresnelFactor(self, factor: PropertyFloat, /) -> None:
+        """The factor of the opacity's Fresnel term, stored as it is. Property "opacityFresnelFactor"."""
     def setDecalId(self, id: int, /) -> None:
         """Cut to its low byte; 0 is none."""
     def setTwoSided(self, enable: bool, /) -> None:
@@ -789,7 +896,8 @@ class PBRNode(IRenderNode):
 class GlassNode(PBRNode):
     """A mesh of glass. As PBRNode, but takes BT_Base, BT_Normal, BT_Flir, BT_Damage, BT_Aorms, BT_Bone, BT_Glass."""
 
-    def __init__(self, name: str, material: str, /) -> None: ...
+    def __init__(self, name: str, material: str, /) -> None:
+        """Makes a mesh without blocks, of instrument's glass, with the blending 1. Names as in ``PBRNode``."""
     def setTransparentMode(self, mode: int, /) -> None:
         """The blending, 1, 3 or 6; others are ignored."""
     def setGlassType(self, type: int, /) -> None:
@@ -803,14 +911,16 @@ class MirrorNode(IRenderNode):
     "Indices are empty.", "Texture aren't set.", "Control node isn't set."
     """
 
-    def __init__(self, name: str, material: str, /) -> None: ...
+    def __init__(self, name: str, material: str, /) -> None:
+        """Makes a mirror without data; the names of the node and of its material."""
     def setPositions(self, positions: _FloatList, /) -> None:
         """Appends points x, y, z, flat, to those of earlier calls."""
     def setNormals(self, normals: _Floats, /) -> None:
         """x, y, z for each vertex, flat."""
     def setIndices(self, indices: _IndexList, /) -> None:
         """Three for each triangle, flat."""
-    def setTexture(self, name: str, /) -> None: ...
+    def setTexture(self, name: str, /) -> None:
+        """The file name of the mirror's picture, in small letters in the file; needed."""
     def setTextureCoordinates(self, coordinates: _Floats, /) -> None:
         """u, v for each vertex, flat."""
     def setControlNode(self, node: Node, /) -> None:
@@ -824,7 +934,8 @@ class ColorNode(IRenderNode):
     "Control node isn't set."
     """
 
-    def __init__(self, name: str, material: str, /) -> None: ...
+    def __init__(self, name: str, material: str, /) -> None:
+        """Makes a red mesh without data; the names of the node and of its material."""
     def setPositions(self, positions: _Floats, /) -> None:
         """Appends points x, y, z, flat, to those of earlier calls."""
     def setNormals(self, normals: _Floats, /) -> None:
@@ -847,7 +958,8 @@ class DeckNode(IRenderNode):
     ``addRenderNode`` raises IndexError for an index at or beyond the number of vertices.
     """
 
-    def __init__(self, name: str, material: str, /) -> None: ...
+    def __init__(self, name: str, material: str, /) -> None:
+        """Makes a deck without data; the names of the node and of its material."""
     def setPositions(self, positions: _FloatList, /) -> None:
         """Appends points x, y, z, flat, to those of earlier calls."""
     def setNormals(self, normals: _FloatList, /) -> None:
@@ -858,15 +970,24 @@ class DeckNode(IRenderNode):
         """u, v for each vertex, flat, for the other maps."""
     def setIndices(self, indices: _IndexList, /) -> None:
         """Three for each triangle, flat."""
-    def setBaseTiledMap(self, name: str, /) -> None: ...
-    def setNormalTiledMap(self, name: str, /) -> None: ...
-    def setAormsTiledMap(self, name: str, /) -> None: ...
-    def setBaseMap(self, name: str, /) -> None: ...
-    def setAormsMap(self, name: str, /) -> None: ...
-    def setDamageMap(self, name: str, /) -> None: ...
-    def setDamageMask(self, name: str, /) -> None: ...
-    def setDamageMaskRGBA(self, name: str, /) -> None: ...
-    def setRainMask(self, name: str, /) -> None: ...
+    def setBaseTiledMap(self, name: str, /) -> None:
+        """The file name of the tiled albedo map, in small letters in the file; needed; read with the tiled coordinates."""
+    def setNormalTiledMap(self, name: str, /) -> None:
+        """The file name of the tiled normal map, in small letters in the file; needed; read with the tiled coordinates."""
+    def setAormsTiledMap(self, name: str, /) -> None:
+        """The file name of the tiled AORMS map, in small letters in the file; needed; read with the tiled coordinates."""
+    def setBaseMap(self, name: str, /) -> None:
+        """The file name of the albedo map, in small letters in the file; needed; read with the regular coordinates."""
+    def setAormsMap(self, name: str, /) -> None:
+        """The file name of the AORMS map, in small letters in the file; needed; read with the regular coordinates."""
+    def setDamageMap(self, name: str, /) -> None:
+        """The file name of the damaged albedo map, in small letters in the file; without it there is none."""
+    def setDamageMask(self, name: str, /) -> None:
+        """The file name of the damage mask, in small letters in the file; without it there is none."""
+    def setDamageMaskRGBA(self, name: str, /) -> None:
+        """The file name of the damage mask of four channels, in small letters in the file; without it there is none."""
+    def setRainMask(self, name: str, /) -> None:
+        """The file name of the rain mask, in small letters in the file; without it there is none."""
     def setTransparentMode(self, mode: int, /) -> None:
         """The blending, 0 to 3; others are ignored."""
     def setDecalId(self, id: int, /) -> None:
