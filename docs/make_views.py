@@ -15,7 +15,7 @@ from pathlib import Path
 from PIL import Image
 
 DOCS = Path(__file__).resolve().parent
-sys.path[:0] = [str(DOCS.parent / "examples"), str(DOCS.parent / "Utils/ZRMTools/zrm_inspect")]
+sys.path[:0] = [str(DOCS.parent / "Utils/ZRMTools" / package) for package in ("zrm_inspect", "zrm_scene", "gltf2zrm")]
 
 from zrm_inspect import read_file  # noqa: E402
 from zrm_inspect.picture import to_picture  # noqa: E402
@@ -29,23 +29,28 @@ def script(page: Path) -> str:
     return "\n".join(re.findall(r"```python\n(.*?)```", text, re.DOTALL))
 
 
-def run(page: Path) -> None:
-    """In the current folder."""
-    path = Path("page.py")
-    path.write_text(script(page), encoding="utf-8")
-    arguments, sys.argv = sys.argv, [str(path)]
+def run_script(path: Path, *given: str) -> None:
+    """Runs a script as a program, in the current folder."""
+    arguments, sys.argv = sys.argv, [str(path), *given]
     try:
-        runpy.run_path(str(path))
+        runpy.run_path(str(path), run_name="__main__")
     finally:
         sys.argv = arguments
 
 
+def run(page: Path) -> None:
+    """Runs the blocks of a page, in the current folder."""
+    path = Path("page.py")
+    path.write_text(script(page), encoding="utf-8")
+    run_script(path)
+
+
 def export(*arguments: str) -> bool:
-    """Runs the exporter, quietly."""
-    from gltf_export.cli import main as exporter
+    """Converts a glTF file, quietly."""
+    from gltf2zrm.cli import main as convert
 
     with contextlib.redirect_stdout(io.StringIO()):
-        return exporter(["--quiet", *arguments]) == 0
+        return convert(["--quiet", *arguments]) == 0
 
 
 def pictures() -> Iterator[tuple[str, Image.Image]]:
@@ -55,7 +60,7 @@ def pictures() -> Iterator[tuple[str, Image.Image]]:
     run(DOCS / "tutorial.md")
     for name, arguments in (("tutorial", {}), ("tutorial_moved", {0: 0.27, 2: 1.0})):
         yield name, to_picture(read_file("vehicle.zrm"), arguments, SIZE, (130.0, 20.0))
-    export("--demo", "demo.zrm")
+    run_script(DOCS.parent / "examples/vehicle.py", "demo.zrm")
     yield "demo", to_picture(read_file("demo.zrm"), {}, SIZE, (40.0, 25.0))
 
 

@@ -10,6 +10,7 @@ python=$PWD/build/venv/bin/python
 house=build/wheelhouse
 roots=build/roots
 limit=4000000 # bytes
+model=${ZRM_MODELS:-../shared/models}/CesiumMilkTruck.glb # tried where it is at hand
 pip=("$python" -m pip -q --disable-pip-version-check)
 
 build_wheel() {
@@ -41,19 +42,21 @@ copy_python() {
     tar -C "$prefix" -c --exclude test --exclude '*.a' --exclude site-packages . | tar -C "$1/opt/python" -x
 }
 
-# try_in ROOT PYTHON: the box, the inspector on it, and the module's own files.
+# try_in ROOT PYTHON: the box, the inspector on it, the exporter on a real model, and the module's own files.
 try_in() {
     local root=$1 program=$2
     rm -rf "$root/site" "$root/work"
     mkdir -p "$root/work"
     "${pip[@]}" install --target "$root/site" --only-binary :all: $house/*.whl
     cp examples/box.py "$root/work/"
+    if [ -e "$model" ]; then cp "$model" "$root/work/model.glb"; fi
     chroot "$root" /usr/bin/env -i PATH=/usr/bin:/bin LC_ALL=C.UTF-8 PYTHONPATH=/site ${3:+PYTHONHOME="$3" LD_LIBRARY_PATH="$3/lib"} sh -euc "
         cd /work
         $program box.py box.zrm
         $program -m zrm_inspect check box.zrm
         $program -m zrm_inspect view box.zrm -o box.html
         $program -m zrm_inspect tree box.zrm
+        if [ -e model.glb ]; then $program -m gltf2zrm model.glb && $program -m zrm_inspect check model.zrm; fi
         ! ls /usr/share/doc/libfmt* /usr/share/doc/libmeshoptimizer* 2> /dev/null"
     ls "$root"/site/pyzrm_313-*.dist-info/licenses/third-party
 }

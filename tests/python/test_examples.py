@@ -61,5 +61,5 @@ def test_a_number_display(folder, monkeypatch):
 def test_a_night_scene(folder, monkeypatch):
     file = run("night", folder, monkeypatch)
     assert len(file.light_nodes) == 5
-    sprites = {node.type_name: len(node.lights) for node in file.render_nodes if hasattr(node, "lights")}
+    sprites = {node.type_name: len(node.lights) for node in file.render_nodes if node.lights is not None}
     assert sprites == {"model::FakeOmniLightsNode": 8, "model::AnimatedFakeOmniLightsNode": 8}

@@ -6,12 +6,13 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 
 import numpy as np
 import pytest
 from click.testing import CliRunner
 from PIL import Image
-from support.exporter_support import main as exporter
+from support.exporter_support import ROOT
 from support.scripted import plain
 from support.small_files import node, small
 from support.tame import tame_script
@@ -62,7 +63,7 @@ PIXELS = """
 
 @pytest.fixture
 def vehicle(folder):
-    assert exporter(["--quiet", "--demo", "vehicle.zrm"]) == 0
+    subprocess.run([sys.executable, str(ROOT / "examples/vehicle.py"), "vehicle.zrm"], check=True)
     return folder / "vehicle.zrm"
 
 
