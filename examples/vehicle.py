@@ -8,6 +8,7 @@ from __future__ import annotations
 import math
 import sys
 
+import numpy as np
 import pyzrm_313 as zrm
 import zrm_scene
 from shapes import Shape, moved
@@ -65,7 +66,8 @@ def add_wheel(scene: zrm_scene.Scene, body: zrm.Node, name: str, place: tuple[fl
 
 def add_lamp(scene: zrm_scene.Scene, body: zrm.Node) -> None:
     """A glowing box on the cab with a spot light that the same argument switches on."""
-    node = scene.node("lamp", moved(0, 1.3, 1.9), body)
+    forwards = np.diag([-1.0, 1.0, -1.0, 1.0])  # a half turn about y, as a spot light shines along -z
+    node = scene.node("lamp", moved(0, 1.3, 1.9) @ forwards, body)
     glow = zrm.EmissiveBlock()
     glow.setColor(zrm.PropertyFloat3((1.0, 0.95, 0.8)))
     glow.setAmount(zrm.PropertyFloat(ARGUMENTS.lamp, [(0.0, 0.0), (1.0, 5.0)]))
