@@ -87,7 +87,7 @@ def class_pages() -> dict[str, str]:
     classes = {entry.name: entry for entry in tree.body if isinstance(entry, ast.ClassDef)}
     listed = {name for _, names in FAMILIES.values() for name in names.split()}
     if missing := classes.keys() - listed - {"_FacadeType"}:
-        raise ValueError(f"classes without a page: {missing}")
+        raise ValueError(f"classes without a page, see FAMILIES: {missing}")
     pages = {page: class_page(title, names.split(), classes) for page, (title, names) in FAMILIES.items()}
     whole = "\n".join(["# The whole module\n", markdown(ast.get_docstring(tree)), "\n## Functions\n", *functions_of(tree.body)])
     return pages | {"module": whole}

@@ -69,7 +69,7 @@ def faults() -> list[str]:
     for path, file in files.items():
         room = room_of(path)
         if not room:
-            found.append(f"{path} belongs to no room")
+            found.append(f"{path} belongs to no room of the table")
             continue
         allowed = (room, *ROOMS[room][1].split())
         for name in INCLUDE.findall(file.read_text(encoding="utf-8")):

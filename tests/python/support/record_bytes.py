@@ -144,7 +144,12 @@ NODE_FIELDS = {"mode": "u1", "axis_mode": "u1", "matrix": "f8", "base_position":
     "levels": write_level}  # fmt: skip
 
 
+NODE_HEAD = {"index", "type_name", "name", "properties", "parent"}
+
+
 def write_node(out, node):
+    if unknown := node.keys() - NODE_FIELDS.keys() - NODE_HEAD:
+        raise KeyError(f"no place in NODE_FIELDS: {sorted(unknown)}")
     out.start(node, f"node {node['index']}")
     for field, how in NODE_FIELDS.items():
         if field in node:

@@ -15,6 +15,13 @@ from zrm_inspect import SEMANTICS
 
 NO_FORMAT = [0] * len(SEMANTICS)
 KINDS = [*MESHES, *FAKE_LIGHTS, *HUNG]
+ALONE = {"BaseBlock", "ColorBaseBlock", "EmissiveColorBlock", "BoneBlock", "NumberBlock"}  # those that others shut out
+NOT_IN = {"GlassNode": {"EmissiveBlock", "AoBlock", "DecalBlock"}, "PBRNode": {"GlassFilterBlock"}}
+
+
+def together(kind):
+    """The blocks of the table that one mesh can have all at once."""
+    return [name for name in BLOCKS if name not in ALONE | NOT_IN[kind]]
 
 
 def plain(on=()):
@@ -152,9 +159,7 @@ class Script:
     def blocks(self, kind):
         """Some that go together; all of a share of 1."""
         glass = kind == "GlassNode"
-        names = ["NormalBlock", "FlirBlock", "DamageBlock", "AormsBlock"]
-        names += ["GlassFilterBlock"] if glass else ["EmissiveBlock", "AoBlock", "DecalBlock"]
-        chosen = [name for name in names if self.random.random() <= self.share]
+        chosen = [name for name in together(kind) if self.random.random() <= self.share]
         if "EmissiveBlock" in chosen and self.random.random() < 0.3:
             chosen[chosen.index("EmissiveBlock")] = "EmissiveColorBlock"
         special = self.random.choice(["", "BoneBlock"] if glass else ["", "BoneBlock", "NumberBlock"])
@@ -272,9 +277,8 @@ def whole_script():
         for kind in KINDS:
             script.add(kind)
         for base in ("BaseBlock", "ColorBaseBlock"):
-            for kind, last in (("PBRNode", "NumberBlock"), ("PBRNode", "BoneBlock"), ("GlassNode", "GlassFilterBlock")):
-                more = ["EmissiveBlock", "AoBlock", "DecalBlock"] if kind == "PBRNode" else []
-                script.add_mesh(kind, [base, "NormalBlock", "FlirBlock", "DamageBlock", "AormsBlock", *more, last])
+            for kind, *last in (("PBRNode", "NumberBlock"), ("PBRNode", "BoneBlock"), ("GlassNode",)):
+                script.add_mesh(kind, [base, *together(kind), *last])
             script.add_mesh("PBRNode", [base, "EmissiveColorBlock", "FlirBlock"])
             script.add_mesh("PBRNode", [base])
     script.finish()

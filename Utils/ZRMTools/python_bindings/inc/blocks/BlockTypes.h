@@ -1,5 +1,7 @@
 #pragma once
 
+#include <iterator>
+
 #include <zr/types.h>
 
 namespace pyzrm
@@ -18,6 +20,7 @@ enum BlockType : zr::u32
     BT_Decal = 8,
     BT_Glass = 9,
     BT_Number = 10,
+    kNumBlockTypes
 };
 
 /// What a kind is called, and which meshes take it.
@@ -34,4 +37,5 @@ constexpr BlockFacts kBlockFacts[] = {
     {"BT_Aorms", true, true},  {"BT_Bone", true, true},   {"BT_Emissive", true, false}, {"BT_Ao", true, false},
     {"BT_Decal", true, false}, {"BT_Glass", false, true}, {"BT_Number", true, false},
 };
+static_assert(std::size(kBlockFacts) == kNumBlockTypes, "each kind needs its row, and the numbers leave no gap");
 } // namespace pyzrm
