@@ -53,6 +53,8 @@ def _meshes(scene, arguments):
             columns.append(np.array(rows, np.float64) / 1e9)
         corners = np.concatenate([column for column in columns if column is not None], 1)[mesh.triangles]
         shown = mesh.triangle_visible & _has_area(corners[:, :, :3])
+        if kind == "model::SkinNode":  # what has no area at rest goes, though bones may pull its corners apart
+            shown &= _has_area(mesh.node.mesh.vertices[:, :3].astype(np.float64)[mesh.triangles])
         part_of = mesh.parts[mesh.triangles[:, 0]] if len(mesh.triangles) else np.zeros(0, int)
         for part, control in enumerate(mesh.controls.tolist()):
             chosen = corners[shown & (part_of == part)]
