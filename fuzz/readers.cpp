@@ -62,7 +62,13 @@ std::optional<Bytes> unpacked(std::span<const zr::u8> stream, std::size_t stated
     }
     ZSTD_freeDStream(context);
     content.resize(out.pos);
-    return result == 0 && content.size() <= stated ? std::optional(content) : std::nullopt;
+    // In small steps its stream doesn't hold an empty last block against the size that the frame states; in one it
+    // does.
+    const std::size_t frame = ZSTD_findFrameCompressedSize(stream.data(), stream.size());
+    Bytes atOnce(stated + 1);
+    const bool isWhole =
+        !ZSTD_isError(frame) && ZSTD_decompress(atOnce.data(), atOnce.size(), stream.data(), frame) == content.size();
+    return result == 0 && isWhole && content.size() <= stated ? std::optional(content) : std::nullopt;
 }
 } // namespace
 
