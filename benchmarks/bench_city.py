@@ -10,8 +10,9 @@ import time
 
 import pyzrm_313 as zrm
 from support.city import Part, city, material_name, write_glb
-from support.scenes import SWITCHES, enable_all, save
+from support.scenes import enable_all, save
 from support.timing import best_by_turns, heading, nothing, ratio_line
+from zrm_scene import SWITCHES
 
 Filled = tuple[zrm.Model, list[zrm.PBRNode]]
 

@@ -23,7 +23,7 @@ ROOMS: dict[str, tuple[str, str]] = {  # room: (beginnings of paths below the ro
     "zr": ("zr/", "platform"),
     "zr_private": ("zr_private/", "platform zr"),
     "zrvfs": ("zrvfs/", "platform zr"),
-    "formats": ("zrvfs/Drivers/ZipArchive. zrvfs/Drivers/ZRCZArchive.", CORE),
+    "formats": ("zrvfs/Drivers/ZipArchive. zrvfs/Drivers/ZRCZArchive. zrvfs/Drivers/littleEndian.", CORE),
     "providers": ("zrvfs/Drivers/DataProviders/", f"{CORE} formats"),
     "real_files": ("zrvfs/RealFiles.", f"{CORE} providers"),
     "drivers": ("zrvfs/Drivers/", f"{CORE} formats providers real_files"),

@@ -7,15 +7,7 @@ from typing import NamedTuple
 import numpy as np
 import numpy.typing as npt
 import pyzrm_313 as zrm
-
-SWITCHES = (
-    "optimizeTransformations",
-    "mergePopertiesSets",
-    "optimizeTextureChannels",
-    "mergeNodes",
-    "extremlyOptimizeMeshes",
-    "optimizeVertexCache",
-)
+from zrm_scene import SWITCHES
 
 
 class Grid(NamedTuple):

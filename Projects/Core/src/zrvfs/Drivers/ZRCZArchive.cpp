@@ -9,6 +9,7 @@
 #include <zr/exceptions.h>
 #include <zr/log/Log.h>
 #include <zr/threads/HeldList.h>
+#include <zrvfs/Drivers/littleEndian.h>
 #include <zrvfs/fileErrors.h>
 
 namespace zrvfs
@@ -21,16 +22,6 @@ constexpr const char* kEncrypted = "encrypted archive isn't supported";
 constexpr zr::u64 kTrailerSize = 40;
 constexpr zr::u64 kSpanSize = 16;
 constexpr zr::u64 kRecordSize = 48;
-
-/// A little-endian number of the width of T.
-template <class T>
-T get(const zr::u8* at)
-{
-    T value = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i)
-        value |= static_cast<T>(at[i]) << (8 * i);
-    return value;
-}
 
 /// The index, field by field. What goes beyond its end is raised before anybody allocates for it.
 class Cursor
@@ -52,7 +43,7 @@ public:
         if (count > left / size) throw zr::ReadFormatError();
         return take(count * size);
     }
-    zr::u64 number() { return get<zr::u64>(take(8)); }
+    zr::u64 number() { return readLittleEndian<zr::u64>(take(8)); }
 
 private:
     const zr::u8* at;
@@ -62,8 +53,8 @@ private:
 /// The name that a span tells of: cut at the pool's end, empty beyond it.
 std::string_view nameAt(const zr::u8* span, const zr::vector<char>& pool)
 {
-    const auto offset = get<zr::u64>(span);
-    const auto length = get<zr::u64>(span + 8);
+    const auto offset = readLittleEndian<zr::u64>(span);
+    const auto length = readLittleEndian<zr::u64>(span + 8);
     if (offset >= pool.size()) return {};
     return {pool.data() + offset, std::min(length, pool.size() - offset)};
 }
@@ -110,7 +101,7 @@ void parse(const zr::vector<zr::u8>& bytes, ZRCZIndex& index)
     const zr::u8* const times = cursor.take(directories, 8);
     index.directoryTimes.resize(directories);
     for (zr::u64 i = 0; i < directories; ++i)
-        index.directoryTimes[i] = get<zr::u64>(times + i * 8);
+        index.directoryTimes[i] = readLittleEndian<zr::u64>(times + i * 8);
 
     const zr::u64 files = cursor.number();
     const zr::u8* const records = cursor.take(files, kRecordSize);
@@ -122,8 +113,9 @@ void parse(const zr::vector<zr::u8>& bytes, ZRCZIndex& index)
     for (zr::u64 i = 0; i < files; ++i)
     {
         const zr::u8* const record = records + i * kRecordSize;
-        index.records[i] = {get<zr::u64>(record), get<zr::u64>(record + 8), get<zr::u64>(record + 16),
-                            get<zr::u64>(record + 24), get<zr::u64>(record + 32)};
+        index.records[i] = {readLittleEndian<zr::u64>(record), readLittleEndian<zr::u64>(record + 8),
+                            readLittleEndian<zr::u64>(record + 16), readLittleEndian<zr::u64>(record + 24),
+                            readLittleEndian<zr::u64>(record + 32)};
     }
 }
 
@@ -222,15 +214,15 @@ const char* readIndex(const ByteSource& archive, ZRCZIndex& index)
     const zr::u64 size = archive.size();
     zr::u8 trailer[kTrailerSize];
     if (size < 8 || !archive.readFully(size - 8, trailer + 32, 8)) return kBroken;
-    if (std::memcmp(trailer + 36, "ZRCZ", 4) != 0 || get<zr::u32>(trailer + 32) != 3) return kBroken;
+    if (std::memcmp(trailer + 36, "ZRCZ", 4) != 0 || readLittleEndian<zr::u32>(trailer + 32) != 3) return kBroken;
     if (size < kTrailerSize || !archive.readFully(size - kTrailerSize, trailer, kTrailerSize)) return kBroken;
-    if (get<zr::u64>(trailer + 24) != 0) return kEncrypted;
-    const auto indexSize = get<zr::u64>(trailer);
+    if (readLittleEndian<zr::u64>(trailer + 24) != 0) return kEncrypted;
+    const auto indexSize = readLittleEndian<zr::u64>(trailer);
     if (indexSize < 4 || indexSize > size - kTrailerSize) throw zr::ReadFormatError();
     zr::u8 marker[4];
     const zr::u64 indexOffset = size - kTrailerSize - indexSize;
     if (!archive.readFully(indexOffset, marker, sizeof(marker))) throw zr::ReadFormatError();
-    if (get<zr::u32>(marker) != 0) return kEncrypted;
+    if (readLittleEndian<zr::u32>(marker) != 0) return kEncrypted;
     zr::vector<zr::u8> bytes(indexSize);
     if (archive.readAt(indexOffset, bytes.data(), indexSize) != indexSize) throw zr::ReadFormatError();
     parse(bytes, index);

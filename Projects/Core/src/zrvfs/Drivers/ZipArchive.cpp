@@ -7,6 +7,8 @@
 
 #include <zlib.h>
 
+#include <zrvfs/Drivers/littleEndian.h>
+
 namespace zrvfs
 {
 namespace
@@ -20,19 +22,9 @@ constexpr zr::u64 kEnd64Size = 56;
 constexpr zr::u64 kCentralSize = 46;
 constexpr zr::u64 kLocalSize = 30;
 
-/// A little-endian number of the width of T.
-template <class T>
-T get(const zr::u8* at)
-{
-    T value = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i)
-        value = static_cast<T>(value | static_cast<T>(static_cast<T>(at[i]) << (8 * i)));
-    return value;
-}
-
 bool hasSignature(const zr::u8* record, zr::u32 signature)
 {
-    return get<zr::u32>(record) == signature;
+    return readLittleEndian<zr::u32>(record) == signature;
 }
 
 /// Where the central directory is.
@@ -55,7 +47,7 @@ const char* findDirectory64(const ByteSource& archive, Directory& directory)
     if (size < kRecordFromEnd || !archive.readFully(size - kRecordFromEnd, record, kEnd64Size) ||
         !hasSignature(record, 0x06064b50))
         return "Invalid EndOfCentralDirectoryRecord64.";
-    directory = {get<zr::u64>(record + 48), get<zr::u64>(record + 32), true};
+    directory = {readLittleEndian<zr::u64>(record + 48), readLittleEndian<zr::u64>(record + 32), true};
     return nullptr;
 }
 
@@ -67,11 +59,11 @@ const char* findDirectory(const ByteSource& archive, Directory& directory)
     const zr::u64 size = archive.size();
     if (size < kEndSize || !archive.readFully(size - kEndSize, record, kEndSize) || !hasSignature(record, 0x06054b50))
         return kInvalid;
-    const auto directorySize = get<zr::u32>(record + 12);
-    const auto offset = get<zr::u32>(record + 16);
+    const auto directorySize = readLittleEndian<zr::u32>(record + 12);
+    const auto offset = readLittleEndian<zr::u32>(record + 16);
     if (directorySize == 0) return kInvalid;
-    const zr::u32 counts[] = {get<zr::u16>(record + 4), get<zr::u16>(record + 6), get<zr::u16>(record + 8),
-                              get<zr::u16>(record + 10)};
+    const zr::u32 counts[] = {readLittleEndian<zr::u16>(record + 4), readLittleEndian<zr::u16>(record + 6),
+                              readLittleEndian<zr::u16>(record + 8), readLittleEndian<zr::u16>(record + 10)};
     if (std::ranges::count(counts, kMaxU16) != 0 || directorySize == kMaxU32 || offset == kMaxU32)
         return findDirectory64(archive, directory);
     directory = {offset, counts[3], false};
@@ -143,8 +135,8 @@ bool readField64(const zr::u8* area, zr::u64 size, zr::u32 startDisk, ZipMember&
         wanted += *field == kMaxU32 ? 8 : 0;
     for (zr::u64 at = 0; size - at >= 4;)
     {
-        const auto id = get<zr::u16>(area + at);
-        const auto length = get<zr::u16>(area + at + 2);
+        const auto id = readLittleEndian<zr::u16>(area + at);
+        const auto length = readLittleEndian<zr::u16>(area + at + 2);
         at += 4;
         if (length > size - at) return false;
         if (id == 1 && length == wanted)
@@ -152,7 +144,7 @@ bool readField64(const zr::u8* area, zr::u64 size, zr::u32 startDisk, ZipMember&
             for (zr::u64* field : fields)
             {
                 if (*field != kMaxU32) continue;
-                *field = get<zr::u64>(area + at);
+                *field = readLittleEndian<zr::u64>(area + at);
                 at += 8;
             }
             return true;
@@ -168,16 +160,16 @@ const char* readMember(Window& window, bool isZip64, ZipMemberCallback callback,
     const zr::u8* const header = window.take(kCentralSize);
     if (!header || !hasSignature(header, 0x02014b50)) return kInvalid;
     ZipMember member;
-    member.time = fromDosTime(get<zr::u16>(header + 14), get<zr::u16>(header + 12));
-    member.crc32 = get<zr::u32>(header + 16);
-    member.compressedSize = get<zr::u32>(header + 20);
-    member.uncompressedSize = get<zr::u32>(header + 24);
-    member.localHeaderOffset = get<zr::u32>(header + 42);
-    const zr::u64 nameLength = get<zr::u16>(header + 28);
-    const zr::u64 extraLength = get<zr::u16>(header + 30);
-    const zr::u64 commentLength = get<zr::u16>(header + 32);
-    const auto startDisk = get<zr::u16>(header + 34);
-    const bool hasDirectoryBit = (get<zr::u32>(header + 38) & 0x10) != 0;
+    member.time = fromDosTime(readLittleEndian<zr::u16>(header + 14), readLittleEndian<zr::u16>(header + 12));
+    member.crc32 = readLittleEndian<zr::u32>(header + 16);
+    member.compressedSize = readLittleEndian<zr::u32>(header + 20);
+    member.uncompressedSize = readLittleEndian<zr::u32>(header + 24);
+    member.localHeaderOffset = readLittleEndian<zr::u32>(header + 42);
+    const zr::u64 nameLength = readLittleEndian<zr::u16>(header + 28);
+    const zr::u64 extraLength = readLittleEndian<zr::u16>(header + 30);
+    const zr::u64 commentLength = readLittleEndian<zr::u16>(header + 32);
+    const auto startDisk = readLittleEndian<zr::u16>(header + 34);
+    const bool hasDirectoryBit = (readLittleEndian<zr::u32>(header + 38) & 0x10) != 0;
     const zr::u64 behindName = isZip64 ? extraLength : 0; // the name and the fields are looked at together
     const zr::u8* const name = window.take(nameLength + behindName);
     if (!name) return kInvalid;
@@ -237,9 +229,9 @@ bool findZipContent(const ByteSource& archive, zr::u64 localHeaderOffset, ZipCon
 {
     zr::u8 header[kLocalSize];
     if (!archive.readFully(localHeaderOffset, header, kLocalSize) || !hasSignature(header, 0x04034b50)) return false;
-    content.method = get<zr::u16>(header + 8);
-    content.offset =
-        localHeaderOffset + kLocalSize + zr::u64{get<zr::u16>(header + 26)} + zr::u64{get<zr::u16>(header + 28)};
+    content.method = readLittleEndian<zr::u16>(header + 8);
+    content.offset = localHeaderOffset + kLocalSize + zr::u64{readLittleEndian<zr::u16>(header + 26)} +
+                     zr::u64{readLittleEndian<zr::u16>(header + 28)};
     return true;
 }
 
