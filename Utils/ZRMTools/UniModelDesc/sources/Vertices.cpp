@@ -35,18 +35,27 @@ const Attribute& Vertices::getAttribute(i32 semantic) const
 
 Attribute* Vertices::findAttribute(i32 semantic)
 {
-    const auto found = attributes.find(semantic);
+    const auto found = unpacked().find(semantic);
     return found == attributes.end() ? nullptr : &found->second;
 }
 
 const Attribute* Vertices::findAttribute(i32 semantic) const
 {
-    const auto found = attributes.find(semantic);
+    const auto found = unpacked().find(semantic);
     return found == attributes.end() ? nullptr : &found->second;
+}
+
+Vertices Vertices::withoutData() const
+{
+    Vertices result;
+    for (const auto& [semantic, attribute] : attributes)
+        result.attributes[semantic].stride = attribute.stride;
+    return result;
 }
 
 u32 Vertices::getVertexCount() const
 {
+    if (packed) return static_cast<u32>(packed.getCount());
     return attributes.empty() ? 0 : static_cast<u32>(attributes.begin()->second.count());
 }
 
@@ -56,6 +65,12 @@ u32 Vertices::getStride() const
     for (const auto& [semantic, attribute] : attributes)
         sum += attribute.stride;
     return sum;
+}
+
+u32 Vertices::strideOf(i32 semantic) const
+{
+    const auto found = attributes.find(semantic);
+    return found == attributes.end() ? 0 : found->second.stride;
 }
 
 bool Vertices::isValid() const
@@ -70,6 +85,7 @@ bool Vertices::isValid() const
 
 bool Vertices::isConsistent() const
 {
+    if (packed) return true;
     const u32 count = getVertexCount();
     return isValid() && std::all_of(attributes.begin(), attributes.end(), [count](const auto& entry)
                                     { return entry.second.stride == 0 || entry.second.count() == count; });
@@ -90,15 +106,13 @@ void Vertices::getFormat(VertexFormat& format) const
 bool Vertices::matchesFormat(const VertexFormat& format) const
 {
     for (std::size_t semantic = 0; semantic < kNumSemantics; ++semantic)
-    {
-        const Attribute* attribute = findAttribute(static_cast<i32>(semantic));
-        if ((attribute ? attribute->stride : 0) != format[semantic]) return false;
-    }
+        if (strideOf(static_cast<i32>(semantic)) != format[semantic]) return false;
     return true;
 }
 
 void Vertices::setFormat(const VertexFormat& format)
 {
+    packed = {};
     attributes.clear();
     for (std::size_t semantic = 0; semantic < kNumSemantics; ++semantic)
         if (format[semantic] != 0) attributes[static_cast<i32>(semantic)].stride = format[semantic];
@@ -120,18 +134,20 @@ void Vertices::write(io::IBinaryFileW& file) const
             file.writeF32(value);
 }
 
+bool Vertices::hasAttributesOf(const Vertices& other) const
+{
+    return std::equal(attributes.begin(), attributes.end(), other.attributes.begin(), other.attributes.end(),
+                      [](const auto& a, const auto& b)
+                      { return a.first == b.first && a.second.stride == b.second.stride; });
+}
+
 bool Vertices::append(const Vertices& other)
 {
-    if (attributes.size() != other.attributes.size()) return false;
-    for (const auto& [semantic, attribute] : attributes)
-    {
-        const Attribute* source = other.findAttribute(semantic);
-        if (!source || source->stride != attribute.stride) return false;
-    }
-    for (auto& [semantic, attribute] : attributes)
+    if (!hasAttributesOf(other)) return false;
+    for (auto& [semantic, attribute] : unpacked())
     {
         zr::vector<f32>& data = attribute.data;
-        const zr::vector<f32>& added = other.findAttribute(semantic)->data;
+        const zr::vector<f32>& added = other.unpacked().find(semantic)->second.data;
         const std::size_t size = added.size(); // `other` may be this object
         data.resize(data.size() + size);
         std::copy_n(added.begin(), size, data.end() - static_cast<std::ptrdiff_t>(size));

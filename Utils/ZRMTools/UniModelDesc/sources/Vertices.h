@@ -4,6 +4,7 @@
 
 #include "base/types.h"
 #include "materials/VertexFormat.h"
+#include "mesh/PackedVertices.h"
 #include "mesh/Semantics.h"
 #include <zr/containers.h>
 
@@ -40,6 +41,10 @@ u32 entryIndexOf(f32 value);
 
 /// The vertices of a mesh: one array of floats for each semantic, in ascending order of the semantics.
 ///
+/// Behind merging, a mesh is welded, compared and written as packed vertices. So it is held in either of two forms: as
+/// attributes or, from `pack` on, packed, with empty attributes that know their strides. Whoever asks for an attribute
+/// turns a packed mesh back; all other operations take both forms. An object is for one thread at a time, to read too.
+///
 /// All attributes are to hold the same number of vertices. Scripts can break that, so every operation that would read
 /// beyond an attribute's end checks it (`checkConsistent`) or leaves the missing vertices out, as told at each.
 ///
@@ -51,7 +56,7 @@ public:
     using Attributes = std::map<i32, Attribute, std::less<i32>, zr::allocator<std::pair<const i32, Attribute>>>;
 
     /// The attribute, created empty with `stride` 0 when it isn't there. References stay valid until it is erased.
-    Attribute& operator[](i32 semantic) { return attributes[semantic]; }
+    Attribute& operator[](i32 semantic) { return unpacked()[semantic]; }
     /// @throws zr::ExtException "Vertices don't have {} attribute."
     Attribute& getAttribute(i32 semantic);
     const Attribute& getAttribute(i32 semantic) const;
@@ -59,18 +64,31 @@ public:
     Attribute* findAttribute(i32 semantic);
     const Attribute* findAttribute(i32 semantic) const;
     /// Returns whether there was one.
-    bool erase(i32 semantic) { return attributes.erase(semantic) != 0; }
+    bool erase(i32 semantic) { return unpacked().erase(semantic) != 0; }
 
-    Attributes& getAttributes() { return attributes; }
-    const Attributes& getAttributes() const { return attributes; }
+    Attributes& getAttributes() { return unpacked(); }
+    const Attributes& getAttributes() const { return unpacked(); }
     /// Whether there is no attribute at all.
     bool empty() const { return attributes.empty(); }
-    void clear() { attributes.clear(); }
+    /// The same attributes and strides, and no vertex.
+    Vertices withoutData() const;
+
+    /// The packed form, from now on. Null when there is no vertex, or no float in one.
+    /// @throws as `checkConsistent`
+    PackedVertices* pack();
+    /// Null for a mesh that is not packed.
+    const PackedVertices* getPacked() const { return packed ? &packed : nullptr; }
+    /// Takes vertices of this mesh's strides in the place of its own.
+    void setPacked(PackedVertices newVertices);
+    /// Floats of a packed vertex in front of this attribute.
+    std::size_t offsetOf(i32 semantic) const;
 
     /// Whole vertices of the attribute with the lowest semantic; 0 without attributes or for a `stride` of 0.
     u32 getVertexCount() const;
     /// Floats of one packed vertex: the sum of all strides.
     u32 getStride() const;
+    /// Of one attribute; 0 when it isn't there.
+    u32 strideOf(i32 semantic) const;
 
     /// Whether each attribute's size is a multiple of its `stride` (with a `stride` of 0: empty).
     bool isValid() const;
@@ -87,14 +105,14 @@ public:
     /// Replaces all attributes by empty ones of these strides.
     void setFormat(const VertexFormat& format);
 
-    /// The packed mesh: for each vertex in turn, the floats of each attribute in ascending semantic.
+    /// For each vertex in turn, the floats of each attribute in ascending semantic.
     /// @throws as `checkConsistent`
     zr::vector<f32> interleave() const;
     /// The same, into room for `getVertexCount() * getStride()` floats, which needs no alignment. Nothing is allocated.
     void interleaveInto(void* out) const;
     /// The reverse, into the attributes that are there; each is sized for `vertexCount`.
-    /// @throws zr::ExtException "Vertex data is invalid." when `packed` is too short, with nothing changed
-    void deinterleave(const zr::vector<f32>& packed, u32 vertexCount);
+    /// @throws zr::ExtException "Vertex data is invalid." when `floats` is too short, with nothing changed
+    void deinterleave(const zr::vector<f32>& floats, u32 vertexCount);
 
     /// The vertex block of a file.
     /// @throws as `checkConsistent`, before anything is written
@@ -111,10 +129,17 @@ public:
     /// `computeBox` of the selectors 0 to `count` - 1, in one pass over the vertices.
     zr::vector<Box> computeBoxes(std::size_t count) const;
 
+    /// Whether `other` has the same attributes, with the same strides.
+    bool hasAttributesOf(const Vertices& other) const;
     /// Appends the vertices of `other`, which must have the same attributes; false, with nothing changed, otherwise.
     bool append(const Vertices& other);
 
 private:
-    Attributes attributes;
+    Attributes& unpacked() const;
+    void deinterleaveFrom(const f32* floats, std::size_t count) const;
+
+    /// Logically these are one value in two forms, and reading may change the form.
+    mutable Attributes attributes;
+    mutable PackedVertices packed;
 };
 } // namespace model

@@ -17,6 +17,14 @@ struct Positions
 {
     explicit Positions(const Vertices& vertices)
     {
+        if (const PackedVertices* packed = vertices.getPacked())
+        {
+            if (vertices.strideOf(kPosition0) < 3) return;
+            data = packed->data() + vertices.offsetOf(kPosition0);
+            stride = packed->getStride();
+            count = packed->getCount();
+            return;
+        }
         const Attribute* attribute = vertices.findAttribute(kPosition0);
         if (!attribute || attribute->stride < 3) return;
         data = attribute->data.data();
@@ -35,10 +43,11 @@ struct Positions
     std::size_t count = 0;
 };
 
-/// Equal infinities agree, though their difference is NaN.
+/// Equal infinities agree, though their difference is NaN. Without a branch, as all that follows: which axes of a
+/// triangle are flat can't be foreseen.
 bool isWithin(f32 a, f32 b, f32 epsilon)
 {
-    return a == b || std::abs(a - b) <= epsilon;
+    return (a == b) | (std::abs(a - b) <= epsilon);
 }
 
 bool hasEqualIndices(u32 a, u32 b, u32 c)
@@ -51,7 +60,7 @@ bool isFlat(const f32* a, const f32* b, const f32* c, f32 epsilon)
 {
     int flatAxes = 0;
     for (int axis = 0; axis < 3; ++axis)
-        flatAxes += isWithin(a[axis], b[axis], epsilon) && isWithin(a[axis], c[axis], epsilon);
+        flatAxes += isWithin(a[axis], b[axis], epsilon) & isWithin(a[axis], c[axis], epsilon);
     return flatAxes >= 2;
 }
 
@@ -126,32 +135,59 @@ u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 ep
     zr::vector<u32>& list = indices.indices;
     const std::size_t whole = list.size() / 3 * 3;
     const Positions positions(vertices);
-    if (positions.stride)
-        for (std::size_t i = 0; i < whole; i += 3)
-            if (!hasEqualIndices(list[i], list[i + 1], list[i + 2]))
-                for (std::size_t corner = i; corner < i + 3; ++corner)
-                    positions.check(list[corner]);
-
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < whole; i += 3)
+    const auto isDegenerate = [&](const u32* corners)
     {
-        const u32 a = list[i];
-        const u32 b = list[i + 1];
-        const u32 c = list[i + 2];
-        if (hasEqualIndices(a, b, c)) continue;
-        if (positions.stride && isFlat(positions[a], positions[b], positions[c], epsilon)) continue;
-        list[kept++] = a;
-        list[kept++] = b;
-        list[kept++] = c;
+        if (hasEqualIndices(corners[0], corners[1], corners[2])) return true;
+        if (!positions.stride) return false;
+        for (int corner = 0; corner < 3; ++corner)
+            positions.check(corners[corner]);
+        return isFlat(positions[corners[0]], positions[corners[1]], positions[corners[2]], epsilon);
+    };
+
+    std::size_t first = 0; // most meshes have none
+    while (first < whole && !isDegenerate(&list[first]))
+        first += 3;
+    // All indices are checked before anything moves.
+    for (std::size_t i = first; i < whole; i += 3)
+        isDegenerate(&list[i]);
+    std::size_t kept = first;
+    for (std::size_t i = first; i < whole; i += 3)
+    {
+        if (isDegenerate(&list[i])) continue;
+        std::copy_n(&list[i], 3, &list[kept]);
+        kept += 3;
     }
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(kept), list.begin() + static_cast<std::ptrdiff_t>(whole));
     return static_cast<u32>((whole - kept) / 3);
+}
+
+bool hasBadTriangle(const Vertices& vertices, const Indices& indices)
+{
+    const Positions positions(vertices);
+    if (indices.primitiveType != kTriangles || !positions.stride) return false;
+    const zr::vector<u32>& list = indices.indices;
+    for (std::size_t i = 0; i + 3 <= list.size(); i += 3)
+        if (!hasEqualIndices(list[i], list[i + 1], list[i + 2]) &&
+            *std::max_element(&list[i], &list[i] + 3) >= positions.count)
+            return true;
+    return false;
 }
 
 void checkIndices(const Indices& indices, std::size_t vertexCount)
 {
     for (const u32 index : indices.indices)
         if (index >= vertexCount) zr::raiseBadIndex();
+}
+
+zr::vector<u8> markUsed(const Indices& indices, std::size_t vertexCount)
+{
+    zr::vector<u8> isUsed(vertexCount); // bytes: bits would make each mark wait for the one before
+    for (const u32 index : indices.indices)
+    {
+        if (index >= vertexCount) return {};
+        isUsed[index] = 1;
+    }
+    return isUsed;
 }
 
 void renumberVertices(Vertices& vertices, u32 from, u32 to)

@@ -21,10 +21,16 @@ bool isDegenerateTriangle(u32 a, u32 b, u32 c, const Vertices& vertices, f32 eps
 /// @throws as `isDegenerateTriangle`, with nothing changed
 u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 epsilon = kDegenerateEpsilon);
 
+/// Whether `removeDegenerateTriangles` raises.
+bool hasBadTriangle(const Vertices& vertices, const Indices& indices);
+
 /// For operations that move index lists behind other vertices, where an index beyond its own mesh would come to mean a
 /// vertex of another.
 /// @throws std::out_of_range "Expected idx < size()" for an index at or beyond `vertexCount`
 void checkIndices(const Indices& indices, std::size_t vertexCount);
+
+/// For each of at least one vertex, 1 when an index refers to it, else 0. Empty for an index beyond the vertices.
+zr::vector<u8> markUsed(const Indices& indices, std::size_t vertexCount);
 
 /// In a POSITION0 of four floats, the fourth float of every vertex that belongs to the entry `from` becomes `to`.
 /// A missing POSITION0 is created empty; one of another width stays as it is.

@@ -81,17 +81,14 @@ void moveLanes(const zr::small_vector<Lane<Float>, kNumSemantics>& lanes, Byte* 
 }
 } // namespace
 
-zr::vector<f32> Vertices::interleave() const
-{
-    checkConsistent(); // before the memory that the counts ask for
-    zr::vector<f32> packed(std::size_t{getVertexCount()} * getStride());
-    interleaveInto(packed.data());
-    return packed;
-}
-
 void Vertices::interleaveInto(void* out) const
 {
     checkConsistent();
+    if (packed)
+    {
+        std::memcpy(out, packed.data(), packed.size());
+        return;
+    }
     zr::small_vector<Lane<const f32>, kNumSemantics> lanes;
     std::size_t floats = 0;
     for (const auto& [semantic, attribute] : attributes)
@@ -103,22 +100,71 @@ void Vertices::interleaveInto(void* out) const
     moveLanes(lanes, static_cast<u8*>(out), floats * sizeof(f32), getVertexCount());
 }
 
-void Vertices::deinterleave(const zr::vector<f32>& packed, u32 vertexCount)
+zr::vector<f32> Vertices::interleave() const
 {
-    std::size_t floats = 0;
-    for (const auto& [semantic, attribute] : attributes)
-        floats += attribute.stride;
-    if (floats && packed.size() / floats < vertexCount) ZR_RAISE("Vertex data is invalid.");
+    checkConsistent(); // before the memory that the counts ask for
+    zr::vector<f32> floats(std::size_t{getVertexCount()} * getStride());
+    interleaveInto(floats.data());
+    return floats;
+}
 
+void Vertices::deinterleave(const zr::vector<f32>& floats, u32 vertexCount)
+{
+    const std::size_t stride = getStride();
+    if (stride && floats.size() / stride < vertexCount) ZR_RAISE("Vertex data is invalid.");
+    packed = {};
+    deinterleaveFrom(floats.data(), vertexCount);
+}
+
+void Vertices::deinterleaveFrom(const f32* floats, std::size_t count) const
+{
     zr::small_vector<Lane<f32>, kNumSemantics> lanes;
-    std::size_t offset = 0;
+    std::size_t stride = 0;
     for (auto& [semantic, attribute] : attributes)
     {
-        attribute.data.resize(std::size_t{vertexCount} * attribute.stride);
+        attribute.data.resize(count * attribute.stride);
         if (attribute.stride == 0) continue;
-        lanes.push_back({attribute.data.data(), attribute.stride, offset});
-        offset += attribute.stride;
+        lanes.push_back({attribute.data.data(), attribute.stride, stride});
+        stride += attribute.stride;
     }
-    moveLanes(lanes, reinterpret_cast<const u8*>(packed.data()), floats * sizeof(f32), vertexCount);
+    moveLanes(lanes, reinterpret_cast<const u8*>(floats), stride * sizeof(f32), count);
+}
+
+PackedVertices* Vertices::pack()
+{
+    if (packed) return &packed;
+    checkConsistent();
+    const std::size_t count = getVertexCount();
+    const std::size_t stride = getStride();
+    if (count == 0 || stride == 0) return nullptr;
+    PackedVertices all(count, stride);
+    interleaveInto(all.data());
+    setPacked(std::move(all));
+    return &packed;
+}
+
+void Vertices::setPacked(PackedVertices newVertices)
+{
+    for (auto& [semantic, attribute] : attributes)
+        attribute.data = zr::vector<f32>(); // "{}" would keep the memory
+    packed = std::move(newVertices);
+}
+
+Vertices::Attributes& Vertices::unpacked() const
+{
+    if (packed)
+    {
+        deinterleaveFrom(packed.data(), packed.getCount());
+        packed = {};
+    }
+    return attributes;
+}
+
+std::size_t Vertices::offsetOf(i32 semantic) const
+{
+    std::size_t floats = 0;
+    for (const auto& [earlier, attribute] : attributes)
+        if (earlier < semantic) floats += attribute.stride;
+    return floats;
 }
 } // namespace model

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <compare>
 
@@ -185,30 +186,66 @@ void Vertices::applyMatrices(const zr::vector<SelectorMatrix>& list)
     }
 }
 
+namespace
+{
+/// The positions of a mesh in either form: none unless POSITION0 has three or four floats.
+struct PositionView
+{
+    explicit PositionView(const Vertices& vertices) : width(vertices.strideOf(kPosition0))
+    {
+        if (width != 3 && width != 4) return;
+        if (const PackedVertices* packed = vertices.getPacked())
+        {
+            data = packed->data() + vertices.offsetOf(kPosition0);
+            step = packed->getStride();
+            count = packed->getCount();
+            return;
+        }
+        const Attribute& positions = vertices.getAttribute(kPosition0);
+        data = positions.data.data();
+        step = width;
+        count = positions.count();
+    }
+
+    std::size_t width;
+    const f32* data = nullptr;
+    /// Floats from one position to the next.
+    std::size_t step = 0;
+    std::size_t count = 0;
+};
+} // namespace
+
 Box Vertices::computeBox(u32 selector) const
 {
     Box box;
-    const Attribute* positions = findAttribute(kPosition0);
-    if (!positions || (positions->stride != 3 && positions->stride != 4)) return box;
-    const f32* p = positions->data.data();
-    const std::size_t count = positions->count();
-    const bool selectsAll = positions->stride == 3;
-    for (std::size_t i = 0; i < count; ++i, p += positions->stride)
-        if (selectsAll || (selector != kNoEntry && entryIndexOf(p[3]) == selector)) box.extend(p[0], p[1], p[2]);
+    const PositionView positions(*this);
+    const f32* p = positions.data;
+    for (std::size_t i = 0; i < positions.count; ++i, p += positions.step)
+        if (positions.width == 3 || (selector != kNoEntry && entryIndexOf(p[3]) == selector))
+            box.extend(p[0], p[1], p[2]);
     return box;
 }
 
 zr::vector<Box> Vertices::computeBoxes(std::size_t count) const
 {
     if (count == 0) return {};
-    const Attribute* positions = findAttribute(kPosition0);
-    if (!positions || positions->stride != 4) return zr::vector<Box>(count, computeBox(0));
+    const PositionView positions(*this);
+    if (positions.width != 4) return zr::vector<Box>(count, computeBox(0));
     zr::vector<Box> boxes(count);
-    const f32* p = positions->data.data();
-    for (std::size_t i = positions->count(); i-- > 0; p += 4)
+    Box other; // of vertices that belong to no entry
+    Box* box = &other;
+    u32 bits = std::bit_cast<u32>(-1.0f); // of an entry that isn't there
+    const f32* p = positions.data;
+    for (std::size_t i = 0; i < positions.count; ++i, p += positions.step)
     {
-        const u32 entry = entryIndexOf(p[3]);
-        if (entry < count && entry != kNoEntry) boxes[entry].extend(p[0], p[1], p[2]);
+        // Neighbours mostly belong to one entry.
+        if (const u32 own = std::bit_cast<u32>(p[3]); own != bits)
+        {
+            const u32 entry = entryIndexOf(p[3]);
+            box = entry < count && entry != kNoEntry ? &boxes[entry] : &other;
+            bits = own;
+        }
+        box->extend(p[0], p[1], p[2]);
     }
     return boxes;
 }

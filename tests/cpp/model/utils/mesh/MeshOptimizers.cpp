@@ -8,7 +8,7 @@
 #include "base/ObjectRegistry.h"
 #include "nodes/ShellSkinNode.h"
 #include "utils/Optimizers.h"
-#include "utils/mesh/MeshOptimizers.h"
+#include "utils/mesh/MeshTasks.h"
 
 using namespace test;
 

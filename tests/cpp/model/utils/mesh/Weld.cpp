@@ -32,21 +32,23 @@ bool isNear(const f32* a, const f32* b, std::size_t dimension, f32 tolerance)
     return true;
 }
 
-zr::vector<u32> weldTargets(const zr::vector<f32>& points, std::size_t dimension, f32 tolerance)
+/// The new numbers of all, and the points that are kept, closed up.
+zr::vector<u32> weldedNumbers(zr::vector<f32>& points, std::size_t dimension, f32 tolerance,
+                              const zr::vector<u8>& isUsed)
 {
-    const std::size_t count = points.size() / dimension;
-    zr::vector<u32> targets(count);
-    zr::vector<bool> isMerged(count);
-    for (u32 v = 0; v < count; ++v)
-        targets[v] = v;
-    for (u32 v = 0; v < count; ++v)
-        for (u32 w = v + 1; w < count && !isMerged[v]; ++w)
-            if (isNear(&points[v * dimension], &points[w * dimension], dimension, tolerance))
-            {
-                isMerged[w] = true;
-                targets[w] = v;
-            }
-    return targets;
+    zr::vector<u32> numbers(isUsed.size(), kDropped);
+    zr::vector<f32> kept;
+    for (u32 v = 0; v < isUsed.size(); ++v)
+    {
+        const f32* point = &points[v * dimension];
+        const u32 count = static_cast<u32>(kept.size() / dimension);
+        if (isUsed[v]) numbers[v] = count;
+        for (u32 k = 0; k < count && isUsed[v]; ++k)
+            if (isNear(&kept[k * dimension], point, dimension, tolerance)) numbers[v] = k;
+        if (numbers[v] == count) kept.insert(kept.end(), point, point + dimension);
+    }
+    points = kept;
+    return numbers;
 }
 
 /// Values that lie around the tolerance and around the cells of a grid, at sizes where it counts and where it doesn't.
@@ -86,17 +88,24 @@ zr::vector<f32> uglyPoints(Random& random, std::size_t dimension)
     return points;
 }
 
-TEST(FindWeldTargets, FindsThePairsOfTheFullComparison)
+TEST(Weld, KeepsWhatTheFullComparisonKeeps)
 {
     for (std::uint64_t seed = 1; seed <= 6000; ++seed)
     {
         Random random(seed);
         const std::size_t dimension = 1 + random.below(12);
-        const zr::vector<f32> points = uglyPoints(random, dimension);
+        zr::vector<f32> points = uglyPoints(random, dimension);
         const f32 tolerance = random.chance(90) ? kTolerance : random.pick({0.0f, 0.5f, 1e-30f});
-        ASSERT_EQ(weldTargets(points, dimension, tolerance),
-                  findWeldTargets({points.data(), points.size() / dimension, dimension}, tolerance))
+        zr::vector<u8> isUsed(points.size() / dimension, 1);
+        for (unsigned i = random.pick({0u, 3u}); i-- > 0;)
+            isUsed[random.below(isUsed.size())] = 0;
+        PackedVertices packed(isUsed.size(), dimension);
+        std::memcpy(packed.data(), points.data(), packed.size());
+        const zr::vector<u32> numbers = weld(packed, isUsed, tolerance);
+        ASSERT_EQ(weldedNumbers(points, dimension, tolerance, isUsed), numbers)
             << "seed " << seed << " dimension " << dimension;
+        ASSERT_EQ(points.size() * sizeof(f32), packed.size());
+        ASSERT_EQ(std::memcmp(points.data(), packed.data(), packed.size()), 0) << "seed " << seed;
     }
 }
 

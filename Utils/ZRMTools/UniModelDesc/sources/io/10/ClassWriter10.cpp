@@ -22,8 +22,7 @@ std::size_t geometrySize(const RootNode& root)
     for (const ObjectPtr<BaseNode>& node : root.renderNodes)
         if (const auto* mesh = dynamic_cast<const BaseMeshRenderNode*>(node.get()))
         {
-            for (const auto& [semantic, attribute] : mesh->vertices.getAttributes())
-                size += attribute.data.size() * sizeof(f32);
+            size += std::size_t{mesh->vertices.getVertexCount()} * mesh->vertices.getStride() * sizeof(f32);
             size += mesh->indices.indices.size() * sizeof(u32);
         }
     return size;

@@ -23,6 +23,9 @@ public:
             more.insert(places[node]);
     }
 
+    /// Whether an entry comes twice.
+    bool hasRepeats() const { return !repeated.empty(); }
+
     /// Removes the first entry of a node.
     void remove(const BaseNode* node)
     {

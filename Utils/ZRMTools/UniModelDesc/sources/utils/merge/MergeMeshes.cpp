@@ -11,74 +11,100 @@ namespace model
 {
 namespace
 {
-/// The mesh that the members of a group become.
+/// In the merged mesh an index beyond the vertices of its member would mean a vertex of another.
+void checkMember(const RenderNode& member, const RenderNode& first)
+{
+    zr::at(member.parents, 0);
+    member.vertices.checkConsistent();
+    checkIndices(member.indices, member.vertices.getVertexCount());
+    if (!first.vertices.hasAttributesOf(member.vertices)) ZR_RAISE("Vertex data is invalid.");
+}
+
+/// The mesh that the members of a group become, packed from the start. The group has been checked.
 class MergedMesh
 {
 public:
-    /// Starts with the first member as it is, and room for all.
     template <class T>
-    explicit MergedMesh(const Group<T>& group) : vertices(group.front()->vertices),
-                                                 indices(group.front()->indices)
+    MergedMesh(const Group<T>& group, MemberMeshes memberMeshes) : vertices(group.front()->vertices.withoutData()),
+                                                                   meshes(memberMeshes)
     {
-        check(*group.front());
-        addEntry(*group.front());
-        reserveFor(group);
+        std::size_t numVertices = 0;
+        std::size_t numIndices = 0;
+        for (const ObjectPtr<T>& member : group)
+        {
+            numVertices += member->vertices.getVertexCount();
+            numIndices += member->indices.indices.size();
+        }
+        packed = PackedVertices(numVertices, vertices.getStride());
+        indices.primitiveType = group.front()->indices.primitiveType;
+        indices.indices.resize(numIndices);
     }
 
-    /// Appends a further member. Its vertices are still numbered as in a node of one part, and get the number of its
-    /// parent entry, which is returned.
-    u32 add(const RenderNode& member)
+    /// Appends a member. Vertices of a further one are still numbered as in a node of one part, and get the number of
+    /// its parent entry, which is returned.
+    u32 add(RenderNode& member)
     {
+        const bool isFirst = entries.empty();
         const u32 entry = addEntry(member);
-        const u32 first = vertices.getVertexCount();
-        check(member);
-        if (!vertices.append(member.vertices)) ZR_RAISE("Vertex data is invalid.");
-        if (vertices.findAttribute(kPosition0)) renumberVertices(vertices, 0, entry, first);
+        firstVertex = endVertex;
+        endVertex += member.vertices.getVertexCount();
+        member.vertices.interleaveInto(packed[firstVertex]);
+        if (!isFirst) setEntry(entry);
         for (const u32 index : member.indices.indices)
-            indices.indices.push_back(index + first);
+            indices.indices[endIndex++] = index + firstVertex;
+        if (meshes == MemberMeshes::kTaken)
+        {
+            member.vertices = {};
+            member.indices.indices = zr::vector<u32>();
+        }
         return entry;
     }
 
-    /// Gives the node everything and leaves this empty.
-    void moveTo(RenderNode& node) { node.setGeometry(std::move(vertices), std::move(indices), std::move(entries)); }
-
-    Vertices vertices;
-
-private:
-    /// In the merged mesh an index beyond the vertices of its member would mean a vertex of another.
-    static void check(const RenderNode& member)
+    /// Lets the vertices of the last member point to controls that stand `offset` places farther back.
+    void raiseControls(std::size_t offset)
     {
-        member.vertices.checkConsistent();
-        checkIndices(member.indices, member.vertices.getVertexCount());
+        const std::size_t place = vertices.offsetOf(kColor1);
+        const std::size_t width = vertices.strideOf(kColor1);
+        for (u32 vertex = firstVertex; vertex < endVertex; ++vertex)
+            for (std::size_t i = place; i < place + width; ++i)
+                packed[vertex][i] += static_cast<f32>(offset);
     }
 
+    /// Gives the node everything and leaves this empty.
+    void moveTo(RenderNode& node)
+    {
+        vertices.setPacked(std::move(packed));
+        node.setGeometry(std::move(vertices), std::move(indices), std::move(entries));
+    }
+
+private:
     /// The position of the member's pair of node and argument among the entries; it is appended when it is new.
     u32 addEntry(const RenderNode& member)
     {
-        const ParentEntry& entry = zr::at(member.parents, 0);
+        const ParentEntry& entry = member.parents.front();
         const auto [found, isNew] =
             places.try_emplace({entry.parent.get(), entry.argument}, static_cast<u32>(entries.size()));
         if (isNew) entries.push_back(entry);
         return found->second;
     }
 
-    template <class T>
-    void reserveFor(const Group<T>& group)
+    void setEntry(u32 entry)
     {
-        std::size_t indexCount = 0;
-        std::size_t vertexCount = 0;
-        for (const ObjectPtr<T>& member : group)
-        {
-            indexCount += member->indices.indices.size();
-            vertexCount += member->vertices.getVertexCount();
-        }
-        indices.indices.reserve(indexCount);
-        for (auto& [semantic, attribute] : vertices.getAttributes())
-            attribute.data.reserve(vertexCount * attribute.stride);
+        if (vertices.strideOf(kPosition0) != 4) return;
+        const std::size_t place = vertices.offsetOf(kPosition0) + 3;
+        for (u32 vertex = firstVertex; vertex < endVertex; ++vertex)
+            if (f32& number = packed[vertex][place]; entryIndexOf(number) == 0) number = static_cast<f32>(entry);
     }
 
+    Vertices vertices; ///< the attributes
+    PackedVertices packed;
     Indices indices;
     ParentEntries entries;
+    MemberMeshes meshes;
+    /// Of the last member.
+    u32 firstVertex = 0;
+    u32 endVertex = 0;
+    std::size_t endIndex = 0;
     phmap::flat_hash_map<std::pair<const Node*, u32>, u32> places;
 };
 
@@ -90,24 +116,34 @@ std::size_t addControls(const NumberNode& member, zr::vector<NumberControl>& ofE
         ofEntry.insert(ofEntry.end(), part.begin(), part.end());
     return offset;
 }
-
-/// Lets the vertices from `first` on point to controls that stand `offset` places farther back.
-void raiseControls(Vertices& vertices, u32 first, std::size_t offset)
-{
-    Attribute& numbers = vertices.getAttribute(kColor1);
-    for (std::size_t i = std::size_t{first} * numbers.stride; i < numbers.data.size(); ++i)
-        numbers.data[i] += static_cast<f32>(offset);
-}
 } // namespace
 
-ObjectPtr<RenderNode> mergeRenderNodes(const Group<RenderNode>& group)
+void checkMergeable(const Group<RenderNode>& group)
+{
+    if (group.size() < 2) return;
+    for (const ObjectPtr<RenderNode>& member : group)
+        checkMember(*member, *group.front());
+}
+
+void checkMergeable(const Group<NumberNode>& group)
+{
+    if (group.size() < 2) return;
+    for (const ObjectPtr<NumberNode>& member : group)
+    {
+        checkMember(*member, *group.front());
+        if (member != group.front() && member->vertices.strideOf(kColor1) == 0) member->vertices.getAttribute(kColor1);
+    }
+}
+
+ObjectPtr<RenderNode> mergeRenderNodes(const Group<RenderNode>& group, MemberMeshes meshes)
 {
     if (group.empty()) return nullptr;
     if (group.size() == 1) return group.front();
+    if (meshes == MemberMeshes::kStay) checkMergeable(group);
 
-    MergedMesh mesh(group);
-    for (std::size_t i = 1; i < group.size(); ++i)
-        mesh.add(*group[i]);
+    MergedMesh mesh(group, meshes);
+    for (const ObjectPtr<RenderNode>& member : group)
+        mesh.add(*member);
     const auto merged = create<RenderNode>("model::RenderNode");
     merged->setMaterial(group.front()->material);
     mesh.moveTo(*merged);
@@ -115,19 +151,20 @@ ObjectPtr<RenderNode> mergeRenderNodes(const Group<RenderNode>& group)
     return merged;
 }
 
-ObjectPtr<NumberNode> mergeNumberNodes(const Group<NumberNode>& group)
+ObjectPtr<NumberNode> mergeNumberNodes(const Group<NumberNode>& group, MemberMeshes meshes)
 {
     if (group.size() == 1) return group.front();
+    if (meshes == MemberMeshes::kStay) checkMergeable(group);
 
-    MergedMesh mesh(group);
-    zr::vector<zr::vector<NumberControl>> controls(1); // by parent entry
-    addControls(*group.front(), controls.front());
-    for (std::size_t i = 1; i < group.size(); ++i)
+    MergedMesh mesh(group, meshes);
+    zr::vector<zr::vector<NumberControl>> controls; // by parent entry
+    for (const ObjectPtr<NumberNode>& member : group)
     {
-        const u32 first = mesh.vertices.getVertexCount();
-        const u32 entry = mesh.add(*group[i]);
+        const bool isFirst = controls.empty();
+        const u32 entry = mesh.add(*member);
         if (entry == controls.size()) controls.emplace_back();
-        raiseControls(mesh.vertices, first, addControls(*group[i], controls[entry]));
+        const std::size_t offset = addControls(*member, controls[entry]);
+        if (!isFirst) mesh.raiseControls(offset);
     }
     const auto merged = create<NumberNode>("model::NumberNode");
     merged->setMaterial(group.front()->material);

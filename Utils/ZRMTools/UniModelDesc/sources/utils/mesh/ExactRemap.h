@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/types.h"
+#include "mesh/PackedVertices.h"
 #include <zr/containers.h>
 
 namespace model
@@ -8,17 +8,25 @@ namespace model
 /// What no index refers to has no place behind a remap.
 constexpr u32 kUnusedVertex = 0xFFFFFFFFu;
 
-/// Finds vertices whose bytes are equal. Does what `meshopt_generateVertexRemap` does, with the same numbers, for
-/// vertices of any size and any number of indices.
-///
-/// indices     every value below vertexCount
-/// vertices    vertexCount * vertexSize bytes
-/// remap       written, [vertexCount]: the new number of each vertex, in the order of first use, or `kUnusedVertex`
-/// returns     how many vertices remain. Expected linear. Calls on different meshes may run together.
-std::size_t generateExactRemap(zr::vector<u32>& remap, const zr::vector<u32>& indices, const void* vertices,
-                               std::size_t vertexCount, std::size_t vertexSize);
+/// New numbers of vertices, in the order of their first use.
+struct ExactRemap
+{
+    /// By the old number; `kUnusedVertex` for what no index refers to.
+    zr::vector<u32> numbers;
+    std::size_t numVertices = 0;
+};
 
-/// The vertices in their new places. vertexSize in floats.
-zr::vector<f32> remapPacked(const zr::vector<f32>& packed, std::size_t vertexSize, const zr::vector<u32>& remap,
-                            std::size_t newCount);
+/// Gives vertices whose bytes are equal one number, as the library's `meshopt_generateVertexRemap` does, which is
+/// called where it takes the mesh: triangles of vertices of at most 256 bytes.
+///
+/// indices  every value below the number of vertices
+///
+/// Expected linear. Calls on different meshes may run together.
+ExactRemap generateExactRemap(const zr::vector<u32>& indices, const PackedVertices& vertices);
+
+/// The same for vertices that are known to be distinct.
+ExactRemap numberByFirstUse(const zr::vector<u32>& indices, const PackedVertices& vertices);
+
+/// The vertices in their new places.
+PackedVertices remapPacked(const PackedVertices& vertices, const ExactRemap& remap);
 } // namespace model

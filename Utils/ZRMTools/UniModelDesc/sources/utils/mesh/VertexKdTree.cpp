@@ -12,7 +12,7 @@ constexpr f64 kRounding = 1.000001;
 constexpr f64 kInfinity = std::numeric_limits<f64>::infinity();
 } // namespace
 
-VertexKdTree::VertexKdTree(const PackedPoints& packed, zr::vector<u32>& links, f32 weldTolerance)
+VertexKdTree::VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance)
     : points(packed),
       next(links),
       tolerance(weldTolerance),
@@ -48,7 +48,7 @@ void VertexKdTree::insert(u32 tree, u32 vertex)
     if (nodes[node].size > nodes[node].limit) splitLeaf(node, path);
 }
 
-u32 VertexKdTree::findHighest(u32 tree, u32 vertex) const
+u32 VertexKdTree::findHighest(u32 tree, const f32* point) const
 {
     u32 best = kNoVertex;
     pending.assign(1, tree);
@@ -60,11 +60,11 @@ u32 VertexKdTree::findHighest(u32 tree, u32 vertex) const
         {
             for (u32 i = node.head; i != kNoVertex; i = next[i])
                 if ((best == kNoVertex || i > best) &&
-                    isSamePoint(points[i], points[vertex], points.dimension, tolerance))
+                    isSamePoint(points[i], point, points.dimension, tolerance))
                     best = i;
             continue;
         }
-        const f64 x = coordinate(vertex, node.axis);
+        const f64 x = static_cast<f64>(point[node.axis]);
         if (!(x - reach >= node.split)) pending.push_back(node.children[kBelow]);
         if (!(x + reach < node.split)) pending.push_back(node.children[kFrom]);
         pending.push_back(node.children[kNaN]);

@@ -27,13 +27,12 @@ constexpr std::size_t kBitsFloat = 3;
 /// and the difference of two equal infinities, which is one, agree.
 inline bool isSamePoint(const f32* a, const f32* b, std::size_t dimension, f32 tolerance)
 {
-    for (std::size_t i = 0; i < dimension; ++i)
-        if (i == kBitsFloat)
-        {
-            if (std::memcmp(a + i, b + i, sizeof(f32)) != 0) return false;
-        }
-        else if (std::abs(a[i] - b[i]) > tolerance)
-            return false;
+    // Most that differ do so here, and most that agree are the same bytes.
+    if (std::abs(a[0] - b[0]) > tolerance) return false;
+    if (std::memcmp(a, b, dimension * sizeof(f32)) == 0) return true;
+    if (dimension > kBitsFloat && std::memcmp(a + kBitsFloat, b + kBitsFloat, sizeof(f32)) != 0) return false;
+    for (std::size_t i = 1; i < dimension; ++i)
+        if (i != kBitsFloat && std::abs(a[i] - b[i]) > tolerance) return false;
     return true;
 }
 
@@ -45,15 +44,15 @@ inline bool isSamePoint(const f32* a, const f32* b, std::size_t dimension, f32 t
 class VertexKdTree
 {
 public:
-    /// packed  looked at as long as the tree lives
+    /// packed  looked at as long as the tree lives; what was inserted stays as it is
     /// links   one for each vertex, shared with the owner: a vertex is in one chain at a time
-    VertexKdTree(const PackedPoints& packed, zr::vector<u32>& links, f32 weldTolerance);
+    VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance);
 
     /// A new tree; the result names it. It takes over the chain that starts at `head`.
     u32 create(u32 head);
     void insert(u32 tree, u32 vertex);
-    /// The highest vertex of the tree that agrees with `vertex`, `kNoVertex` when there is none.
-    u32 findHighest(u32 tree, u32 vertex) const;
+    /// The highest vertex of the tree that agrees with a point, `kNoVertex` when there is none.
+    u32 findHighest(u32 tree, const f32* point) const;
 
 private:
     static constexpr u32 kLeaf = 0xFFFFFFFFu;
@@ -98,7 +97,7 @@ private:
     void splitLeaf(u32 leaf, zr::vector<Step>& path);
 
     PackedPoints points;
-    zr::vector<u32>& next;
+    u32* next;
     f32 tolerance;
     /// `tolerance` widened by what rounding can hide in a difference.
     f64 reach;

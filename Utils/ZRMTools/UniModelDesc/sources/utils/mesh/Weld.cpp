@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <memory>
 
 #include "mesh/MeshUtils.h"
+#include "utils/mesh/VertexKdTree.h"
+#include <zr/checked.h>
 
 // A grid over the first three floats, hashed into a table of chains of kept vertices. Its cells are many times wider
 // than the tolerance, so that a vertex rarely has to look into more than its own cell, and still small against the
@@ -16,6 +19,8 @@ namespace
 constexpr std::size_t kGridAxes = 3;
 /// Width of a cell in tolerances.
 constexpr f64 kCellWidth = 32.0;
+/// Where the cells begin, in cells: coordinates are mostly round numbers, which shall not lie at the border of two.
+constexpr f64 kCellOffset = 0.381966011250105;
 constexpr u32 kLongestChain = 32;
 /// Marks a table entry that names a tree; such counts of vertices don't fit any memory.
 constexpr u32 kTreeFlag = 0x80000000u;
@@ -33,12 +38,61 @@ struct GridPlace
 {
     /// Of its own cell.
     u64 key = 0;
-    u32 slot = 0;
-    /// The key's step to the neighbour cell on each axis that lies within reach, or 0.
-    bool hasNeighbours = false;
+    u32 hash = 0;
     /// It has a NaN for a coordinate, and so is nowhere.
     bool isNowhere = false;
-    u64 steps[kGridAxes] = {};
+    /// A bit for each axis on which the cell before, or the one behind, lies within reach.
+    u8 before = 0;
+    u8 behind = 0;
+
+    bool hasNeighbours() const { return (before | behind) != 0; }
+};
+
+/// A table of the cells that have vertices, found by the hash of their key; cells of one hash count as one.
+class CellTable
+{
+public:
+    struct Cell
+    {
+        u32 hash = 0;
+        /// `kNoVertex` for a cell that isn't there.
+        u32 value = kNoVertex;
+    };
+
+    explicit CellTable(std::size_t expected) : cells(std::bit_ceil(std::max<std::size_t>(expected, 16))) { setShift(); }
+
+    void prefetch(u32 hash) const { __builtin_prefetch(&cells[hash >> shift]); }
+    /// The cell, or where it belongs. Valid until the next `set`.
+    Cell& find(u32 hash)
+    {
+        std::size_t slot = hash >> shift;
+        while (cells[slot].value != kNoVertex && cells[slot].hash != hash)
+            slot = (slot + 1) & (cells.size() - 1);
+        return cells[slot];
+    }
+    void set(Cell& cell, u32 hash, u32 value)
+    {
+        const bool isNew = cell.value == kNoVertex;
+        cell = {hash, value};
+        if (isNew && ++used > cells.size() / 4 * 3) grow();
+    }
+
+private:
+    void setShift() { shift = 32 - std::countr_zero(cells.size()); }
+
+    /// The high bits of a hash give its slot, so all keep their order, and memory is gone through once.
+    void grow()
+    {
+        zr::vector<Cell> old(cells.size() * 2);
+        old.swap(cells);
+        setShift();
+        for (const Cell& cell : old)
+            if (cell.value != kNoVertex) find(cell.hash) = cell;
+    }
+
+    zr::vector<Cell> cells;
+    std::size_t used = 0;
+    int shift = 0;
 };
 
 class WeldGrid
@@ -51,12 +105,10 @@ public:
           // A little more than the tolerance, for what rounding hides; in cells.
           reach(static_cast<f64>(weldTolerance) * cellsPerUnit * 1.0001),
           axes(std::min(packed.dimension, kGridAxes)),
-          next(packed.count, kNoVertex),
-          tree(points, next, weldTolerance)
+          cells(packed.count),
+          next(static_cast<u32*>(zr_malloc(packed.count * sizeof(u32)))),
+          tree(points, next.get(), weldTolerance)
     {
-        const std::size_t size = std::bit_ceil(std::max<std::size_t>(points.count, 16));
-        heads.assign(size, kNoVertex);
-        shift = 64 - std::countr_zero(size);
     }
 
     GridPlace find(const f32* point) const
@@ -71,56 +123,42 @@ public:
         }
         for (std::size_t axis = 0; axis < axes; ++axis)
             addAxis(place, point[axis], axis);
-        place.slot = slotOf(place.key);
+        place.hash = hashOf(place.key);
         return place;
     }
 
-    void prefetchSlot(const GridPlace& place) const { __builtin_prefetch(&heads[place.slot]); }
-    void prefetchVertex(const GridPlace& place) const
+    void prefetchCells(const GridPlace& place) const
     {
-        // A prefetch of any address is harmless, but only that of a vertex helps.
-        if (const u32 head = heads[place.slot]; !(head & kTreeFlag)) __builtin_prefetch(points[head]);
+        cells.prefetch(place.hash);
+        if (place.hasNeighbours()) forEachNeighbour(place, [this](u32 hash) { cells.prefetch(hash); });
+    }
+    void prefetchVertex(const GridPlace& place)
+    {
+        if (const u32 head = cells.find(place.hash).value; !(head & kTreeFlag)) __builtin_prefetch(points[head]);
     }
 
-    /// The highest vertex in the grid that agrees with this one, `kNoVertex` when there is none.
-    u32 findHighest(const GridPlace& place, u32 vertex)
+    /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which stands for the
+    /// point from then on and lies above all that came before.
+    u32 findOrAdd(const GridPlace& place, const f32* point, u32 candidate)
     {
-        if (!place.hasNeighbours) return search(place.slot, vertex);
-        u32 best = kNoVertex;
-        for (unsigned corner = 0; corner < 1u << kGridAxes; ++corner)
-        {
-            u64 key = place.key;
-            bool isRepeated = false;
-            for (unsigned axis = 0; axis < kGridAxes; ++axis)
-                if (corner >> axis & 1)
-                {
-                    key += place.steps[axis];
-                    isRepeated |= place.steps[axis] == 0;
-                }
-            if (isRepeated) continue;
-            const u32 found = search(slotOf(key), vertex);
-            if (found != kNoVertex && (best == kNoVertex || found > best)) best = found;
-        }
-        return best;
-    }
-
-    /// To be called in ascending order: chains have their highest vertex in front.
-    void insert(const GridPlace& place, u32 vertex)
-    {
-        u32& head = heads[place.slot];
-        if (head != kNoVertex && head & kTreeFlag)
-        {
-            tree.insert(head & ~kTreeFlag, vertex);
-            return;
-        }
-        next[vertex] = head;
-        head = vertex;
+        CellTable::Cell& cell = cells.find(place.hash);
+        u32 best = search(cell, point);
+        if (place.hasNeighbours())
+            forEachNeighbour(place,
+                             [&](u32 hash)
+                             {
+                                 const u32 found = search(cells.find(hash), point);
+                                 if (found != kNoVertex && (best == kNoVertex || found > best)) best = found;
+                             });
+        if (best != kNoVertex) return best;
+        insert(cell, place.hash, candidate);
+        return candidate;
     }
 
 private:
     void addAxis(GridPlace& place, f32 coordinate, std::size_t axis) const
     {
-        const f64 x = static_cast<f64>(coordinate) * cellsPerUnit;
+        const f64 x = static_cast<f64>(coordinate) * cellsPerUnit + kCellOffset;
         // Cells are numbered as far as that is exact enough. Beyond, floats are so far apart that only equal ones
         // agree.
         if (!(std::abs(x) < 0x1p50))
@@ -133,96 +171,123 @@ private:
         const i64 cell = truncated - (x < static_cast<f64>(truncated));
         const f64 fraction = x - static_cast<f64>(cell);
         place.key += static_cast<u64>(cell) * kFactors[axis];
-        if (fraction >= reach && fraction < 1.0 - reach) return;
-        place.hasNeighbours = true;
-        place.steps[axis] = fraction < reach ? u64{0} - kFactors[axis] : kFactors[axis];
+        place.before |= static_cast<u8>((fraction < reach) << axis);
+        place.behind |= static_cast<u8>((fraction >= 1.0 - reach) << axis);
     }
 
-    u32 slotOf(u64 key) const
+    static u32 hashOf(u64 key)
     {
         key = (key ^ (key >> 32)) * 0xD6E8FEB86659FD93u;
-        return static_cast<u32>((key ^ (key >> 29)) * kFactors[0] >> shift);
+        return static_cast<u32>((key ^ (key >> 29)) * kFactors[0] >> 32);
     }
 
-    u32 search(u32 slot, u32 vertex)
+    /// Calls `function` with the hash of each cell besides the own that lies within reach.
+    template <class Function>
+    static void forEachNeighbour(const GridPlace& place, Function function)
     {
-        u32& head = heads[slot];
-        if (head != kNoVertex && head & kTreeFlag) return tree.findHighest(head & ~kTreeFlag, vertex);
+        u64 keys[1 << kGridAxes] = {place.key};
+        std::size_t count = 1;
+        for (std::size_t axis = 0; axis < kGridAxes; ++axis)
+        {
+            if (!((place.before | place.behind) >> axis & 1)) continue;
+            const u64 step = place.before >> axis & 1 ? u64{0} - kFactors[axis] : kFactors[axis];
+            for (std::size_t i = 0; i < count; ++i)
+                keys[count + i] = keys[i] + step;
+            count *= 2;
+        }
+        for (std::size_t i = 1; i < count; ++i)
+            function(hashOf(keys[i]));
+    }
+
+    u32 search(CellTable::Cell& cell, const f32* point)
+    {
+        if (cell.value == kNoVertex) return kNoVertex;
+        if (cell.value & kTreeFlag) return tree.findHighest(cell.value & ~kTreeFlag, point);
         u32 length = 0;
-        for (u32 i = head; i != kNoVertex; i = next[i], ++length)
-            if (isSamePoint(points[i], points[vertex], points.dimension, tolerance)) return i;
-        if (length > kLongestChain) head = tree.create(head) | kTreeFlag;
+        for (u32 i = cell.value; i != kNoVertex; i = next[i], ++length)
+            if (isSamePoint(points[i], point, points.dimension, tolerance)) return i;
+        if (length > kLongestChain) cell.value = tree.create(cell.value) | kTreeFlag;
         return kNoVertex;
     }
+
+    /// Chains have their highest vertex in front.
+    void insert(CellTable::Cell& cell, u32 hash, u32 vertex)
+    {
+        if (cell.value != kNoVertex && cell.value & kTreeFlag)
+        {
+            tree.insert(cell.value & ~kTreeFlag, vertex);
+            return;
+        }
+        next[vertex] = cell.value;
+        cells.set(cell, hash, vertex);
+    }
+
+    struct Free
+    {
+        void operator()(void* pointer) const { std::free(pointer); }
+    };
 
     const PackedPoints points;
     const f32 tolerance;
     const f64 cellsPerUnit;
     const f64 reach;
     const std::size_t axes;
-    int shift;
-    zr::vector<u32> heads;
-    zr::vector<u32> next;
+    CellTable cells;
+    std::unique_ptr<u32[], Free> next;
     VertexKdTree tree;
 };
 } // namespace
 
-zr::vector<u32> findWeldTargets(const PackedPoints& points, f32 tolerance)
+zr::vector<u32> weld(PackedVertices& vertices, const zr::vector<u8>& isUsed, f32 tolerance)
 {
-    WeldGrid grid(points, tolerance);
-    zr::vector<u32> targets(points.count);
+    const std::size_t count = vertices.getCount();
+    const std::size_t bytes = vertices.getStride() * sizeof(f32);
+    WeldGrid grid({vertices.data(), count, vertices.getStride()}, tolerance);
+    zr::vector<u32> numbers(count, kDropped);
     GridPlace places[kBlock];
-    for (std::size_t first = 0; first < points.count; first += kBlock)
+    u32 inBlock[kBlock];
+    u32 kept = 0;
+    bool areAllPlaced = true;
+    for (u32 vertex = 0; vertex < count;)
     {
-        const std::size_t block = std::min<std::size_t>(kBlock, points.count - first);
-        for (std::size_t i = 0; i < block; ++i)
+        std::size_t block = 0;
+        for (; vertex < count && block < kBlock; ++vertex)
         {
-            places[i] = grid.find(points[first + i]);
-            grid.prefetchSlot(places[i]);
+            if (!isUsed[vertex]) continue;
+            inBlock[block] = vertex;
+            places[block] = grid.find(vertices[vertex]);
+            grid.prefetchCells(places[block++]);
         }
         for (std::size_t i = 0; i < block; ++i)
         {
             if (i + kAhead < block) grid.prefetchVertex(places[i + kAhead]);
-            const u32 vertex = static_cast<u32>(first + i);
-            targets[vertex] = vertex;
-            if (places[i].isNowhere) continue;
-            const u32 found = grid.findHighest(places[i], vertex);
-            if (found == kNoVertex)
-                grid.insert(places[i], vertex);
-            else
-                targets[vertex] = found;
+            const f32* point = vertices[inBlock[i]];
+            const bool isPlaced = !places[i].isNowhere;
+            areAllPlaced &= isPlaced;
+            // The kept ones close up, so that those that are looked at again lie together. Whether this one is kept
+            // isn't known yet: otherwise the next one takes its place.
+            if (kept != inBlock[i]) std::memcpy(vertices[kept], point, bytes);
+            numbers[inBlock[i]] = isPlaced ? grid.findOrAdd(places[i], vertices[kept], kept) : kept;
+            kept += numbers[inBlock[i]] == kept;
         }
     }
-    return targets;
+    if (kept != count) vertices.shrink(kept);
+    vertices.areDistinct = areAllPlaced; // what has the same bytes agrees, unless it is nowhere
+    return numbers;
 }
 
 u32 weldVertices(Vertices& vertices, Indices& indices, f32 tolerance)
 {
-    if (!vertices.isConsistent()) return 0;
-    const u32 unused = removeUnusedVertices(vertices, indices);
     const u32 count = vertices.getVertexCount();
-    const std::size_t stride = vertices.getStride();
-    if (count == 0) return unused;
-
-    zr::vector<f32> packed = vertices.interleave();
-    zr::vector<u32> targets = findWeldTargets({packed.data(), count, stride}, tolerance);
-    u32 kept = 0;
-    for (u32 vertex = 0; vertex < count; ++vertex)
-    {
-        if (targets[vertex] != vertex)
-        {
-            // The target lies below, so it has its new number already.
-            targets[vertex] = targets[targets[vertex]];
-            continue;
-        }
-        if (kept != vertex) std::memcpy(&packed[kept * stride], &packed[vertex * stride], stride * sizeof(f32));
-        targets[vertex] = kept++;
-    }
-    if (kept == count) return unused;
-
-    vertices.deinterleave(packed, kept);
+    if (!vertices.isConsistent() || count == 0) return 0;
+    const zr::vector<u8> isUsed = markUsed(indices, count);
+    if (isUsed.empty()) zr::raiseBadIndex();
+    PackedVertices* packed = vertices.pack();
+    const zr::vector<u32> numbers = weld(*packed, isUsed, tolerance);
+    const u32 kept = vertices.getVertexCount();
+    if (kept == count) return 0;
     for (u32& index : indices.indices)
-        index = targets[index];
-    return unused + (count - kept);
+        index = numbers[index];
+    return count - kept;
 }
 } // namespace model
