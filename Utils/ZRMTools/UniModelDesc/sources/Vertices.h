@@ -1,6 +1,6 @@
 #pragma once
 
-#include <map>
+#include <boost/container/flat_map.hpp>
 
 #include "base/types.h"
 #include "materials/VertexFormat.h"
@@ -53,9 +53,12 @@ u32 entryIndexOf(f32 value);
 class Vertices
 {
 public:
-    using Attributes = std::map<i32, Attribute, std::less<i32>, zr::allocator<std::pair<const i32, Attribute>>>;
+    /// In one piece with the mesh while there are few: a scene has thousands of meshes, most of three attributes.
+    using Attributes =
+        boost::container::flat_map<i32, Attribute, std::less<i32>, zr::small_vector<std::pair<i32, Attribute>, 4>>;
 
-    /// The attribute, created empty with `stride` 0 when it isn't there. References stay valid until it is erased.
+    /// The attribute, created empty with `stride` 0 when it isn't there. References to attributes stay valid until one
+    /// is created or erased.
     Attribute& operator[](i32 semantic) { return unpacked()[semantic]; }
     /// @throws zr::ExtException "Vertices don't have {} attribute."
     Attribute& getAttribute(i32 semantic);

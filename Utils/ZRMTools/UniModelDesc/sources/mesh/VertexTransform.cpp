@@ -58,30 +58,6 @@ NormalMatrix normalMatrix(const f64* m)
     return result;
 }
 
-/// v x M with the translation row.
-void transformPoint(f32* v, const f64* m)
-{
-    const f64 x = v[0];
-    const f64 y = v[1];
-    const f64 z = v[2];
-    for (int column = 0; column < 3; ++column)
-        v[column] = static_cast<f32>(x * m[column] + y * m[4 + column] + z * m[8 + column] + m[12 + column]);
-}
-
-/// v x N, brought to length 1.
-void transformDirection(f32* v, const NormalMatrix& n)
-{
-    const f64 x = v[0];
-    const f64 y = v[1];
-    const f64 z = v[2];
-    f64 out[3];
-    for (int column = 0; column < 3; ++column)
-        out[column] = x * n.rows[0][column] + y * n.rows[1][column] + z * n.rows[2][column];
-    const f64 length = std::sqrt(out[0] * out[0] + out[1] * out[1] + out[2] * out[2]);
-    for (int column = 0; column < 3; ++column)
-        v[column] = static_cast<f32>(length > 0.0 ? out[column] / length : out[column]);
-}
-
 /// A matrix as positions and as directions go through it.
 struct Transform
 {
@@ -89,31 +65,117 @@ struct Transform
     NormalMatrix direction;
 };
 
-constexpr u32 kUnmoved = 0xFFFFFFFFu;
+/// Vertices that are moved together: as many coordinates side by side keep the processor's wide registers busy.
+constexpr std::size_t kLanes = 8;
 
-/// Calls `move(vertex, transform)` for each vertex of an attribute that has a transform. An attribute without three
-/// floats a vertex isn't moved; vertices that it lacks are left out.
-template <class Move>
-void moveAttribute(Attribute* attribute, const zr::vector<u32>& choices, const zr::vector<Transform>& transforms,
-                   Move move)
+struct Lanes
 {
-    if (!attribute || attribute->stride < 3) return;
-    const std::size_t count = std::min(attribute->count(), choices.size());
-    f32* vertex = attribute->data.data();
-    for (std::size_t i = 0; i < count; ++i, vertex += attribute->stride)
-        if (choices[i] != kUnmoved) move(vertex, transforms[choices[i]]);
+    void read(const f32* vertex, std::size_t stride, std::size_t count)
+    {
+        for (std::size_t i = 0; i < count; ++i, vertex += stride)
+        {
+            x[i] = vertex[0];
+            y[i] = vertex[1];
+            z[i] = vertex[2];
+        }
+    }
+    void write(f32* vertex, std::size_t stride, std::size_t count) const
+    {
+        for (std::size_t i = 0; i < count; ++i, vertex += stride)
+        {
+            vertex[0] = static_cast<f32>(x[i]);
+            vertex[1] = static_cast<f32>(y[i]);
+            vertex[2] = static_cast<f32>(z[i]);
+        }
+    }
+
+    f64 x[kLanes] = {};
+    f64 y[kLanes] = {};
+    f64 z[kLanes] = {};
+};
+
+/// v x M with the translation row.
+void movePoints(Lanes& lanes, const Transform& transform)
+{
+    const f64* m = transform.point;
+    for (std::size_t i = 0; i < kLanes; ++i)
+    {
+        const f64 x = lanes.x[i];
+        const f64 y = lanes.y[i];
+        const f64 z = lanes.z[i];
+        lanes.x[i] = x * m[0] + y * m[4] + z * m[8] + m[12];
+        lanes.y[i] = x * m[1] + y * m[5] + z * m[9] + m[13];
+        lanes.z[i] = x * m[2] + y * m[6] + z * m[10] + m[14];
+    }
 }
 
-/// Moves each vertex through the transform that `choices` holds for it.
-void moveVertices(Vertices& vertices, const zr::vector<u32>& choices, const zr::vector<Transform>& transforms)
+/// v x N, brought to length 1.
+void turnDirections(Lanes& lanes, const Transform& transform)
 {
-    const auto point = [](f32* vertex, const Transform& transform) { transformPoint(vertex, transform.point); };
-    const auto direction = [](f32* vertex, const Transform& transform)
-    { transformDirection(vertex, transform.direction); };
-    moveAttribute(vertices.findAttribute(kPosition0), choices, transforms, point);
+    const auto& n = transform.direction.rows;
+    f64 lengths[kLanes];
+    for (std::size_t i = 0; i < kLanes; ++i)
+    {
+        const f64 x = lanes.x[i];
+        const f64 y = lanes.y[i];
+        const f64 z = lanes.z[i];
+        lanes.x[i] = x * n[0][0] + y * n[1][0] + z * n[2][0];
+        lanes.y[i] = x * n[0][1] + y * n[1][1] + z * n[2][1];
+        lanes.z[i] = x * n[0][2] + y * n[1][2] + z * n[2][2];
+        lengths[i] = std::sqrt(lanes.x[i] * lanes.x[i] + lanes.y[i] * lanes.y[i] + lanes.z[i] * lanes.z[i]);
+    }
+    for (std::size_t i = 0; i < kLanes; ++i)
+    {
+        const f64 length = lengths[i] > 0.0 ? lengths[i] : 1.0;
+        lanes.x[i] /= length;
+        lanes.y[i] /= length;
+        lanes.z[i] /= length;
+    }
+}
+
+using Move = void (*)(Lanes&, const Transform&);
+
+/// Moves neighbours that go through one transform.
+template <Move kMove>
+void moveRun(f32* vertex, std::size_t stride, std::size_t count, const Transform& transform)
+{
+    Lanes lanes;
+    for (std::size_t first = 0; first < count; first += kLanes)
+    {
+        const std::size_t block = std::min(kLanes, count - first);
+        lanes.read(vertex + first * stride, stride, block);
+        kMove(lanes, transform);
+        lanes.write(vertex + first * stride, stride, block);
+    }
+}
+
+/// Vertices `first` to `last` - 1 go through one transform.
+struct Run
+{
+    std::size_t first;
+    std::size_t last;
+    u32 transform;
+};
+
+/// An attribute without three floats a vertex isn't moved; vertices that it lacks are left out.
+template <Move kMove>
+void moveAttribute(Attribute* attribute, const zr::small_vector<Run, 4>& runs, const zr::vector<Transform>& transforms)
+{
+    if (!attribute || attribute->stride < 3) return;
+    const std::size_t count = attribute->count();
+    for (const Run& run : runs)
+        if (run.first < count)
+            moveRun<kMove>(&attribute->data[run.first * attribute->stride], attribute->stride,
+                           std::min(run.last, count) - run.first, transforms[run.transform]);
+}
+
+/// Moves each vertex through the transform of its run.
+void moveVertices(Vertices& vertices, const zr::small_vector<Run, 4>& runs, const zr::vector<Transform>& transforms)
+{
+    moveAttribute<movePoints>(vertices.findAttribute(kPosition0), runs, transforms);
     for (const i32 semantic : {kNormal0, kTangent0, kBinormal0, kNormal1, kTangent1, kBinormal1})
-        moveAttribute(vertices.findAttribute(semantic), choices, transforms, direction);
-    moveAttribute(vertices.findAttribute(kPosition1), choices, transforms, point);
+        moveAttribute<turnDirections>(vertices.findAttribute(semantic), runs, transforms);
+    moveAttribute<movePoints>(vertices.findAttribute(kPosition1), runs, transforms);
 }
 
 /// A selector and the position of its transform.
@@ -125,24 +187,30 @@ struct Choice
     auto operator<=>(const Choice&) const = default;
 };
 
-/// For each vertex the position in `list[first..last)` of its selector, or `kUnmoved`. No selector comes twice there.
-zr::vector<u32> chooseBySelector(const Attribute& positions, const zr::vector<SelectorMatrix>& list, std::size_t first,
-                                 std::size_t last)
+/// Runs of vertices whose selector is in `list[first..last)`, with its position there. No selector comes twice.
+zr::small_vector<Run, 4> chooseBySelector(const Attribute& positions, const zr::vector<SelectorMatrix>& list,
+                                          std::size_t first, std::size_t last)
 {
-    // Sorted pairs, so that selectors may be any numbers; a single one, the common case, needs no search.
-    zr::vector<Choice> bySelector;
+    zr::vector<Choice> bySelector; // sorted, so that selectors may be any numbers
     for (std::size_t i = first; i < last; ++i)
         bySelector.push_back({list[i].selector, static_cast<u32>(i - first)});
     std::sort(bySelector.begin(), bySelector.end());
 
-    zr::vector<u32> choices(positions.count(), kUnmoved);
-    for (std::size_t i = 0; i < choices.size(); ++i)
+    zr::small_vector<Run, 4> runs;
+    const std::size_t count = positions.count();
+    const auto bitsOf = [&](std::size_t vertex) { return std::bit_cast<u32>(positions.data[4 * vertex + 3]); };
+    for (std::size_t i = 0; i < count;)
     {
+        const std::size_t start = i;
         const u32 entry = entryIndexOf(positions.data[4 * i + 3]);
+        while (++i < count && bitsOf(i) == bitsOf(start))
+        {
+        }
         const auto found = std::lower_bound(bySelector.begin(), bySelector.end(), Choice{entry, 0});
-        if (entry != kNoEntry && found != bySelector.end() && found->selector == entry) choices[i] = found->transform;
+        if (entry != kNoEntry && found != bySelector.end() && found->selector == entry)
+            runs.push_back({start, i, found->transform});
     }
-    return choices;
+    return runs;
 }
 
 /// The end of the longest run from `first` in which no selector comes twice.
@@ -179,9 +247,9 @@ void Vertices::applyMatrices(const zr::vector<SelectorMatrix>& list)
         zr::vector<Transform> transforms;
         for (std::size_t i = first; i < last; ++i)
             transforms.push_back({list[i].matrix, normalMatrix(list[i].matrix)});
-        const zr::vector<u32> choices =
-            selectsAll ? zr::vector<u32>(positions->count(), 0u) : chooseBySelector(*positions, list, first, last);
-        moveVertices(*this, choices, transforms);
+        const zr::small_vector<Run, 4> runs = selectsAll ? zr::small_vector<Run, 4>{{0, positions->count(), 0}}
+                                                         : chooseBySelector(*positions, list, first, last);
+        moveVertices(*this, runs, transforms);
         first = last;
     }
 }

@@ -143,7 +143,7 @@ public:
     {
         CellTable::Cell& cell = cells.find(place.hash);
         u32 best = search(cell, point);
-        if (place.hasNeighbours())
+        if (place.hasNeighbours() && !isKept(best, point))
             forEachNeighbour(place,
                              [&](u32 hash)
                              {
@@ -167,12 +167,12 @@ private:
             place.key += (u64{std::bit_cast<u32>(coordinate)} << 32) * kFactors[axis];
             return;
         }
-        const i64 truncated = static_cast<i64>(x);
-        const i64 cell = truncated - (x < static_cast<f64>(truncated));
-        const f64 fraction = x - static_cast<f64>(cell);
-        place.key += static_cast<u64>(cell) * kFactors[axis];
-        place.before |= static_cast<u8>((fraction < reach) << axis);
-        place.behind |= static_cast<u8>((fraction >= 1.0 - reach) << axis);
+        // The nearest whole number stands in the low bits of this sum.
+        const f64 sum = x + 0x1.8p52;
+        const f64 fraction = x - (sum - 0x1.8p52);
+        place.key += std::bit_cast<u64>(sum) * kFactors[axis];
+        place.before |= static_cast<u8>((fraction < reach - 0.5) << axis);
+        place.behind |= static_cast<u8>((fraction > 0.5 - reach) << axis);
     }
 
     static u32 hashOf(u64 key)
@@ -197,6 +197,12 @@ private:
         }
         for (std::size_t i = 1; i < count; ++i)
             function(hashOf(keys[i]));
+    }
+
+    /// Whether the point is that of a kept vertex. Then no other agrees with it, as kept ones don't agree.
+    bool isKept(u32 vertex, const f32* point) const
+    {
+        return vertex != kNoVertex && std::memcmp(points[vertex], point, points.dimension * sizeof(f32)) == 0;
     }
 
     u32 search(CellTable::Cell& cell, const f32* point)
