@@ -9,8 +9,9 @@ from functools import partial
 
 import numpy as np
 import pyzrm_313 as zrm
-from support.scenes import add_mesh, enable_all, grid, save
-from support.timing import best_by_turns, growth_line, heading
+from support.rows import growth_row, heading
+from support.scenes import add, enable_all, grid, mesh_node, save
+from support.timing import best_by_turns
 
 PATH = "scaling.zrm"
 
@@ -45,7 +46,7 @@ def materials(count: int) -> None:
     mesh = grid(9)
     model = zrm.Model()
     for index in range(count):
-        add_mesh(model, model.getRootTransform(), mesh, f"material{index}")
+        add(model, mesh_node(mesh, f"material{index}", model.getRootTransform()))
     save(model, PATH)
 
 
@@ -77,8 +78,7 @@ def damage_split(count: int) -> None:
     node.addBlock(damage)
     node.setIndices((mesh.indices[None, :] + 4 * np.arange(count, dtype=np.uint32)[:, None]).reshape(-1))
     node.setControlNode(model.getRootTransform())
-    if text := model.addRenderNode(node):
-        raise RuntimeError(text)
+    add(model, node)
     save(model, PATH)
 
 
@@ -92,8 +92,7 @@ def light_animation(count: int) -> None:
     lights.setAnimationArg(1)
     lights.setLightsAnimation([(index, keys_of_light) for index in range(count)])
     lights.setControlNode(model.getRootTransform())
-    if text := model.addRenderNode(lights):
-        raise RuntimeError(text)
+    add(model, lights)
     save(model, PATH)
 
 
@@ -136,7 +135,7 @@ def main() -> None:
         enable_all(enabled)
         for name, build, count in CASES:
             small, large = best_by_turns([(partial(int, count), build), (partial(int, 10 * count), build)], rounds=5)
-            growth_line(name, small, large)
+            growth_row(name, small, large)
 
 
 if __name__ == "__main__":
