@@ -41,16 +41,16 @@ class Scene(NamedTuple):
 
 SCENES = {
     "city": Scene("city of 2,000 parts, 1,500,000 vertices", city),
-    "welded": Scene("one welded mesh of 1,000,000 vertices", lambda: spread([grid(1_000_000)], 1)),
-    "unwelded": Scene("the same, each triangle with vertices of its own", lambda: spread([unwelded(grid(1_000_000))], 1)),
-    "small": Scene("10,000 welded meshes of 100 vertices, one material", lambda: spread(small_meshes(10_000, 10), 1)),
+    "welded": Scene("one welded mesh of 1,000,000 vertices", lambda: spread([grid(1_000_000)])),
+    "unwelded": Scene("the same, each triangle with vertices of its own", lambda: spread([unwelded(grid(1_000_000))])),
+    "small": Scene("10,000 welded meshes of 100 vertices, one material", lambda: spread(small_meshes(10_000, 10))),
     "materials": Scene(
         "10,000 unwelded meshes of 150 vertices, 36 materials",
         lambda: spread([unwelded(mesh) for mesh in small_meshes(10_000, 6)], 36),
     ),
     "skin": Scene("one skin of 300,000 vertices, 60 bones", lambda: skinned([grid(300_000)], 60)),
     "skins": Scene("500 skins of 1,000 vertices, 8 bones each", lambda: skinned(small_meshes(500, 32), 8)),
-    "instances": Scene("20,000 instances of 8 meshes", lambda: spread(small_meshes(8, 10) * 2_500, 1), ("-mm",), 0.7),
+    "instances": Scene("20,000 instances of 8 meshes", lambda: spread(small_meshes(8, 10) * 2_500), ("-mm",), 0.7),
 }
 
 

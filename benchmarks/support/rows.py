@@ -12,7 +12,8 @@ def heading(text: str) -> None:
 
 
 def verdict(value: float, aim: float | None) -> str:
-    return "" if aim is None else "met" if value <= aim else "missed"
+    """By the digits that are shown."""
+    return "" if aim is None else "met" if round(value, 2) <= aim else "missed"
 
 
 def row(name: str, value: float, aim: float | None, details: str) -> None:

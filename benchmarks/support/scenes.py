@@ -79,8 +79,8 @@ def small_meshes(count: int, side: int) -> list[Mesh]:
     return [sheet(rng.random((side, side), dtype=np.float32)) for _ in range(count)]
 
 
-def spread(meshes: list[Mesh], material_count: int) -> list[Part]:
-    """The meshes side by side; few rows so that no coordinate grows large."""
+def spread(meshes: list[Mesh], material_count: int = 1) -> list[Part]:
+    """The meshes side by side: at one place they would be copies to be removed."""
     places = [(index % 100 * 12.0, 0.0, index // 100 * 12.0) for index in range(len(meshes))]
     return [Part(f"part{i}", f"material{i % material_count}", places[i], mesh) for i, mesh in enumerate(meshes)]
 
