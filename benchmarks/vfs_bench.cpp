@@ -76,7 +76,7 @@ void report(const std::string& row, const std::vector<Rival>& rivals, const std:
     for (std::size_t i = 1; i < rivals.size(); ++i)
         bench::row(fmt::format("{}, {}", row, rivals[i].name), values[0] / values[i],
                    aimed == rivals[i].name ? aim : bench::kNoAim,
-                   fmt::format("({:.3f} {}, {:.3f} {})", values[0], unit, values[i], unit));
+                   fmt::format("{} ({:.3f} {}, {:.3f} {})", rivals[i].name, values[0], unit, values[i], unit));
 }
 
 /// Deals the numbers below `count` to threads: `work(number, thread)`.
