@@ -1,6 +1,6 @@
 """Whole scenes and real models, from filled facades to the closed file with all switches on, against gltfpack:
     bench_peer.py [NAME...]
-with the names of `SCENES`, "models" and "switches"; all of them without a name."""
+by the names of `SCENES`, "models" and "switches"; all of them without a name."""
 
 from __future__ import annotations
 
@@ -8,10 +8,11 @@ import os
 import shutil
 import subprocess
 import sys
-import tempfile
 import time
 from collections.abc import Callable
+from contextlib import chdir
 from pathlib import Path
+from tempfile import TemporaryDirectory
 from typing import Any, NamedTuple
 
 import pyzrm_313 as zrm
@@ -130,7 +131,10 @@ def report_switches() -> None:
 
 
 def main(names: list[str]) -> None:
-    names = names or [*SCENES, "models", "switches"]
+    known = [*SCENES, "models", "switches"]
+    if unknown := set(names) - set(known):
+        sys.exit(f"no rows are called {', '.join(sorted(unknown))}; there are {', '.join(known)}")
+    names = names or known
     heading("From filled facades to the closed file, all switches on")
     enable_all(True)
     if shutil.which("gltfpack") is None:
@@ -146,5 +150,5 @@ def main(names: list[str]) -> None:
 
 
 if __name__ == "__main__":
-    os.chdir(tempfile.mkdtemp())
-    main(sys.argv[1:])
+    with TemporaryDirectory() as folder, chdir(folder):
+        main(sys.argv[1:])

@@ -3,9 +3,10 @@
 from __future__ import annotations
 
 import os
-import tempfile
 from collections.abc import Callable
+from contextlib import chdir
 from functools import partial
+from tempfile import TemporaryDirectory
 
 import numpy as np
 import numpy.typing as npt
@@ -101,5 +102,5 @@ def main() -> None:
 
 
 if __name__ == "__main__":
-    os.chdir(tempfile.mkdtemp())
-    main()
+    with TemporaryDirectory() as folder, chdir(folder):
+        main()

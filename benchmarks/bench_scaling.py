@@ -4,11 +4,11 @@ for the cases whose name holds a word."""
 
 from __future__ import annotations
 
-import os
 import sys
-import tempfile
 from collections.abc import Callable
+from contextlib import chdir
 from functools import partial
+from tempfile import TemporaryDirectory
 from typing import Any
 
 import numpy as np
@@ -306,5 +306,5 @@ def main(words: list[str]) -> None:
 
 
 if __name__ == "__main__":
-    os.chdir(tempfile.mkdtemp())
-    main(sys.argv[1:])
+    with TemporaryDirectory() as folder, chdir(folder):
+        main(sys.argv[1:])
