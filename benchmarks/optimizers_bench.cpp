@@ -52,7 +52,8 @@ struct Mesh
     Indices indices;
 };
 
-/// An unwelded mesh: each of `numDistinct` vertices comes up about count / numDistinct times, moved by up to `jitter`.
+/// An unwelded mesh: each of `numDistinct` vertices comes up about count / numDistinct times, once where these are
+/// equal, moved by up to `jitter`.
 struct MeshCase
 {
     const char* name;
@@ -76,7 +77,8 @@ Mesh makeMesh(const MeshCase& c)
     zr::vector<f32> packed;
     for (u32 i = 0; i < c.count; ++i)
     {
-        const f32* vertex = &distinct[random.below(c.numDistinct) * kFloats];
+        const std::size_t number = c.numDistinct == c.count ? i : random.below(c.numDistinct);
+        const f32* vertex = &distinct[number * kFloats];
         for (u32 k = 0; k < kFloats; ++k)
             packed.push_back(k == 3 || c.jitter == 0.0f ? vertex[k] : vertex[k] + c.jitter * random.unit());
     }
