@@ -1,29 +1,31 @@
-"""`save` with all six switches off against NumPy interleaving the same attributes and writing them."""
+"""`save` with all switches off against NumPy interleaving the same attributes and writing them, and peak memory of it."""
 
 from __future__ import annotations
 
 import os
-import subprocess
-import sys
-import tempfile
+from collections.abc import Callable
+from contextlib import chdir
+from functools import partial
+from tempfile import TemporaryDirectory
 
 import numpy as np
 import numpy.typing as npt
 import pyzrm_313 as zrm
-from support.scenes import Grid, add_mesh, enable_all, grid, save
-from support.timing import best_by_turns, heading, nothing, ratio_line
+from support.city import city
+from support.memory import peak_bytes
+from support.rows import heading, ratio_row, row
+from support.scenes import Floats, Mesh, Part, add, enable_all, filled, grid, save, small_meshes, spread, unwelded
+from support.timing import best_by_turns, nothing
 
 
-def model_of(meshes: list[Grid]) -> zrm.Model:
-    model = zrm.Model()
-    for index, mesh in enumerate(meshes):
-        control = zrm.Transform(f"part{index}")
-        model.getRootTransform().addChild(control)
-        add_mesh(model, control, mesh)
+def model_of(parts: list[Part]) -> zrm.Model:
+    model, nodes = filled(parts)
+    for node in nodes:
+        add(model, node)
     return model
 
 
-def interleaved(mesh: Grid) -> npt.NDArray[np.float32]:
+def interleaved(mesh: Mesh) -> Floats:
     """The packed vertices of the file: position with its fourth float, normal, UV."""
     packed = np.empty((len(mesh.positions), 9), dtype=np.float32)
     packed[:, 0:3] = mesh.positions
@@ -33,71 +35,72 @@ def interleaved(mesh: Grid) -> npt.NDArray[np.float32]:
     return packed
 
 
-def numpy_save(meshes: list[Grid], path: str) -> None:
-    parts: list[npt.NDArray[np.float32] | npt.NDArray[np.uint32]] = []
+def numpy_save(meshes: list[Mesh], path: str) -> None:
+    parts: list[Floats | npt.NDArray[np.uint32]] = []
     for mesh in meshes:
         parts += [interleaved(mesh), mesh.indices]
     data = parts[0] if len(parts) == 1 else np.concatenate([part.reshape(-1).view(np.uint8) for part in parts])
+    write_alone(data.data, path)
+
+
+def write_alone(data: bytes | memoryview, path: str) -> None:
     with open(path, "wb") as file:
         file.write(data)
 
 
-def write_alone(data: bytes, path: str) -> None:
-    with open(path, "wb") as file:
-        file.write(data)
-
-
-def compare(name: str, meshes: list[Grid], aim: str) -> None:
-    ours_path, numpy_path, plain_path = "ours.zrm", "numpy.bin", "plain.bin"
+def compare(name: str, parts: list[Part]) -> None:
+    meshes = [part.mesh for part in parts]
     data = bytes(sum(m.positions.nbytes * 3 + m.indices.nbytes for m in meshes))
     ours, numpy_time, plain = best_by_turns(
         [
-            (lambda: model_of(meshes), lambda model: save(model, ours_path)),
-            (nothing, lambda _: numpy_save(meshes, numpy_path)),
-            (nothing, lambda _: write_alone(data, plain_path)),
+            (lambda: model_of(parts), lambda model: save(model, "ours.zrm")),
+            (nothing, lambda _: numpy_save(meshes, "numpy.bin")),
+            (nothing, lambda _: write_alone(data, "plain.bin")),
         ],
         rounds=7,
     )
-    print(f"{name}: {os.path.getsize(ours_path):,} bytes, NumPy's {os.path.getsize(numpy_path):,}")
-    ratio_line("  save", ours, numpy_time, "NumPy interleave + write", aim)
-    ratio_line("  save", ours, plain, "write alone")
+    ratio_row(f"save, {name}", ours, numpy_time, "NumPy interleave + write", 1.0)
+    ratio_row(f"save, {name}, against a write", ours, plain, "write alone")
 
 
-def status_bytes(field: str) -> int:
-    with open("/proc/self/status", encoding="ascii") as status:
-        line = next(line for line in status if line.startswith(field))
-    return int(line.split()[1]) * 1024
+def loaded(enabled: bool, make: Callable[[], list[Part]]) -> zrm.Model:
+    enable_all(enabled)
+    return model_of(make())
 
 
-def memory_child(vertex_count: int) -> None:
-    """A process of its own, so that no earlier case has left free memory to reuse."""
-    enable_all(False)
-    model = model_of([grid(vertex_count)])
-    with open("/proc/self/clear_refs", "w", encoding="ascii") as clear:
-        clear.write("5")  # resets the peak to what is resident now
-    before = status_bytes("VmRSS")
+def save_for_memory(model: zrm.Model) -> None:
     save(model, "memory.zrm")
-    print((status_bytes("VmHWM") - before) / os.path.getsize("memory.zrm"))
 
 
-def memory() -> None:
-    for count in (1_000_000, 4_000_000):
-        command = [sys.executable, os.path.abspath(__file__), "--memory-child", str(count)]
-        output = subprocess.run(command, check=True, capture_output=True, text=True).stdout
-        print(f"peak memory of the first save, {count:,} vertices: {float(output):.2f} x the file   (aim: at most 2.2)")
+def sheets(mesh_count: int, vertex_count: int) -> list[Part]:
+    return spread([grid(vertex_count) for _ in range(mesh_count)])
+
+
+def soups(mesh_count: int, side: int) -> list[Part]:
+    return spread([unwelded(mesh) for mesh in small_meshes(mesh_count, side)])
+
+
+MEMORY: list[tuple[str, bool, Callable[[], list[Part]], float | None]] = [
+    ("1,000,000 vertices, switches off", False, partial(sheets, 1, 1_000_000), 2.2),
+    ("4,000,000 vertices, switches off", False, partial(sheets, 1, 4_000_000), 2.2),
+    ("10,000 welded meshes, switches on", True, partial(sheets, 10_000, 100), 1.5),
+    ("10,000 unwelded meshes, switches on", True, partial(soups, 10_000, 6), 1.5),
+    ("city, switches on", True, city, None),
+]
 
 
 def main() -> None:
     heading("save, all switches off")
     enable_all(False)
-    compare("one mesh of 1,000,000 vertices", [grid(1_000_000)], "at most 1")
-    compare("10,000 meshes of 100 vertices", [grid(100)] * 10_000, "")
-    memory()
+    compare("one mesh of 1,000,000 vertices", sheets(1, 1_000_000))
+    compare("10,000 meshes of 100 vertices", sheets(10_000, 100))
+    heading("What the first save adds to the memory in use, at its peak")
+    for name, enabled, make, aim in MEMORY:
+        peak = peak_bytes(partial(loaded, enabled, make), save_for_memory)
+        size = os.path.getsize("memory.zrm")
+        row(f"peak memory, {name}", peak / size, aim, f"the file ({peak:,} bytes, {size:,} bytes)")
 
 
 if __name__ == "__main__":
-    os.chdir(tempfile.mkdtemp())
-    if sys.argv[1:2] == ["--memory-child"]:
-        memory_child(int(sys.argv[2]))
-    else:
+    with TemporaryDirectory() as folder, chdir(folder):
         main()

@@ -1,21 +1,21 @@
 // What a line of the log costs, as ratios to spdlog with the same line in the same run: to standard error behind a
 // pipe, to a file, and a DEBUG line that nobody wants. Both sides hand each line to the system before they come back.
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
+#include "support/measure.h"
 #include <zr/log/Control.h>
 #include <zr/log/Log.h>
 
@@ -25,35 +25,12 @@ constexpr int kLines = 50'000;
 constexpr int kRounds = 15;
 constexpr int kDisabledLines = 20'000'000;
 
-double secondsOf(const std::function<void()>& work)
+void report(const char* what, int lines, double aim, const bench::Work& our, const bench::Work& peer)
 {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const std::vector<double> best = bench::bestByTurns({our, peer}, kRounds);
+    bench::row(what, best[0] / best[1], aim,
+               fmt::format("spdlog ({:.1f} ns a line, {:.1f} ns)", best[0] / lines * 1e9, best[1] / lines * 1e9));
 }
-
-/// The best time of each, the two taking turns.
-struct Duel
-{
-    double ours = 1e9;
-    double peers = 1e9;
-
-    Duel(const std::function<void()>& our, const std::function<void()>& peer)
-    {
-        for (int round = 0; round < kRounds; ++round)
-        {
-            ours = std::min(ours, secondsOf(our));
-            peers = std::min(peers, secondsOf(peer));
-        }
-    }
-
-    void print(const char* what, int lines, const char* aim) const
-    {
-        std::printf("%-30s %10.0f lines/s %8.1f ns  spdlog %8.1f ns  ratio %.2f  %s\n", what, lines / ours,
-                    ours / lines * 1e9, peers / lines * 1e9, ours / peers, aim);
-        std::fflush(stdout);
-    }
-};
 
 std::shared_ptr<spdlog::logger> makePeer(spdlog::sink_ptr sink)
 {
@@ -100,7 +77,8 @@ void benchPipe()
 {
     const PipedStandardError piped;
     const auto peer = makePeer(std::make_shared<spdlog::sinks::stderr_sink_mt>());
-    Duel(
+    report(
+        "log, standard error, a pipe", kLines, 1.0,
         []
         {
             for (int i = 0; i < kLines; ++i)
@@ -110,8 +88,7 @@ void benchPipe()
         {
             for (int i = 0; i < kLines; ++i)
                 peer->info("frame {} of {} took {:f} ms", i, "the city", 16.25);
-        })
-        .print("standard error, a pipe", kLines, "aim 1.00");
+        });
 }
 
 void benchFile()
@@ -132,9 +109,9 @@ void benchFile()
         for (int i = 0; i < kLines; ++i)
             peer->trace("frame {} of {} took {:f} ms", i, "the city", 16.25);
     };
-    Duel(our, peers).print("file", kLines, "aim 1.00");
+    report("log, file", kLines, 1.0, our, peers);
     peer->flush_on(spdlog::level::off);
-    Duel(our, peers).print("file, spdlog keeps lines back", kLines, "no aim");
+    report("log, file, spdlog keeps lines back", kLines, bench::kNoAim, our, peers);
     closeSink(sink);
     unlink((path + "_ours").c_str());
     unlink((path + "_peers").c_str());
@@ -144,19 +121,22 @@ void benchDisabled()
 {
     const auto peer = makePeer(std::make_shared<spdlog::sinks::stderr_sink_mt>());
     zr::log::start(); // a started log drops DEBUG lines that no sink wants
-    Duel(
-        []
-        {
-            for (int i = 0; i < kDisabledLines; ++i)
-                ZR_LOG("BENCH", zr::log::kDebug, "frame %d of %s took %f ms", i, "the city", 16.25);
-        },
-        [&]
-        {
-            for (int i = 0; i < kDisabledLines; ++i)
-                peer->debug("frame {} of {} took {:f} ms", i, "the city", 16.25);
-        })
-        .print("disabled DEBUG line", kDisabledLines, "aim 2 ns");
+    const std::vector<double> best =
+        bench::bestByTurns({[]
+                            {
+                                for (int i = 0; i < kDisabledLines; ++i)
+                                    ZR_LOG("BENCH", zr::log::kDebug, "frame %d of %s took %f ms", i, "the city", 16.25);
+                            },
+                            [&]
+                            {
+                                for (int i = 0; i < kDisabledLines; ++i)
+                                    peer->debug("frame {} of {} took {:f} ms", i, "the city", 16.25);
+                            }},
+                           kRounds);
     zr::log::stop();
+    const double ours = best[0] / kDisabledLines * 1e9;
+    bench::row("log, disabled DEBUG line", ours / 2.0, 1.0,
+               fmt::format("two nanoseconds ({:.2f} ns, spdlog {:.2f} ns)", ours, best[1] / kDisabledLines * 1e9));
 }
 } // namespace
 

@@ -1,15 +1,13 @@
-// What the passes of a save cost: the weld as a ratio to the library's exact remap of the same vertices, the tree and
-// material passes as the ratio of ten times the work, and the share of each pass in one city. A table of ratios follows
-// what Google Benchmark prints.
+// What the passes of a save cost: the weld as a ratio to a library's exact remap of the same vertices, the tree and
+// material passes as the ratio of ten times the work.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include <benchmark/benchmark.h>
+#include <fmt/format.h>
 #include <meshoptimizer.h>
 
 #include "RootNode.h"
@@ -17,6 +15,7 @@
 #include "nodes/ArgAnimationNode.h"
 #include "nodes/ArgVisibilityNode.h"
 #include "nodes/RenderNode.h"
+#include "support/measure.h"
 #include "utils/Optimizers.h"
 #include "utils/mesh/Weld.h"
 
@@ -42,14 +41,6 @@ private:
     std::uint64_t state = 1;
 };
 
-/// Of the processor, so that what else runs on the machine counts little.
-double secondsOf(const std::function<void()>& work)
-{
-    const std::clock_t start = std::clock();
-    work();
-    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-}
-
 // ---------------------------------------------------------------------------------------------------- vertices
 
 constexpr f32 kTolerance = 1e-5f;
@@ -61,34 +52,8 @@ struct Mesh
     Indices indices;
 };
 
-/// An unwelded mesh: each of `numDistinct` vertices comes up about count / numDistinct times, moved by up to `jitter`.
-Mesh makeMesh(u32 count, u32 numDistinct, f32 jitter, bool isAtOnePoint)
-{
-    Random random;
-    std::vector<f32> distinct;
-    for (u32 i = 0; i < numDistinct; ++i)
-        for (u32 k = 0; k < kFloats; ++k)
-        {
-            const f32 value = 10.0f * random.unit();
-            distinct.push_back(k == 3 ? 0.0f : isAtOnePoint && k < 3 ? 1.0f : value);
-        }
-    zr::vector<f32> packed;
-    for (u32 i = 0; i < count; ++i)
-    {
-        const f32* vertex = &distinct[random.below(numDistinct) * kFloats];
-        for (u32 k = 0; k < kFloats; ++k)
-            packed.push_back(k == 3 || jitter == 0.0f ? vertex[k] : vertex[k] + jitter * random.unit());
-    }
-    Mesh mesh;
-    mesh.vertices[0].stride = 4;
-    mesh.vertices[1].stride = 3;
-    mesh.vertices[4].stride = 2;
-    mesh.vertices.deinterleave(packed, count);
-    for (u32 i = 0; i < count / 3 * 3; ++i)
-        mesh.indices.indices.push_back(i);
-    return mesh;
-}
-
+/// An unwelded mesh: each of `numDistinct` vertices comes up about count / numDistinct times, once where these are
+/// equal, moved by up to `jitter`.
 struct MeshCase
 {
     const char* name;
@@ -96,13 +61,42 @@ struct MeshCase
     u32 numDistinct;
     f32 jitter;
     bool isAtOnePoint;
+    double aim;
 };
 
+Mesh makeMesh(const MeshCase& c)
+{
+    Random random;
+    std::vector<f32> distinct;
+    for (u32 i = 0; i < c.numDistinct; ++i)
+        for (u32 k = 0; k < kFloats; ++k)
+        {
+            const f32 value = 10.0f * random.unit();
+            distinct.push_back(k == 3 ? 0.0f : c.isAtOnePoint && k < 3 ? 1.0f : value);
+        }
+    zr::vector<f32> packed;
+    for (u32 i = 0; i < c.count; ++i)
+    {
+        const std::size_t number = c.numDistinct == c.count ? i : random.below(c.numDistinct);
+        const f32* vertex = &distinct[number * kFloats];
+        for (u32 k = 0; k < kFloats; ++k)
+            packed.push_back(k == 3 || c.jitter == 0.0f ? vertex[k] : vertex[k] + c.jitter * random.unit());
+    }
+    Mesh mesh;
+    mesh.vertices[0].stride = 4;
+    mesh.vertices[1].stride = 3;
+    mesh.vertices[4].stride = 2;
+    mesh.vertices.deinterleave(packed, c.count);
+    for (u32 i = 0; i < c.count / 3 * 3; ++i)
+        mesh.indices.indices.push_back(i);
+    return mesh;
+}
+
 const MeshCase kMeshCases[] = {
-    {"duplicates", 1'000'000, 200'000, 0.0f, false},
-    {"near-duplicates", 1'000'000, 200'000, 0.4e-5f, false},
-    {"no duplicates", 1'000'000, 1'000'000, 0.0f, false},
-    {"one position", 100'000, 100'000, 0.0f, true},
+    {"duplicates", 1'000'000, 200'000, 0.0f, false, 1.0},
+    {"near-duplicates", 1'000'000, 200'000, 0.4e-5f, false, 1.0},
+    {"no duplicates", 1'000'000, 1'000'000, 0.0f, false, 1.0},
+    {"one position", 100'000, 100'000, 0.0f, true, 3.0},
 };
 
 std::size_t remap(const Mesh& mesh, const zr::vector<f32>& packed)
@@ -112,43 +106,23 @@ std::size_t remap(const Mesh& mesh, const zr::vector<f32>& packed)
                                        packed.data(), table.size(), kFloats * sizeof(f32));
 }
 
-void weld(benchmark::State& state, const MeshCase& c)
+void reportWeld(const MeshCase& c)
 {
-    const Mesh mesh = makeMesh(c.count, c.numDistinct, c.jitter, c.isAtOnePoint);
-    for (auto _ : state)
+    const Mesh mesh = makeMesh(c);
+    const zr::vector<f32> packed = mesh.vertices.interleave();
+    Mesh copy;
+    std::size_t kept = 0;
+    double whole = 1e9;
+    double peer = 1e9;
+    for (int round = 0; round < 7; ++round)
     {
-        state.PauseTiming();
-        Mesh copy = mesh;
-        state.ResumeTiming();
-        benchmark::DoNotOptimize(weldVertices(copy.vertices, copy.indices, kTolerance));
+        copy = mesh;
+        whole = std::min(whole, bench::secondsOf([&] { weldVertices(copy.vertices, copy.indices, kTolerance); }));
+        peer = std::min(peer, bench::secondsOf([&] { kept = remap(mesh, packed); }));
     }
-}
-
-void printWeldRatios()
-{
-    std::printf("\nweldVertices against meshopt_generateVertexRemap of the same vertices, best of 7 by turns\n");
-    for (const MeshCase& c : kMeshCases)
-    {
-        const Mesh mesh = makeMesh(c.count, c.numDistinct, c.jitter, c.isAtOnePoint);
-        const zr::vector<f32> packed = mesh.vertices.interleave();
-        double whole = 1e9;
-        double pairs = 1e9;
-        double peer = 1e9;
-        u32 removed = 0;
-        for (int round = 0; round < 7; ++round)
-        {
-            Mesh copy = mesh;
-            whole =
-                std::min(whole, secondsOf([&] { removed = weldVertices(copy.vertices, copy.indices, kTolerance); }));
-            pairs = std::min(
-                pairs,
-                secondsOf(
-                    [&] { benchmark::DoNotOptimize(findWeldTargets({packed.data(), c.count, kFloats}, kTolerance)); }));
-            peer = std::min(peer, secondsOf([&] { benchmark::DoNotOptimize(remap(mesh, packed)); }));
-        }
-        std::printf("  %-16s %8u vertices, %8u removed: %6.1f ns a vertex, %5.2f times the peer; pairs alone %5.2f\n",
-                    c.name, c.count, removed, 1e9 * whole / c.count, whole / peer, pairs / peer);
-    }
+    bench::row(fmt::format("weld, {}", c.name), whole / peer, c.aim,
+               fmt::format("the exact remap ({:.1f} ns a vertex, {} of {} vertices kept, the remap {})",
+                           1e9 * whole / c.count, copy.vertices.getVertexCount(), c.count, kept));
 }
 
 // --------------------------------------------------------------------------------------------------------- tree
@@ -220,29 +194,31 @@ const auto kBefore = [](std::size_t i) { return i - 1; };
 const auto kTransform = [](std::size_t) { return std::size_t{3}; };
 
 const TreeCase kTreeCases[] = {
-    {"wide, transforms", [](std::size_t n) { return makeTree(n, [](std::size_t) { return 0; }, kTransform, kAlways); }},
-    {"deep, transforms",
+    {"nodes, wide, transforms",
+     [](std::size_t n) { return makeTree(n, [](std::size_t) { return 0; }, kTransform, kAlways); }},
+    {"nodes, deep, transforms",
      [](std::size_t n) { return makeTree(n, kBefore, kTransform, [n](std::size_t i) { return i == n; }); }},
-    {"deep, unused", [](std::size_t n) { return makeTree(n, kBefore, kTransform, [](std::size_t) { return false; }); }},
-    {"deep, plain nodes",
+    {"nodes, deep, unused",
+     [](std::size_t n) { return makeTree(n, kBefore, kTransform, [](std::size_t) { return false; }); }},
+    {"nodes, deep, plain nodes",
      [](std::size_t n) { return makeTree(n, kBefore, [](std::size_t) { return std::size_t{0}; }, kAlways); }},
-    {"deep, transform and visibility by turns",
+    {"nodes, deep, transform and visibility by turns",
      [](std::size_t n)
      {
          return makeTree(
              n, kBefore, [](std::size_t i) { return i % 2 ? std::size_t{3} : std::size_t{1}; },
              [n](std::size_t i) { return i == n; });
      }},
-    {"deep, one transform above visibility",
+    {"nodes, deep, one transform above visibility",
      [](std::size_t n)
      {
          return makeTree(
              n, kBefore, [](std::size_t i) { return i == 1 ? std::size_t{3} : std::size_t{1}; },
              [n](std::size_t i) { return i == n; });
      }},
-    {"deep, transform and animation by turns",
+    {"nodes, deep, transform and animation by turns",
      [](std::size_t n) { return makeTree(n, kBefore, [](std::size_t i) { return 2 + i % 2; }, kAlways); }},
-    {"random, all kinds",
+    {"nodes, random, all kinds",
      [](std::size_t n)
      {
          Random random;
@@ -292,150 +268,35 @@ const Pass kMaterialPasses = [](RootNode* root)
     mergeNodes(root);
 };
 
-void runPass(benchmark::State& state, const TreeCase& c, const Pass& pass)
-{
-    for (auto _ : state)
-    {
-        state.PauseTiming();
-        ObjectPtr<RootNode> root = c.make(static_cast<std::size_t>(state.range(0)));
-        state.ResumeTiming();
-        pass(root.get());
-        state.PauseTiming();
-        root.release();
-        state.ResumeTiming();
-    }
-}
-
-double bestOf(const TreeCase& c, const Pass& pass, std::size_t count, int rounds)
+double bestOf(const TreeCase& c, const Pass& pass, std::size_t count)
 {
     double best = 1e9;
-    for (int round = 0; round < rounds; ++round)
+    for (int round = 0; round < 3; ++round)
     {
         const ObjectPtr<RootNode> root = c.make(count);
-        best = std::min(best, secondsOf([&] { pass(root.get()); }));
+        best = std::min(best, bench::secondsOf([&] { pass(root.get()); }));
     }
     return best;
 }
 
-void printGrowth(const TreeCase& c, const Pass& pass, const std::vector<std::size_t>& counts)
+void reportGrowth(const TreeCase& c, const Pass& pass, std::size_t count)
 {
-    std::printf("  %-42s", c.name);
-    double before = 0.0;
-    for (const std::size_t count : counts)
-    {
-        const double seconds = bestOf(c, pass, count, 3);
-        std::printf(" %7zu: %8.2f ms", count, 1e3 * seconds);
-        if (before > 0.0) std::printf(" (%5.1f times)", seconds / before);
-        before = seconds;
-    }
-    std::printf("\n");
-}
-
-// --------------------------------------------------------------------------------------------------------- city
-
-/// 2,000 parts, 40 materials of which most are copies, 1,500,000 unwelded vertices.
-ObjectPtr<RootNode> makeCity()
-{
-    constexpr u32 kParts = 2000;
-    constexpr u32 kVertices = 750;
-    const auto root = create<RootNode>("model::RootNode");
-    const auto top = create<Node>("model::Node");
-    root->setRootTransform(top);
-    std::vector<MaterialPtr> materials;
-    for (int i = 0; i < 40; ++i)
-    {
-        materials.emplace_back(new PropertiesSet());
-        materials.back()->setTexture(0, ("wall" + std::to_string(i % 8)).c_str());
-        materials.back()->setFormat(0, 4);
-        materials.back()->setFormat(1, 3);
-        materials.back()->setFormat(4, 2);
-        materials.back()->setChannel(0, 0);
-    }
-    for (u32 part = 0; part < kParts; ++part)
-    {
-        const auto place = create<TransformNode>("model::TransformNode");
-        place->setMatrix(offset(part));
-        top->insert(place, nullptr);
-        const auto node = create<RenderNode>("model::RenderNode");
-        Mesh mesh = makeMesh(kVertices, kVertices / 4, 0.0f, false);
-        node->material = materials[part % materials.size()];
-        node->vertices = std::move(mesh.vertices);
-        node->indices = std::move(mesh.indices);
-        node->setControlNode(0, place);
-        root->addRenderNode(node);
-    }
-    return root;
-}
-
-void printShares()
-{
-    struct Step
-    {
-        const char* name;
-        Pass pass;
-        double seconds = 1e9;
-    };
-    std::vector<Step> steps = {
-        {"fixZeroNormals", [](RootNode* root) { fixZeroNormals(root); }},
-        {"optimizeTransformations", [](RootNode* root) { optimizeTransformations(root); }},
-        {"mergeEqualPropertiesSets", [](RootNode* root) { mergeEqualPropertiesSets(root); }},
-        {"optimizeTextureChannels",
-         [](RootNode* root)
-         {
-             u32 removed = 0;
-             optimizeTextureChannels(root, &removed);
-         }},
-        {"mergeNodes", [](RootNode* root) { mergeNodes(root); }},
-        {"extremlyOptimizeMeshes", [](RootNode* root) { extremlyOptimizeMeshes(root, kTolerance); }},
-        {"remapMeshes", [](RootNode* root) { remapMeshes(root); }},
-        {"optimizeVertexCache", [](RootNode* root) { optimizeVertexCache(root); }},
-    };
-    for (int round = 0; round < 3; ++round)
-    {
-        const auto root = makeCity();
-        for (Step& step : steps)
-            step.seconds = std::min(step.seconds, secondsOf([&] { step.pass(root.get()); }));
-    }
-    double sum = 0.0;
-    for (const Step& step : steps)
-        sum += step.seconds;
-    std::printf("\nShare of each pass in a city of 2,000 parts and 1,500,000 vertices, %.1f ms together\n", 1e3 * sum);
-    for (const Step& step : steps)
-        std::printf("  %-26s %7.1f ms %5.1f %%\n", step.name, 1e3 * step.seconds, 100.0 * step.seconds / sum);
-}
-
-void registerAll()
-{
-    for (const MeshCase& c : kMeshCases)
-        benchmark::RegisterBenchmark((std::string("weld/") + c.name).c_str(),
-                                     [&c](benchmark::State& state) { weld(state, c); })
-            ->Unit(benchmark::kMillisecond);
-    for (const TreeCase& c : kTreeCases)
-        benchmark::RegisterBenchmark((std::string("tree/") + c.name).c_str(),
-                                     [&c](benchmark::State& state) { runPass(state, c, kTreePass); })
-            ->Arg(10'000)
-            ->Unit(benchmark::kMillisecond);
-    for (const TreeCase& c : kMaterialCases)
-        benchmark::RegisterBenchmark(c.name, [&c](benchmark::State& state) { runPass(state, c, kMaterialPasses); })
-            ->Arg(1'000)
-            ->Unit(benchmark::kMillisecond);
+    const double small = bestOf(c, pass, count);
+    const double large = bestOf(c, pass, 10 * count);
+    bench::row(fmt::format("{} {}", fmt::group_digits(10 * count), c.name), large / small, 12.0,
+               fmt::format("the time of a tenth ({:.2f} ms -> {:.2f} ms)", 1e3 * small, 1e3 * large));
 }
 } // namespace
 
-int main(int argc, char** argv)
+int main()
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    registerAll();
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    printWeldRatios();
-    std::printf("\nTree passes, best of 3, and the ratio for ten times the nodes\n");
+    std::printf("Welding against meshopt_generateVertexRemap of the same vertices\n");
+    for (const MeshCase& c : kMeshCases)
+        reportWeld(c);
+    std::printf("\nThe tree pass, ten times the nodes\n");
     for (const TreeCase& c : kTreeCases)
-        printGrowth(c, kTreePass, {1'000, 10'000, 100'000});
-    std::printf("\nMaterial passes and merging, best of 3, and the ratio for ten times the materials\n");
+        reportGrowth(c, kTreePass, 10'000);
+    std::printf("\nMaterial passes and merging, ten times the materials\n");
     for (const TreeCase& c : kMaterialCases)
-        printGrowth(c, kMaterialPasses, {100, 1'000, 10'000});
-    printShares();
-    return 0;
+        reportGrowth(c, kMaterialPasses, 1'000);
 }

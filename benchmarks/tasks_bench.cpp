@@ -6,43 +6,27 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <thread>
 #include <vector>
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
+#include <fmt/format.h>
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 #include <tbb/task_group.h>
 
+#include "support/measure.h"
 #include <zr/log/Control.h>
 #include <zr/tasks/LaneExecutor.h>
 #include <zr_private/ExecHubThreadPool.h>
 
 namespace
 {
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
 using zr::AsyncTaskPriority;
 
 constexpr int kRounds = 5;
-
-double secondsOf(const std::function<void()>& work)
-{
-    const Clock::time_point start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-/// Best times of rivals that take turns.
-std::vector<double> race(const std::vector<std::function<void()>>& rivals)
-{
-    std::vector<double> best(rivals.size(), 1e9);
-    for (int round = 0; round < kRounds; ++round)
-        for (std::size_t i = 0; i < rivals.size(); ++i)
-            best[i] = std::min(best[i], secondsOf(rivals[i]));
-    return best;
-}
 
 constexpr int kTasks = 1000000;
 
@@ -101,16 +85,23 @@ void benchTasks(int numThreads, int burst)
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(numThreads));
     tbb::task_arena arena(numThreads);
     boost::asio::thread_pool asioPool(static_cast<std::size_t>(numThreads));
-    const std::vector<double> best = race({
-        [&] { ours(pool, binding, *executor, burst); },
-        [&] { theirs(arena, burst); },
-        [&] { post(asioPool, burst); },
-    });
-    std::printf("%d empty tasks, bursts of %7d, %d thread%s %6.0f ns each  oneTBB's task group: ratio %.2f  aim 1.00  "
-                "Boost.Asio's pool: ratio %.2f  aim 1.00\n",
-                kTasks, burst, numThreads, numThreads > 1 ? "s" : " ", best[0] / kTasks * 1e9, best[0] / best[1],
-                best[0] / best[2]);
-    std::fflush(stdout);
+    const std::vector<double> best = bench::bestByTurns(
+        {
+            [&] { ours(pool, binding, *executor, burst); },
+            [&] { theirs(arena, burst); },
+            [&] { post(asioPool, burst); },
+        },
+        kRounds);
+    const std::string threads = bench::threadsText(static_cast<std::size_t>(numThreads));
+    const auto print = [&](const char* peer, double seconds)
+    {
+        bench::row(
+            fmt::format("empty tasks, bursts of {}, {}, {}", fmt::group_digits(burst), threads, peer),
+            best[0] / seconds, 1.0,
+            fmt::format("{} ({:.0f} ns a task, {:.0f} ns)", peer, best[0] / kTasks * 1e9, seconds / kTasks * 1e9));
+    };
+    print("oneTBB's task group", best[1]);
+    print("Boost.Asio's pool", best[2]);
 }
 
 constexpr int kElements = 2000000;
@@ -171,21 +162,23 @@ void benchPool(int numThreads)
     const auto give = [&pool](void* element) { pool.release(element); };
     const auto allocate = [] { return std::malloc(kElementSize); };
     const auto release = [](void* element) { std::free(element); };
-    const std::vector<double> best = race({
-        [&] { churn(numThreads, take, give); },
-        [&] { churn(numThreads, allocate, release); },
-        [&] { handOver(numThreads, take, give); },
-        [&] { handOver(numThreads, allocate, release); },
-    });
+    const std::vector<double> best = bench::bestByTurns(
+        {
+            [&] { churn(numThreads, take, give); },
+            [&] { churn(numThreads, allocate, release); },
+            [&] { handOver(numThreads, take, give); },
+            [&] { handOver(numThreads, allocate, release); },
+        },
+        kRounds);
+    const std::string threads = bench::threadsText(static_cast<std::size_t>(numThreads));
     const auto print = [&](const char* what, std::size_t our, int elements)
     {
-        std::printf("object pool, %-26s %d thread%s %6.1f ns each  malloc and free: ratio %.2f  %s\n", what, numThreads,
-                    numThreads > 1 ? "s" : " ", best[our] / elements * 1e9, best[our] / best[our + 1],
-                    numThreads > 1 ? "aim 0.50" : "no aim");
+        bench::row(fmt::format("object pool, {}, {}", what, threads), best[our] / best[our + 1],
+                   numThreads > 1 ? 0.5 : bench::kNoAim,
+                   fmt::format("malloc and free ({:.1f} ns an element)", best[our] / elements * 1e9));
     };
     print("each thread its own", 0, kElements);
     print("handed to the next thread", 2, kElements / 4);
-    std::fflush(stdout);
 }
 
 void benchWakeUp()

@@ -4,7 +4,6 @@
 // touches all of them alike and mostly falls out.
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -16,19 +15,20 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <malloc.h>
 #include <physfs.h>
 #include <unistd.h>
 #include <zip.h>
 #include <zlib.h>
 
+#include "support/measure.h"
 #include <zr/log/Control.h>
 #include <zrvfs/Drivers/ZipArchive.h>
 #include <zrvfs/VFSManager.h>
 
 namespace
 {
-using Clock = std::chrono::steady_clock;
 using Bytes = std::vector<zr::u8>;
 namespace fs = std::filesystem;
 
@@ -41,13 +41,6 @@ void need(bool holds, const char* what)
     if (holds) return;
     std::fprintf(stderr, "failed: %s\n", what);
     std::exit(1);
-}
-
-double secondsOf(const std::function<void()>& work)
-{
-    const Clock::time_point start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 /// A rival does a piece of the work; what it does between pieces isn't timed.
@@ -67,7 +60,7 @@ std::vector<double> race(std::size_t pieces, const std::vector<Rival>& rivals, i
         for (int round = 0; round < rounds; ++round)
             for (std::size_t i = 0; i < rivals.size(); ++i)
             {
-                best[i] = std::min(best[i], secondsOf([&] { rivals[i].work(piece); }));
+                best[i] = std::min(best[i], bench::secondsOf([&] { rivals[i].work(piece); }));
                 rivals[i].between();
             }
         for (std::size_t i = 0; i < rivals.size(); ++i)
@@ -76,20 +69,14 @@ std::vector<double> race(std::size_t pieces, const std::vector<Rival>& rivals, i
     return total;
 }
 
-/// One line of the table for each rival of the first; `aim` holds for the ratio to the rival of that name.
-void report(const char* row, const std::vector<Rival>& rivals, const std::vector<double>& values, const char* unit,
-            const char* aimed = "", double aim = 0)
+/// A row for each rival of the first; `aim` holds for the ratio to the rival of that name.
+void report(const std::string& row, const std::vector<Rival>& rivals, const std::vector<double>& values,
+            const char* unit, std::string_view aimed = "", double aim = bench::kNoAim)
 {
     for (std::size_t i = 1; i < rivals.size(); ++i)
-    {
-        const double ratio = values[0] / values[i];
-        const bool isAimed = std::string_view(aimed) == rivals[i].name;
-        std::printf("%-34s %9.3f %-4s %-12s %9.3f  ratio %6.3f", row, values[0], unit, rivals[i].name, values[i],
-                    ratio);
-        if (isAimed) std::printf("  aim %.2f %s", aim, ratio <= aim ? "met" : "MISSED");
-        std::puts("");
-    }
-    std::fflush(stdout);
+        bench::row(fmt::format("{}, {}", row, rivals[i].name), values[0] / values[i],
+                   aimed == rivals[i].name ? aim : bench::kNoAim,
+                   fmt::format("{} ({:.3f} {}, {:.3f} {})", rivals[i].name, values[0], unit, values[i], unit));
 }
 
 /// Deals the numbers below `count` to threads: `work(number, thread)`.
@@ -311,9 +298,8 @@ void raceReading(const char* kind, const char* archivePath, std::size_t threads)
         reading("PhysicsFS", [&](std::size_t i, std::size_t thread) { readWithPhysFs(members[i], scratch[thread]); }),
         reading("libzip", [&](std::size_t i, std::size_t thread)
                 { readWithLibzip(archives[thread], i, members[i], scratch[thread]); })};
-    char row[64];
-    std::snprintf(row, sizeof(row), "reading, %s, %zu thread%s", kind, threads, threads == 1 ? "" : "s");
-    report(row, rivals, race(starts.size() - 1, rivals, readRounds), "s", "pure", 1.05);
+    report(fmt::format("reading, {}, {}", kind, bench::threadsText(threads)), rivals,
+           race(starts.size() - 1, rivals, readRounds), "s", "pure", 1.05);
     for (zip_t* const each : archives)
         zip_discard(each);
     PHYSFS_unmount(archivePath);
@@ -335,7 +321,7 @@ void raceFormats(std::size_t threads)
     };
     const std::vector<Rival> rivals{reading("ZRCZ", "packed.zrcz"), reading("deflated", "deflated.zip"),
                                     reading("stored", "stored.zip")};
-    report(threads == 1 ? "ZRCZ, 1 thread, against zip" : "ZRCZ, 2 threads, against zip", rivals,
+    report(fmt::format("reading ZRCZ, {}", bench::threadsText(threads)), rivals,
            race(starts.size() - 1, rivals, readRounds), "s");
 }
 

@@ -108,9 +108,6 @@ endforeach()
 if(ZRM_BUILD_TESTS)
     find_package(GTest CONFIG REQUIRED)
 endif()
-if(ZRM_BUILD_BENCHMARKS)
-    find_package(benchmark CONFIG QUIET) # optional: without it only benchmarks that bring their own main() are built
-endif()
 
 if(ZRM_BUILD_MODULE)
     if(NOT pybind11_DIR)

@@ -15,7 +15,7 @@ phmap_package=libparallel-hashmap-dev
 # ccache is for the tests, which compile the wheel anew; it comes with the first build, whose objects it then has.
 build_packages=(cmake ninja-build ccache)
 # A browser for the page that zrm_inspect makes: the one without a window, which is the smaller.
-test_packages=(libgtest-dev libbenchmark-dev zip p7zip-full libarchive-tools chromium-headless-shell)
+test_packages=(libgtest-dev zip p7zip-full libarchive-tools chromium-headless-shell)
 fuzz_packages=(clang libclang-rt-dev)
 wheel_packages=(debootstrap)
 peer_packages=(libspdlog-dev libtbb-dev libboost-dev libphysfs-dev libzip-dev gltfpack)

@@ -36,16 +36,3 @@ def best_by_turns(cases: list[tuple[Prepare, Run]], rounds: int) -> list[float]:
 
 def nothing() -> None:
     """The preparation of a case that needs none."""
-
-
-def heading(text: str) -> None:
-    print(f"\n{text}\n{'-' * len(text)}")
-
-
-def ratio_line(name: str, ours: float, peer: float, peer_name: str, aim: str = "") -> None:
-    tail = f"   (aim: {aim})" if aim else ""
-    print(f"{name:<46} {ours * 1e3:10.2f} ms  {ours / peer:6.2f} x {peer_name} ({peer * 1e3:.2f} ms){tail}")
-
-
-def growth_line(name: str, small: float, large: float, aim: float = 12.0) -> None:
-    print(f"{name:<46} {small * 1e3:10.2f} ms -> {large * 1e3:10.2f} ms  {large / small:6.2f} x   (aim: at most {aim:g})")
