@@ -83,6 +83,15 @@ bool Vertices::isValid() const
                        });
 }
 
+void Vertices::prefetch() const
+{
+    constexpr std::size_t kLine = 64 / sizeof(f32);
+    constexpr std::size_t kEnough = 64 * kLine; // of a long array the processor itself fetches the rest
+    for (const auto& [semantic, attribute] : attributes)
+        for (std::size_t i = 0; i < std::min(attribute.data.size(), kEnough); i += kLine)
+            __builtin_prefetch(&attribute.data[i]);
+}
+
 bool Vertices::isConsistent() const
 {
     if (packed) return true;

@@ -95,6 +95,9 @@ public:
 
     /// Whether each attribute's size is a multiple of its `stride` (with a `stride` of 0: empty).
     bool isValid() const;
+    /// Asks for the data ahead of their use: thousands of small meshes lie anywhere in memory.
+    void prefetch() const;
+
     /// Whether this is valid and all attributes of a `stride` above 0 hold `getVertexCount()` vertices.
     bool isConsistent() const;
     /// @throws zr::ExtException "Vertex data is invalid." unless `isConsistent()`

@@ -142,8 +142,11 @@ ObjectPtr<RenderNode> mergeRenderNodes(const Group<RenderNode>& group, MemberMes
     if (meshes == MemberMeshes::kStay) checkMergeable(group);
 
     MergedMesh mesh(group, meshes);
-    for (const ObjectPtr<RenderNode>& member : group)
-        mesh.add(*member);
+    for (std::size_t i = 0; i < group.size(); ++i)
+    {
+        if (i + 1 < group.size()) group[i + 1]->vertices.prefetch();
+        mesh.add(*group[i]);
+    }
     const auto merged = create<RenderNode>("model::RenderNode");
     merged->setMaterial(group.front()->material);
     mesh.moveTo(*merged);

@@ -24,10 +24,10 @@ constexpr f64 kCellOffset = 0.381966011250105;
 constexpr u32 kLongestChain = 32;
 /// Marks a table entry that names a tree; such counts of vertices don't fit any memory.
 constexpr u32 kTreeFlag = 0x80000000u;
-/// Vertices whose places are computed ahead, so that the table and the vertices in it are on their way to the cache
-/// when their turn comes.
+/// Vertices whose places are computed ahead, so that the table is on its way to the cache when their turn comes.
 constexpr u32 kBlock = 128;
-constexpr u32 kAhead = 8;
+/// As far ahead a vertex is asked for: the table's random accesses keep the processor from doing so by itself.
+constexpr std::size_t kAhead = 64;
 
 /// Odd numbers without a pattern, by which the coordinates of a cell go into its key.
 constexpr u64 kFactors[kGridAxes + 1] = {0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu, 0x165667B19E3779F9u,
@@ -74,16 +74,17 @@ public:
     {
         const bool isNew = cell.value == kNoVertex;
         cell = {hash, value};
-        if (isNew && ++used > cells.size() / 4 * 3) grow();
+        if (isNew && ++used > cells.size() / 2) grow();
     }
 
 private:
     void setShift() { shift = 32 - std::countr_zero(cells.size()); }
 
-    /// The high bits of a hash give its slot, so all keep their order, and memory is gone through once.
+    /// The high bits of a hash give its slot, so all keep their order, and memory is gone through once. Most meshes
+    /// have either far fewer cells than vertices or nearly as many.
     void grow()
     {
-        zr::vector<Cell> old(cells.size() * 2);
+        zr::vector<Cell> old(cells.size() * 4);
         old.swap(cells);
         setShift();
         for (const Cell& cell : old)
@@ -105,7 +106,7 @@ public:
           // A little more than the tolerance, for what rounding hides; in cells.
           reach(static_cast<f64>(weldTolerance) * cellsPerUnit * 1.0001),
           axes(std::min(packed.dimension, kGridAxes)),
-          cells(packed.count),
+          cells(packed.count / 2),
           next(static_cast<u32*>(zr_malloc(packed.count * sizeof(u32)))),
           tree(points, next.get(), weldTolerance)
     {
@@ -132,11 +133,6 @@ public:
         cells.prefetch(place.hash);
         if (place.hasNeighbours()) forEachNeighbour(place, [this](u32 hash) { cells.prefetch(hash); });
     }
-    void prefetchVertex(const GridPlace& place)
-    {
-        if (const u32 head = cells.find(place.hash).value; !(head & kTreeFlag)) __builtin_prefetch(points[head]);
-    }
-
     /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which stands for the
     /// point from then on and lies above all that came before.
     u32 findOrAdd(const GridPlace& place, const f32* point, u32 candidate)
@@ -260,13 +256,13 @@ zr::vector<u32> weld(PackedVertices& vertices, const zr::vector<u8>& isUsed, f32
         for (; vertex < count && block < kBlock; ++vertex)
         {
             if (!isUsed[vertex]) continue;
+            __builtin_prefetch(vertices[std::min(vertex + kAhead, count - 1)]);
             inBlock[block] = vertex;
             places[block] = grid.find(vertices[vertex]);
             grid.prefetchCells(places[block++]);
         }
         for (std::size_t i = 0; i < block; ++i)
         {
-            if (i + kAhead < block) grid.prefetchVertex(places[i + kAhead]);
             const f32* point = vertices[inBlock[i]];
             const bool isPlaced = !places[i].isNowhere;
             areAllPlaced &= isPlaced;
