@@ -116,6 +116,8 @@ public:
     zr::vector<f32> interleave() const;
     /// The same, into room for `getVertexCount() * getStride()` floats, which needs no alignment. Nothing is allocated.
     void interleaveInto(void* out) const;
+    /// The same of `count` vertices from `first` on. For consistent vertices; not checked.
+    void interleaveInto(void* out, std::size_t first, std::size_t count) const;
     /// The reverse, into the attributes that are there; each is sized for `vertexCount`.
     /// @throws zr::ExtException "Vertex data is invalid." when `floats` is too short, with nothing changed
     void deinterleave(const zr::vector<f32>& floats, u32 vertexCount);

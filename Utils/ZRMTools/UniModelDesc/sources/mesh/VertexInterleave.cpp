@@ -84,9 +84,14 @@ void moveLanes(const zr::small_vector<Lane<Float>, kNumSemantics>& lanes, Byte* 
 void Vertices::interleaveInto(void* out) const
 {
     checkConsistent();
+    interleaveInto(out, 0, getVertexCount());
+}
+
+void Vertices::interleaveInto(void* out, std::size_t first, std::size_t count) const
+{
     if (packed)
     {
-        std::memcpy(out, packed.data(), packed.size());
+        std::memcpy(out, packed[first], count * packed.getStride() * sizeof(f32));
         return;
     }
     zr::small_vector<Lane<const f32>, kNumSemantics> lanes;
@@ -94,10 +99,10 @@ void Vertices::interleaveInto(void* out) const
     for (const auto& [semantic, attribute] : attributes)
     {
         if (attribute.stride == 0) continue;
-        lanes.push_back({attribute.data.data(), attribute.stride, floats});
+        lanes.push_back({attribute.data.data() + first * attribute.stride, attribute.stride, floats});
         floats += attribute.stride;
     }
-    moveLanes(lanes, static_cast<u8*>(out), floats * sizeof(f32), getVertexCount());
+    moveLanes(lanes, static_cast<u8*>(out), floats * sizeof(f32), count);
 }
 
 zr::vector<f32> Vertices::interleave() const

@@ -99,11 +99,13 @@ TEST(Weld, KeepsWhatTheFullComparisonKeeps)
         zr::vector<u8> isUsed(points.size() / dimension, 1);
         for (unsigned i = random.pick({0u, 3u}); i-- > 0;)
             isUsed[random.below(isUsed.size())] = 0;
-        PackedVertices packed(isUsed.size(), dimension);
-        std::memcpy(packed.data(), points.data(), packed.size());
-        const zr::vector<u32> numbers = weld(packed, isUsed, tolerance);
+        Vertices vertices;
+        vertices[0] = {points, static_cast<u32>(dimension)};
+        if (random.chance(50)) vertices.pack();
+        const zr::vector<u32> numbers = weld(vertices, isUsed, tolerance);
         ASSERT_EQ(weldedNumbers(points, dimension, tolerance, isUsed), numbers)
             << "seed " << seed << " dimension " << dimension;
+        const PackedVertices& packed = *vertices.getPacked();
         ASSERT_EQ(points.size() * sizeof(f32), packed.size());
         ASSERT_EQ(std::memcmp(points.data(), packed.data(), packed.size()), 0) << "seed " << seed;
     }

@@ -12,17 +12,18 @@ constexpr f64 kRounding = 1.000001;
 constexpr f64 kInfinity = std::numeric_limits<f64>::infinity();
 } // namespace
 
-VertexKdTree::VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance)
+VertexKdTree::VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance,
+                           const FloatRanges& floatRanges)
     : points(packed),
       next(links),
       tolerance(weldTolerance),
-      reach(static_cast<f64>(weldTolerance) * kRounding)
+      reach(static_cast<f64>(weldTolerance) * kRounding),
+      bounds(floatRanges)
 {
 }
 
 u32 VertexKdTree::create(u32 head)
 {
-    if (bounds.empty()) measure();
     const u32 tree = static_cast<u32>(nodes.size());
     nodes.emplace_back();
     while (head != kNoVertex)
@@ -77,19 +78,6 @@ VertexKdTree::Side VertexKdTree::sideOf(const TreeNode& node, u32 vertex) const
     const f64 x = coordinate(vertex, node.axis);
     if (std::isnan(x)) return kNaN;
     return x < node.split ? kBelow : kFrom;
-}
-
-void VertexKdTree::measure()
-{
-    bounds.assign(points.dimension, {kInfinity, -kInfinity});
-    for (std::size_t i = 0; i < points.count; ++i)
-        for (u32 axis = 0; axis < points.dimension; ++axis)
-        {
-            const f64 x = static_cast<f64>(points[i][axis]);
-            if (!std::isfinite(x)) continue;
-            bounds[axis].low = std::min(bounds[axis].low, x);
-            bounds[axis].high = std::max(bounds[axis].high, x);
-        }
 }
 
 VertexKdTree::Range VertexKdTree::spread(const TreeNode& leaf, u32 axis) const

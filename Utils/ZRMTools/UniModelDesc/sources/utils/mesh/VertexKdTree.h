@@ -3,8 +3,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "base/types.h"
-#include <zr/containers.h>
+#include "utils/mesh/FloatRanges.h"
 
 namespace model
 {
@@ -46,7 +45,8 @@ class VertexKdTree
 public:
     /// packed  looked at as long as the tree lives; what was inserted stays as it is
     /// links   one for each vertex, shared with the owner: a vertex is in one chain at a time
-    VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance);
+    /// ranges  of all vertices that will be inserted
+    VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance, const FloatRanges& floatRanges);
 
     /// A new tree; the result names it. It takes over the chain that starts at `head`.
     u32 create(u32 head);
@@ -74,12 +74,7 @@ private:
         u32 size = 0;
         u32 limit = 32;
     };
-    struct Range
-    {
-        f64 low = 0.0;
-        f64 high = 0.0;
-        f64 width() const { return high - low; }
-    };
+    using Range = FloatRanges::Range;
     struct Step
     {
         u32 node;
@@ -88,7 +83,6 @@ private:
 
     f64 coordinate(u32 vertex, u32 axis) const { return static_cast<f64>(points[vertex][axis]); }
     Side sideOf(const TreeNode& node, u32 vertex) const;
-    void measure();
     /// The finite values of an axis among the vertices of a leaf.
     Range spread(const TreeNode& leaf, u32 axis) const;
     u32 widestAxis(const TreeNode& leaf) const;
@@ -101,8 +95,7 @@ private:
     f32 tolerance;
     /// `tolerance` widened by what rounding can hide in a difference.
     f64 reach;
-    /// The finite values of each axis over the whole mesh.
-    zr::vector<Range> bounds;
+    const FloatRanges& bounds;
     zr::vector<TreeNode> nodes;
     mutable zr::vector<u32> pending;
     zr::vector<Step> path;

@@ -5,154 +5,96 @@
 #include <memory>
 
 #include "mesh/MeshUtils.h"
+#include "utils/mesh/CellTable.h"
+#include "utils/mesh/FloatRanges.h"
 #include "utils/mesh/VertexKdTree.h"
 #include <zr/checked.h>
 
 // A grid over the first three floats, hashed into a table of chains of kept vertices. Its cells are many times wider
 // than the tolerance, so that a vertex rarely has to look into more than its own cell, and still small against the
-// distance of vertices in a mesh. A chain that grows long holds vertices that differ in their other floats, or a mesh
-// of tiny size, and becomes a tree.
+// distance of vertices in a mesh.
+//
+// A chain that grows long holds vertices that differ in their other floats: its cell becomes a crowd, parted by a second
+// grid over some of those. A chain that grows long there too, as in a mesh of tiny
+// size, becomes a tree.
 namespace model
 {
 namespace
 {
-constexpr std::size_t kGridAxes = 3;
+/// Floats whose cells make the key in the first grid, and in the second one.
+constexpr std::size_t kPlaceAxes = 3;
+constexpr std::size_t kCrowdAxes = 5;
 /// Width of a cell in tolerances.
 constexpr f64 kCellWidth = 32.0;
 /// Where the cells begin, in cells: coordinates are mostly round numbers, which shall not lie at the border of two.
 constexpr f64 kCellOffset = 0.381966011250105;
 constexpr u32 kLongestChain = 32;
-/// Marks a table entry that names a tree; such counts of vertices don't fit any memory.
+/// Marks a table entry that names a tree, or is the one of a crowd; such counts of vertices don't fit any memory.
 constexpr u32 kTreeFlag = 0x80000000u;
+constexpr u32 kCrowd = 0xFFFFFFFEu;
 /// Vertices whose places are computed ahead, so that the table is on its way to the cache when their turn comes.
-constexpr u32 kBlock = 128;
+constexpr std::size_t kBlock = 128;
 /// As far ahead a vertex is asked for: the table's random accesses keep the processor from doing so by itself.
 constexpr std::size_t kAhead = 64;
 
 /// Odd numbers without a pattern, by which the coordinates of a cell go into its key.
-constexpr u64 kFactors[kGridAxes + 1] = {0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu, 0x165667B19E3779F9u,
-                                         0x27D4EB2F165667C5u};
+constexpr u64 kFactors[kPlaceAxes + kCrowdAxes] = {
+    0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu, 0x165667B19E3779F9u, 0xD6E8FEB86659FD93u,
+    0xA0761D6478BD642Fu, 0xE7037ED1A0B428DBu, 0x8EBC6AF09C88C6E3u, 0x589965CC75374CC3u};
+constexpr u64 kBitsFactor = 0x27D4EB2F165667C5u;
 
-/// Where a vertex lies.
-struct GridPlace
+u32 hashOf(u64 key)
 {
-    /// Of its own cell.
+    key = (key ^ (key >> 32)) * 0xD6E8FEB86659FD93u;
+    return static_cast<u32>((key ^ (key >> 29)) * kFactors[0] >> 32);
+}
+
+/// The cell in which some floats of a vertex lie.
+struct CellPlace
+{
     u64 key = 0;
+    /// Of the key, when the place is complete.
     u32 hash = 0;
-    /// It has a NaN for a coordinate, and so is nowhere.
+    /// One of the floats is NaN.
     bool isNowhere = false;
     /// A bit for each axis on which the cell before, or the one behind, lies within reach.
     u8 before = 0;
     u8 behind = 0;
 
     bool hasNeighbours() const { return (before | behind) != 0; }
-};
 
-/// A table of the cells that have vertices, found by the hash of their key; cells of one hash count as one.
-class CellTable
-{
-public:
-    struct Cell
+    /// Calls `function` with the key of each cell besides the own that lies within reach.
+    template <class Function>
+    void forEachNeighbour(const u64* factors, Function function) const
     {
-        u32 hash = 0;
-        /// `kNoVertex` for a cell that isn't there.
-        u32 value = kNoVertex;
-    };
-
-    explicit CellTable(std::size_t expected) : cells(std::bit_ceil(std::max<std::size_t>(expected, 16))) { setShift(); }
-
-    void prefetch(u32 hash) const { __builtin_prefetch(&cells[hash >> shift]); }
-    /// The cell, or where it belongs. Valid until the next `set`.
-    Cell& find(u32 hash)
-    {
-        std::size_t slot = hash >> shift;
-        while (cells[slot].value != kNoVertex && cells[slot].hash != hash)
-            slot = (slot + 1) & (cells.size() - 1);
-        return cells[slot];
-    }
-    void set(Cell& cell, u32 hash, u32 value)
-    {
-        const bool isNew = cell.value == kNoVertex;
-        cell = {hash, value};
-        if (isNew && ++used > cells.size() / 2) grow();
-    }
-
-private:
-    void setShift() { shift = 32 - std::countr_zero(cells.size()); }
-
-    /// The high bits of a hash give its slot, so all keep their order, and memory is gone through once. Most meshes
-    /// have either far fewer cells than vertices or nearly as many.
-    void grow()
-    {
-        zr::vector<Cell> old(cells.size() * 4);
-        old.swap(cells);
-        setShift();
-        for (const Cell& cell : old)
-            if (cell.value != kNoVertex) find(cell.hash) = cell;
-    }
-
-    zr::vector<Cell> cells;
-    std::size_t used = 0;
-    int shift = 0;
-};
-
-class WeldGrid
-{
-public:
-    WeldGrid(const PackedPoints& packed, f32 weldTolerance)
-        : points(packed),
-          tolerance(weldTolerance),
-          cellsPerUnit(1.0 / (kCellWidth * std::max(static_cast<f64>(weldTolerance), 1e-30))),
-          // A little more than the tolerance, for what rounding hides; in cells.
-          reach(static_cast<f64>(weldTolerance) * cellsPerUnit * 1.0001),
-          axes(std::min(packed.dimension, kGridAxes)),
-          cells(packed.count / 2),
-          next(static_cast<u32*>(zr_malloc(packed.count * sizeof(u32)))),
-          tree(points, next.get(), weldTolerance)
-    {
-    }
-
-    GridPlace find(const f32* point) const
-    {
-        GridPlace place;
-        if (points.dimension > kBitsFloat)
+        u64 keys[1 << kCrowdAxes] = {key};
+        std::size_t count = 1;
+        for (std::size_t axis = 0; (before | behind) >> axis != 0; ++axis)
         {
-            // The fourth float has to agree by its bits, so it belongs to the cell.
-            u32 bits;
-            std::memcpy(&bits, point + kBitsFloat, sizeof(bits));
-            place.key = bits * kFactors[kGridAxes];
+            if (!((before | behind) >> axis & 1)) continue;
+            const u64 step = before >> axis & 1 ? u64{0} - factors[axis] : factors[axis];
+            for (std::size_t i = 0; i < count; ++i)
+                keys[count + i] = keys[i] + step;
+            count *= 2;
         }
-        for (std::size_t axis = 0; axis < axes; ++axis)
-            addAxis(place, point[axis], axis);
-        place.hash = hashOf(place.key);
-        return place;
+        for (std::size_t i = 1; i < count; ++i)
+            function(keys[i]);
+    }
+};
+
+/// Cells of one width along any float.
+class CellScale
+{
+public:
+    explicit CellScale(f32 tolerance)
+        : cellsPerUnit(1.0 / (kCellWidth * std::max(static_cast<f64>(tolerance), 1e-30))),
+          // A little more than the tolerance, for what rounding hides; in cells.
+          reach(static_cast<f64>(tolerance) * cellsPerUnit * 1.0001)
+    {
     }
 
-    void prefetchCells(const GridPlace& place) const
-    {
-        cells.prefetch(place.hash);
-        if (place.hasNeighbours()) forEachNeighbour(place, [this](u32 hash) { cells.prefetch(hash); });
-    }
-    /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which stands for the
-    /// point from then on and lies above all that came before.
-    u32 findOrAdd(const GridPlace& place, const f32* point, u32 candidate)
-    {
-        CellTable::Cell& cell = cells.find(place.hash);
-        u32 best = search(cell, point);
-        if (place.hasNeighbours() && !isKept(best, point))
-            forEachNeighbour(place,
-                             [&](u32 hash)
-                             {
-                                 const u32 found = search(cells.find(hash), point);
-                                 if (found != kNoVertex && (best == kNoVertex || found > best)) best = found;
-                             });
-        if (best != kNoVertex) return best;
-        insert(cell, place.hash, candidate);
-        return candidate;
-    }
-
-private:
-    void addAxis(GridPlace& place, f32 coordinate, std::size_t axis) const
+    /// Adds a float to a place, as the coordinate on one of its axes.
+    void add(CellPlace& place, f32 coordinate, std::size_t axis, u64 factor) const
     {
         const f64 x = static_cast<f64>(coordinate) * cellsPerUnit + kCellOffset;
         // Cells are numbered as far as that is exact enough. Beyond, floats are so far apart that only equal ones
@@ -160,39 +102,83 @@ private:
         if (!(std::abs(x) < 0x1p50))
         {
             place.isNowhere |= std::isnan(x);
-            place.key += (u64{std::bit_cast<u32>(coordinate)} << 32) * kFactors[axis];
+            place.key += (u64{std::bit_cast<u32>(coordinate)} << 32) * factor;
             return;
         }
         // The nearest whole number stands in the low bits of this sum.
         const f64 sum = x + 0x1.8p52;
         const f64 fraction = x - (sum - 0x1.8p52);
-        place.key += std::bit_cast<u64>(sum) * kFactors[axis];
+        place.key += std::bit_cast<u64>(sum) * factor;
         place.before |= static_cast<u8>((fraction < reach - 0.5) << axis);
         place.behind |= static_cast<u8>((fraction > 0.5 - reach) << axis);
     }
 
-    static u32 hashOf(u64 key)
+private:
+    f64 cellsPerUnit;
+    f64 reach;
+};
+
+struct Free
+{
+    void operator()(void* pointer) const { std::free(pointer); }
+};
+
+class WeldGrid
+{
+public:
+    /// kept  its vertices are looked at from their `findOrAdd` on
+    WeldGrid(const PackedVertices& kept, f32 weldTolerance, const FloatRanges& floatRanges)
+        : points{kept.data(), kept.getCount(), kept.getStride()},
+          tolerance(weldTolerance),
+          scale(weldTolerance),
+          axes(std::min(points.dimension, kPlaceAxes)),
+          ranges(floatRanges),
+          cells(points.count / 2),
+          parts(0),
+          next(static_cast<u32*>(zr_malloc(points.count * sizeof(u32)))),
+          tree(points, next.get(), weldTolerance, ranges)
     {
-        key = (key ^ (key >> 32)) * 0xD6E8FEB86659FD93u;
-        return static_cast<u32>((key ^ (key >> 29)) * kFactors[0] >> 32);
     }
 
-    /// Calls `function` with the hash of each cell besides the own that lies within reach.
-    template <class Function>
-    static void forEachNeighbour(const GridPlace& place, Function function)
+    CellPlace find(const f32* point) const
     {
-        u64 keys[1 << kGridAxes] = {place.key};
-        std::size_t count = 1;
-        for (std::size_t axis = 0; axis < kGridAxes; ++axis)
-        {
-            if (!((place.before | place.behind) >> axis & 1)) continue;
-            const u64 step = place.before >> axis & 1 ? u64{0} - kFactors[axis] : kFactors[axis];
-            for (std::size_t i = 0; i < count; ++i)
-                keys[count + i] = keys[i] + step;
-            count *= 2;
-        }
-        for (std::size_t i = 1; i < count; ++i)
-            function(hashOf(keys[i]));
+        CellPlace place;
+        // The fourth float has to agree by its bits, so it belongs to the cell.
+        if (points.dimension > kBitsFloat) place.key = std::bit_cast<u32>(point[kBitsFloat]) * kBitsFactor;
+        for (std::size_t axis = 0; axis < axes; ++axis)
+            scale.add(place, point[axis], axis, kFactors[axis]);
+        place.hash = hashOf(place.key);
+        return place;
+    }
+
+    void prefetch(const CellPlace& place) const
+    {
+        cells.prefetch(place.hash);
+        if (place.hasNeighbours())
+            place.forEachNeighbour(kFactors, [this](u64 key) { cells.prefetch(hashOf(key)); });
+    }
+
+    /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which stands for the
+    /// point from then on and lies above all that came before.
+    u32 findOrAdd(const CellPlace& place, const f32* point, u32 candidate)
+    {
+        CellTable::Cell& cell = cells.find(place.hash);
+        u32 best = search(cell, place.key, point);
+        if (place.hasNeighbours() && !isKept(best, point))
+            place.forEachNeighbour(kFactors,
+                                   [&](u64 key) { raise(best, search(cells.find(hashOf(key)), key, point)); });
+        if (best != kNoVertex) return best;
+        if (cell.value == kCrowd)
+            insertIntoCrowd(place.key, candidate);
+        else
+            insert(cells, cell, place.hash, candidate);
+        return candidate;
+    }
+
+private:
+    static void raise(u32& best, u32 found)
+    {
+        if (found != kNoVertex && (best == kNoVertex || found > best)) best = found;
     }
 
     /// Whether the point is that of a kept vertex. Then no other agrees with it, as kept ones don't agree.
@@ -201,19 +187,47 @@ private:
         return vertex != kNoVertex && std::memcmp(points[vertex], point, points.dimension * sizeof(f32)) == 0;
     }
 
-    u32 search(CellTable::Cell& cell, const f32* point)
+    /// In a cell of the first grid.
+    u32 search(CellTable::Cell& cell, u64 key, const f32* point)
+    {
+        if (cell.value == kCrowd) return searchCrowd(key, point);
+        bool isLong = false;
+        const u32 found = searchCell(cell, point, isLong);
+        if (isLong) part(key, cell);
+        return found;
+    }
+
+    u32 searchCrowd(u64 key, const f32* point)
+    {
+        const CellPlace place = findInCrowd(key, point);
+        u32 best = searchPart(place.key, point);
+        if (place.hasNeighbours() && !isKept(best, point))
+            place.forEachNeighbour(kFactors + kPlaceAxes, [&](u64 other) { raise(best, searchPart(other, point)); });
+        return best;
+    }
+
+    u32 searchPart(u64 key, const f32* point)
+    {
+        CellTable::Cell& cell = parts.find(hashOf(key));
+        bool isLong = false;
+        const u32 found = searchCell(cell, point, isLong);
+        if (isLong) cell.value = tree.create(cell.value) | kTreeFlag;
+        return found;
+    }
+
+    u32 searchCell(const CellTable::Cell& cell, const f32* point, bool& isLong)
     {
         if (cell.value == kNoVertex) return kNoVertex;
         if (cell.value & kTreeFlag) return tree.findHighest(cell.value & ~kTreeFlag, point);
         u32 length = 0;
         for (u32 i = cell.value; i != kNoVertex; i = next[i], ++length)
             if (isSamePoint(points[i], point, points.dimension, tolerance)) return i;
-        if (length > kLongestChain) cell.value = tree.create(cell.value) | kTreeFlag;
+        isLong = length > kLongestChain;
         return kNoVertex;
     }
 
-    /// Chains have their highest vertex in front.
-    void insert(CellTable::Cell& cell, u32 hash, u32 vertex)
+    /// To be called in ascending order: chains have their highest vertex in front.
+    void insert(CellTable& table, CellTable::Cell& cell, u32 hash, u32 vertex)
     {
         if (cell.value != kNoVertex && cell.value & kTreeFlag)
         {
@@ -221,60 +235,97 @@ private:
             return;
         }
         next[vertex] = cell.value;
-        cells.set(cell, hash, vertex);
+        table.set(cell, hash, vertex);
     }
 
-    struct Free
+    void insertIntoCrowd(u64 key, u32 vertex)
     {
-        void operator()(void* pointer) const { std::free(pointer); }
-    };
+        const u32 hash = hashOf(findInCrowd(key, points[vertex]).key);
+        insert(parts, parts.find(hash), hash, vertex);
+    }
+
+    /// Turns a cell of the first grid into a crowd, or a tree where no other float parts vertices.
+    void part(u64 key, CellTable::Cell& cell)
+    {
+        if (crowdAxes.empty()) crowdAxes = ranges.widest(kBitsFloat + 1, kCrowdAxes);
+        if (crowdAxes.empty())
+        {
+            cell.value = tree.create(cell.value) | kTreeFlag;
+            return;
+        }
+        zr::vector<u32> members;
+        for (u32 i = cell.value; i != kNoVertex; i = next[i])
+            members.push_back(i);
+        cell.value = kCrowd;
+        for (std::size_t i = members.size(); i-- > 0;)
+            insertIntoCrowd(key, members[i]);
+    }
+
+    CellPlace findInCrowd(u64 key, const f32* point) const
+    {
+        CellPlace place{key};
+        for (std::size_t i = 0; i < crowdAxes.size(); ++i)
+            scale.add(place, point[crowdAxes[i]], i, kFactors[kPlaceAxes + i]);
+        return place;
+    }
 
     const PackedPoints points;
     const f32 tolerance;
-    const f64 cellsPerUnit;
-    const f64 reach;
+    const CellScale scale;
     const std::size_t axes;
+    const FloatRanges& ranges;
+    zr::vector<u32> crowdAxes;
     CellTable cells;
+    CellTable parts; ///< of crowds
     std::unique_ptr<u32[], Free> next;
     VertexKdTree tree;
 };
 } // namespace
 
-zr::vector<u32> weld(PackedVertices& vertices, const zr::vector<u8>& isUsed, f32 tolerance)
+zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 tolerance)
 {
-    const std::size_t count = vertices.getCount();
-    const std::size_t bytes = vertices.getStride() * sizeof(f32);
-    WeldGrid grid({vertices.data(), count, vertices.getStride()}, tolerance);
+    const std::size_t count = vertices.getVertexCount();
+    const std::size_t stride = vertices.getStride();
+    // Attributes are packed block by block: in a mesh of many copies, the memory for most of them is never touched.
+    const bool wasPacked = vertices.getPacked() != nullptr;
+    PackedVertices ofAttributes = wasPacked ? PackedVertices() : PackedVertices(count, stride);
+    PackedVertices& kept = wasPacked ? *vertices.pack() : ofAttributes;
+    zr::vector<f32> packedBlock(wasPacked ? 0 : kBlock * stride);
+
+    const FloatRanges ranges(vertices);
+    WeldGrid grid(kept, tolerance, ranges);
     zr::vector<u32> numbers(count, kDropped);
-    GridPlace places[kBlock];
-    u32 inBlock[kBlock];
-    u32 kept = 0;
+    CellPlace places[kBlock];
+    u32 numKept = 0;
     bool areAllPlaced = true;
-    for (u32 vertex = 0; vertex < count;)
+    for (std::size_t first = 0; first < count; first += kBlock)
     {
-        std::size_t block = 0;
-        for (; vertex < count && block < kBlock; ++vertex)
+        const std::size_t block = std::min(kBlock, count - first);
+        if (!wasPacked) vertices.interleaveInto(packedBlock.data(), first, block);
+        const f32* points = wasPacked ? kept[first] : packedBlock.data();
+        for (std::size_t i = 0; i < block; ++i)
         {
-            if (!isUsed[vertex]) continue;
-            __builtin_prefetch(vertices[std::min(vertex + kAhead, count - 1)]);
-            inBlock[block] = vertex;
-            places[block] = grid.find(vertices[vertex]);
-            grid.prefetchCells(places[block++]);
+            if (wasPacked) __builtin_prefetch(kept[std::min(first + i + kAhead, count - 1)]);
+            if (!isUsed[first + i]) continue;
+            places[i] = grid.find(points + i * stride);
+            grid.prefetch(places[i]);
         }
         for (std::size_t i = 0; i < block; ++i)
         {
-            const f32* point = vertices[inBlock[i]];
+            if (!isUsed[first + i]) continue;
+            // It takes the place behind those that are kept. When it isn't, that is the next one's place.
+            f32* const point = kept[numKept];
+            if (point != points + i * stride) std::memcpy(point, points + i * stride, stride * sizeof(f32));
             const bool isPlaced = !places[i].isNowhere;
+            const u32 number = isPlaced ? grid.findOrAdd(places[i], point, numKept) : numKept;
+            numbers[first + i] = number;
+            numKept += number == numKept;
             areAllPlaced &= isPlaced;
-            // The kept ones close up, so that those that are looked at again lie together. Whether this one is kept
-            // isn't known yet: otherwise the next one takes its place.
-            if (kept != inBlock[i]) std::memcpy(vertices[kept], point, bytes);
-            numbers[inBlock[i]] = isPlaced ? grid.findOrAdd(places[i], vertices[kept], kept) : kept;
-            kept += numbers[inBlock[i]] == kept;
         }
     }
-    if (kept != count) vertices.shrink(kept);
-    vertices.areDistinct = areAllPlaced; // what has the same bytes agrees, unless it is nowhere
+    if (numKept != count) kept.shrink(numKept);
+    kept.areDistinct = areAllPlaced; // what has the same bytes agrees, unless it is nowhere
+    if (!wasPacked) vertices.setPacked(std::move(ofAttributes));
     return numbers;
 }
 
@@ -284,8 +335,7 @@ u32 weldVertices(Vertices& vertices, Indices& indices, f32 tolerance)
     if (!vertices.isConsistent() || count == 0) return 0;
     const zr::vector<u8> isUsed = markUsed(indices, count);
     if (isUsed.empty()) zr::raiseBadIndex();
-    PackedVertices* packed = vertices.pack();
-    const zr::vector<u32> numbers = weld(*packed, isUsed, tolerance);
+    const zr::vector<u32> numbers = weld(vertices, isUsed, tolerance);
     const u32 kept = vertices.getVertexCount();
     if (kept == count) return 0;
     for (u32& index : indices.indices)

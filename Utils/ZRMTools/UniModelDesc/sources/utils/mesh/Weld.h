@@ -14,14 +14,14 @@ constexpr u32 kDropped = 0xFFFFFFFFu;
 ///
 /// A NaN among the first three floats agrees with nothing; among the others it agrees with any value.
 ///
-/// vertices   what is kept stands in front afterwards, in its order; the rest is given back
+/// vertices   consistent, at least one, in either form; packed afterwards: what is kept, in its order
 /// isUsed     of each vertex, not 0 for what takes part
 /// tolerance  finite, not negative
 /// returns    the new number of each vertex, that of the one that takes it for a welded one
 ///
 /// Expected O(n) for any distribution that has fewer than some dozens of kept vertices within the reach of one another;
 /// O(n log n) where there are more. Calls on different vertices may run together.
-zr::vector<u32> weld(PackedVertices& vertices, const zr::vector<u8>& isUsed, f32 tolerance);
+zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 tolerance);
 
 /// Drops unused vertices, then welds those whose packed floats agree. The lowest number of a welded set survives with
 /// its own values; kept vertices keep their order. A mesh whose attributes don't go together stays as it is; any other
