@@ -20,7 +20,11 @@ struct Scene
     {
         std::string text = test::describe(*root) + "held:";
         for (const ObjectPtr<Node>& node : nodes)
+        {
             text.append(" ").append(node->name.c_str());
+            for (const Node* linked : {node->parent(), node->prevSibling(), node->nextSibling(), node->lastChild()})
+                text.append("/").append(linked ? linked->name.c_str() : "none");
+        }
         return text;
     }
 };

@@ -47,6 +47,10 @@ public:
     virtual void takeMatrix(f64* out, const f64* m, bool clear);
     virtual bool isVisibilityNode() const { return false; }
 
+    /// For a pass over the tree that lists its nodes: where this one is in the list. Whether it is in it at all, only a
+    /// look there can tell.
+    u32 number = 0;
+
 protected:
     /// m := m x the own matrix; nothing on a node without one.
     virtual void accumulateOwn(const IModelArguments&, f64*) const {}

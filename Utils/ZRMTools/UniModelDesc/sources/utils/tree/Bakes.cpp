@@ -19,17 +19,17 @@ Vertices* verticesOf(BaseNode& user)
     return nullptr;
 }
 
+const FakeSpotLightsNode* spotsOf(const BaseNode& user)
+{
+    const u32 type = user.getType();
+    const bool isSpots = type == kFakeSpotLightsNode || type == kAnimatedFakeSpotLightsNode;
+    return isSpots ? static_cast<const FakeSpotLightsNode*>(&user) : nullptr;
+}
+
 /// A light without a direction fails when its turn comes, which must not wait.
 bool lacksDirections(const FakeSpotLightsNode& spots)
 {
     return !spots.directions.empty() && spots.directions.size() < spots.lights.size();
-}
-
-bool canWait(BaseNode& user)
-{
-    if (user.getNumControlNodes() < 2) return false;
-    if (const auto* spots = dynamic_cast<const FakeSpotLightsNode*>(&user)) return !lacksDirections(*spots);
-    return verticesOf(user) || dynamic_cast<const FakeOmniLightsNode*>(&user);
 }
 
 /// Calls `move(i, matrix)` for each light and each matrix of its control, in the order of the list.
@@ -60,8 +60,7 @@ void bake(BaseNode& user, const zr::vector<SelectorMatrix>& list)
 
 bool Bakes::apply(const Use& use, const matrixd& matrix)
 {
-    const auto known = places.find(use.user);
-    if (known == places.end() && !canWait(*use.user)) return use.user->applyMatrix(use.index, matrix.m);
+    if (!use.canWait) return use.user->applyMatrix(use.index, matrix.m);
     const auto [place, isNew] = places.try_emplace(use.user, static_cast<u32>(pending.size()));
     if (isNew) pending.push_back({use.user, {}});
     pending[place->second].matrices.emplace_back(use.index, matrix);
@@ -79,9 +78,16 @@ Bakes::~Bakes()
     }
 }
 
+bool canWait(BaseNode& user)
+{
+    if (user.getNumControlNodes() < 2) return false;
+    if (const auto* spots = spotsOf(user)) return !lacksDirections(*spots);
+    return verticesOf(user) || dynamic_cast<const FakeOmniLightsNode*>(&user);
+}
+
 bool dependsOnOrder(BaseNode& user)
 {
-    if (const auto* spots = dynamic_cast<const FakeSpotLightsNode*>(&user)) return lacksDirections(*spots);
+    if (const auto* spots = spotsOf(user)) return lacksDirections(*spots);
     if (user.getNumControlNodes() < 2) return false;
     const Vertices* vertices = verticesOf(user);
     const Attribute* positions = vertices ? vertices->findAttribute(kPosition0) : nullptr;

@@ -36,6 +36,9 @@ private:
     phmap::flat_hash_map<const BaseNode*, u32> places;
 };
 
+/// Whether the matrices of a user may wait for those of its other control nodes.
+bool canWait(BaseNode& user);
+
 /// Whether the order in which different control nodes of a user take their matrices shows: its data move all at once
 /// with each of them, or can't be moved and end the pass.
 bool dependsOnOrder(BaseNode& user);

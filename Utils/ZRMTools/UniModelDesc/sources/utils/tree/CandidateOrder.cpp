@@ -1,38 +1,35 @@
 #include "utils/tree/CandidateOrder.h"
 
-#include <parallel_hashmap/phmap.h>
+#include <algorithm>
+#include <utility>
 
 namespace model::utils
 {
-void sortByWalk(zr::vector<Node*>& nodes, Node& top)
+void sortByWalk(zr::vector<u32>& candidates, const ShadowTree& tree, u32 round)
 {
-    if (nodes.size() < 2) return;
-    const phmap::flat_hash_set<const Node*> wanted(nodes.begin(), nodes.end());
-    nodes.clear();
-    // The walk goes along the links and keeps no path.
-    for (Node* node = &top; node && nodes.size() < wanted.size();)
-    {
-        if (wanted.find(node) != wanted.end()) nodes.push_back(node);
-        Node* next = node->firstChild();
-        for (Node* up = node; !next && up != &top; up = up->parent())
-            next = up->nextSibling();
-        node = next;
-    }
+    if (candidates.size() < 2) return;
+    const std::size_t count = candidates.size();
+    candidates.clear();
+    for (u32 node = tree.top; node != kNoNode && candidates.size() < count; node = tree.following(node))
+        if (tree[node].round == round) candidates.push_back(node);
 }
 
-void sortByParents(zr::vector<Node*>& nodes)
+void sortByParents(zr::vector<u32>& candidates, ShadowTree& tree, u32 round)
 {
-    if (nodes.size() < 2) return;
-    phmap::flat_hash_set<const Node*> waiting(nodes.begin(), nodes.end());
-    zr::vector<Node*> sorted;
-    zr::vector<Node*> path;
-    for (Node* node : nodes)
+    if (candidates.size() < 2) return;
+    zr::vector<u32> sorted;
+    sorted.reserve(candidates.size());
+    for (const u32 candidate : candidates)
     {
-        for (Node* at = node; at && waiting.erase(at) != 0; at = at->parent())
-            path.push_back(at);
-        for (; !path.empty(); path.pop_back())
-            sorted.push_back(path.back());
+        // The way up to the first that isn't waiting, put down from its end.
+        const std::size_t first = sorted.size();
+        for (u32 node = candidate; node != kNoNode && tree[node].round == round; node = tree[node].parent)
+        {
+            tree[node].round = 0;
+            sorted.push_back(node);
+        }
+        std::reverse(sorted.begin() + static_cast<std::ptrdiff_t>(first), sorted.end());
     }
-    nodes = std::move(sorted);
+    candidates = std::move(sorted);
 }
 } // namespace model::utils

@@ -1,15 +1,17 @@
 #pragma once
 
-#include "nodes/Node.h"
+#include "utils/tree/ShadowTree.h"
 
-/// The order in which the transforms of one pass are dealt with. It shows only where matrices meet.
+/// The order in which the transforms of one pass are dealt with, which all have its round in the tree. It shows only
+/// where matrices meet.
 namespace model::utils
 {
-/// As a walk over the whole tree from `top` meets them. Nodes that are not in the tree are dropped. Linear in the tree.
-void sortByWalk(zr::vector<Node*>& nodes, Node& top);
+/// As a walk over the whole tree from the top meets them. Nodes that are not in the tree are dropped. Linear in the
+/// tree.
+void sortByWalk(zr::vector<u32>& candidates, const ShadowTree& tree, u32 round);
 
 /// Each node behind its parent, when both are there: the parent's matrix comes into it first, and what it gives to its
 /// parent doesn't move twice. Transforms that have another node between them don't meet. Linear in the nodes; no node
-/// may come twice.
-void sortByParents(zr::vector<Node*>& nodes);
+/// may come twice. Takes the round off the nodes.
+void sortByParents(zr::vector<u32>& candidates, ShadowTree& tree, u32 round);
 } // namespace model::utils

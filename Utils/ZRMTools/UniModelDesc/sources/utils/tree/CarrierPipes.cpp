@@ -2,7 +2,7 @@
 
 namespace model::utils
 {
-zr::vector<CarrierPipes::Carrier> CarrierPipes::takeLeaving(u64 round)
+zr::vector<CarrierPipes::Carrier> CarrierPipes::takeLeaving(u32 round)
 {
     zr::vector<Carrier> carriers;
     const auto found = leaving.find(round);
@@ -13,13 +13,13 @@ zr::vector<CarrierPipes::Carrier> CarrierPipes::takeLeaving(u64 round)
     return carriers;
 }
 
-zr::vector<CarrierPipes::Carrier> CarrierPipes::takeAll(u64 round)
+zr::vector<CarrierPipes::Carrier> CarrierPipes::takeAll(u32 round)
 {
     zr::vector<Carrier> carriers;
     for (const auto& [last, travellers] : leaving)
         for (const Traveller& traveller : travellers)
         {
-            const u64 steps = round - traveller.round + 1;
+            const u32 steps = round - traveller.round + 1;
             carriers.push_back({traveller.node, pipes[traveller.start.pipe][traveller.start.index + steps]});
         }
     leaving.clear();

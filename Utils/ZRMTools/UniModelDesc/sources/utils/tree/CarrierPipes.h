@@ -2,9 +2,7 @@
 
 #include <map>
 
-#include <parallel_hashmap/phmap.h>
-
-#include "nodes/Node.h"
+#include "utils/tree/ShadowTree.h"
 
 namespace model::utils
 {
@@ -22,59 +20,69 @@ class CarrierPipes
 public:
     struct Carrier
     {
-        ObjectPtr<Node> node;
+        u32 node = kNoNode;
         /// The visibility node below which it comes out, or above which it is.
-        Node* place = nullptr;
+        u32 place = kNoNode;
     };
+
+    explicit CarrierPipes(const ShadowTree& shadowTree) : tree(shadowTree) {}
 
     bool empty() const { return leaving.empty(); }
 
     /// Takes a carrier that was directly above `place` at the start of `round`. `isPassable` tells whether a node is a
     /// visibility node with nothing but another one below it; it has to stay so while carriers are in the pipe.
     template <class IsPassable>
-    void put(const ObjectPtr<Node>& carrier, Node& place, u64 round, IsPassable isPassable)
+    void put(Carrier carrier, u32 round, IsPassable isPassable)
     {
-        if (places.find(&place) == places.end()) lay(place, isPassable);
-        const Place at = places[&place];
-        const u64 steps = pipes[at.pipe].size() - 1 - at.index;
-        leaving[round + steps].push_back({carrier, at, round});
+        if (!isLaid(carrier.place)) lay(carrier.place, isPassable);
+        const Place at = places[carrier.place];
+        const u32 steps = static_cast<u32>(pipes[at.pipe].size()) - 1 - at.index;
+        leaving[round + steps].push_back({carrier.node, at, round});
     }
 
     /// The carriers that leave their pipe in this round.
-    zr::vector<Carrier> takeLeaving(u64 round);
+    zr::vector<Carrier> takeLeaving(u32 round);
     /// All carriers, where they are at the end of this round.
-    zr::vector<Carrier> takeAll(u64 round);
+    zr::vector<Carrier> takeAll(u32 round);
 
 private:
     struct Place
     {
-        u32 pipe = 0;
+        u32 pipe = kNoNode;
         u32 index = 0;
     };
     struct Traveller
     {
-        ObjectPtr<Node> node;
+        u32 node = kNoNode;
         Place start;
-        u64 round = 0;
+        u32 round = 0;
     };
+
+    bool isLaid(u32 node) const { return node < places.size() && places[node].pipe != kNoNode; }
 
     /// A new pipe through `inside`: all passable nodes above it, and down to the first node that isn't passable. Other
     /// pipes end it too.
     template <class IsPassable>
-    void lay(Node& inside, IsPassable isPassable)
+    void lay(u32 inside, IsPassable isPassable)
     {
-        Node* first = &inside;
-        for (Node* up = first->parent(); up && isPassable(*up) && places.find(up) == places.end(); up = up->parent())
+        u32 first = inside;
+        for (u32 up = tree[first].parent; up != kNoNode && isPassable(up) && !isLaid(up); up = tree[up].parent)
             first = up;
-        const u32 pipe = static_cast<u32>(pipes.size());
-        zr::vector<Node*>& nodes = pipes.emplace_back();
-        for (Node* node = first; node && places.try_emplace(node, Place{pipe, static_cast<u32>(nodes.size())}).second;
-             node = isPassable(*node) ? node->firstChild() : nullptr)
+        zr::vector<u32> nodes;
+        for (u32 node = first; node != kNoNode && !isLaid(node);
+             node = isPassable(node) ? tree[node].firstChild : kNoNode)
+        {
+            if (node >= places.size()) places.resize(node + 1);
+            places[node] = {static_cast<u32>(pipes.size()), static_cast<u32>(nodes.size())};
             nodes.push_back(node);
+        }
+        pipes.push_back(std::move(nodes));
     }
 
-    zr::vector<zr::vector<Node*>> pipes;
-    phmap::flat_hash_map<const Node*, Place> places;
-    std::map<u64, zr::vector<Traveller>> leaving;
+    const ShadowTree& tree;
+    zr::vector<zr::vector<u32>> pipes;
+    /// By node; visibility nodes stay, so their numbers do.
+    zr::vector<Place> places;
+    std::map<u32, zr::vector<Traveller>> leaving;
 };
 } // namespace model::utils

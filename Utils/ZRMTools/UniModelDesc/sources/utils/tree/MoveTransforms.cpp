@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/ObjectRegistry.h"
 #include "utils/tree/CandidateOrder.h"
 
 namespace model::utils
@@ -18,40 +17,38 @@ enum MoveRule
     kPasses = 2,  ///< a carrier below the child takes it
 };
 
-bool hasOneVisibilityChild(const Node& node)
+bool hasOneVisibilityChild(const ShadowTree& tree, u32 node)
 {
-    const Node* child = node.firstChild();
-    return child && child == node.lastChild() && child->getType() == kArgVisibilityNode;
-}
-
-bool endsRound(const Node* transform)
-{
-    return !NotedTree::canLeave(*transform);
+    const u32 child = tree[node].firstChild;
+    return child != kNoNode && child == tree[node].lastChild && tree[child].type == kArgVisibilityNode;
 }
 } // namespace
 
-MoveTransforms::MoveTransforms(NotedTree& notedTree) : tree(notedTree), isWalkOrdered(notedTree.isHung())
+MoveTransforms::MoveTransforms(NotedTree& notedTree)
+    : tree(notedTree),
+      nodes(tree.nodes),
+      isWalkOrdered(tree.isHung() || tree.users.hasOrder()),
+      pipes(nodes)
 {
-    for (const ObjectPtr<BaseNode>& user : tree.root.getAllNodes())
-        isWalkOrdered |= user && dependsOnOrder(*user);
 }
 
 std::size_t MoveTransforms::run()
 {
     ++round;
-    zr::vector<Node*> candidates = takeCandidates();
-    const bool endsEarly = std::any_of(candidates.begin(), candidates.end(), endsRound);
+    zr::vector<u32>& candidates = takeCandidates();
+    const auto ends = [this](u32 transform) { return endsRound(transform); };
+    const bool endsEarly = std::any_of(candidates.begin(), candidates.end(), ends);
     std::size_t moved = 0;
     if (isWalkOrdered || endsEarly)
-        sortByWalk(candidates, tree.top());
+        sortByWalk(candidates, nodes, round);
     else
     {
         fillPipes(candidates);
-        sortByParents(candidates);
+        sortByParents(candidates, nodes, round);
         hasEmptiedCarriers = !pipes.empty();
         moved += hasEmptiedCarriers;
         for (const CarrierPipes::Carrier& carrier : pipes.takeLeaving(round))
-            hangBelow(*carrier.place, *carrier.node);
+            hangBelow(carrier.place, carrier.node);
     }
 
     Bakes bakes;
@@ -60,10 +57,10 @@ std::size_t MoveTransforms::run()
         if (endsEarly && endsRound(candidates[i]))
         {
             for (; i < candidates.size(); ++i)
-                tree.note(kMaybeMovable, *candidates[i]);
+                tree.note(kMaybeMovable, candidates[i]);
             return 0;
         }
-        moved += move(static_cast<TransformNode&>(*candidates[i]), bakes);
+        moved += move(candidates[i], bakes);
     }
     return moved;
 }
@@ -77,127 +74,132 @@ void MoveTransforms::stop()
 {
     for (const CarrierPipes::Carrier& carrier : pipes.takeAll(round))
     {
-        carrier.place->parent()->insert(carrier.node, carrier.place);
-        carrier.node->insert(carrier.place, nullptr);
-        tree.noteNew(*carrier.node);
+        nodes.insert(nodes[carrier.place].parent, carrier.node, carrier.place);
+        nodes.insert(carrier.node, carrier.place, kNoNode);
+        tree.noteNew(carrier.node);
     }
 }
 
-zr::vector<Node*> MoveTransforms::takeCandidates()
+zr::vector<u32>& MoveTransforms::takeCandidates()
 {
-    zr::vector<Node*> candidates = tree.take(kMaybeMovable);
-    const auto isGone = [this](const Node* node) { return !tree.isInTree(*node); };
-    candidates.erase(std::remove_if(candidates.begin(), candidates.end(), isGone), candidates.end());
-    // The addresses decide nothing: what order counts is made by `run`.
-    std::sort(candidates.begin(), candidates.end());
-    candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
+    zr::vector<u32>& candidates = tree.take(kMaybeMovable);
+    std::erase_if(candidates,
+                  [this](u32 node)
+                  {
+                      const bool isCandidate = nodes[node].type == kTransformNode && tree.isInTree(node);
+                      return !isCandidate || std::exchange(nodes[node].round, round) == round; // noted twice
+                  });
     return candidates;
 }
 
-bool MoveTransforms::canEnterPipe(const Node& node) const
+bool MoveTransforms::endsRound(u32 transform) const
 {
-    return hasOneVisibilityChild(node) && node.parent()->getType() == kArgVisibilityNode &&
-           carriers.find(&node) != carriers.end() && !tree.users.isUsed(&node);
+    return !tree.canLeave(transform);
 }
 
-bool MoveTransforms::isPassable(const Node& node) const
+/// Carriers only: they come with the second round. In the first one a pipe could lead to nodes that nothing uses, which
+/// go while it is in use; what is there later ends in something that is used or below a barrier, and stays.
+bool MoveTransforms::canEnterPipe(u32 node) const
 {
-    return node.getType() == kArgVisibilityNode && hasOneVisibilityChild(node) && !tree.users.isUsed(&node);
+    return nodes[node].isCarrier && hasOneVisibilityChild(nodes, node) &&
+           nodes[nodes[node].parent].type == kArgVisibilityNode && !tree.users.isUsed(node);
+}
+
+bool MoveTransforms::isPassable(u32 node) const
+{
+    return nodes[node].type == kArgVisibilityNode && hasOneVisibilityChild(nodes, node) && !tree.users.isUsed(node);
 }
 
 /// Takes the carriers that can enter a pipe out of the candidates and out of the tree.
-void MoveTransforms::fillPipes(zr::vector<Node*>& candidates)
+void MoveTransforms::fillPipes(zr::vector<u32>& candidates)
 {
     const auto first =
-        std::partition(candidates.begin(), candidates.end(), [this](const Node* node) { return !canEnterPipe(*node); });
+        std::partition(candidates.begin(), candidates.end(), [this](u32 node) { return !canEnterPipe(node); });
     zr::vector<CarrierPipes::Carrier> entering;
     for (auto at = first; at != candidates.end(); ++at)
     {
-        const ObjectPtr<Node> carrier(*at);
-        Node& parent = *carrier->parent();
-        entering.push_back({carrier, carrier->firstChild()});
-        parent.insert(carrier->firstChild(), carrier);
-        parent.remove(carrier);
+        const u32 child = nodes[*at].firstChild;
+        entering.push_back({*at, child});
+        nodes.insert(nodes[*at].parent, child, *at);
+        nodes.detach(*at);
     }
     candidates.erase(first, candidates.end());
     // A pipe is laid only now, when no carrier stands in its way.
     for (const CarrierPipes::Carrier& carrier : entering)
-        pipes.put(carrier.node, *carrier.place, round, [this](const Node& node) { return isPassable(node); });
+        pipes.put(carrier, round, [this](u32 node) { return isPassable(node); });
 }
 
 /// Puts a carrier between a node and all that hangs on and below it.
-void MoveTransforms::hangBelow(Node& node, Node& carrier)
+void MoveTransforms::hangBelow(u32 node, u32 carrier)
 {
     tree.replaceControlNode(node, carrier);
-    tree.hangAllChildren(node, carrier, nullptr);
-    tree.hang(node, carrier, nullptr);
+    tree.hangAllChildren(node, carrier, kNoNode);
+    tree.hang(node, carrier, kNoNode);
     tree.noteNew(carrier);
 }
 
-std::size_t MoveTransforms::move(TransformNode& transform, Bakes& bakes)
+std::size_t MoveTransforms::move(u32 transform, Bakes& bakes)
 {
     std::size_t moved = 0;
-    if (!moveUsers(transform, bakes, moved)) return moved;
-    zr::vector<Node*> children;
-    for (Node* child = transform.firstChild(); child; child = child->nextSibling())
-        children.push_back(child);
-    for (Node* child : children)
-        moved += moveToChild(transform, *child);
+    const matrixd matrix = nodes.matrixOf(transform); // what is made meanwhile may move the original
+    if (!moveUsers(transform, matrix, bakes, moved)) return moved;
+    for (u32 child = nodes[transform].firstChild; child != kNoNode;)
+    {
+        const u32 next = nodes[child].next;
+        moved += moveToChild(transform, matrix, child);
+        child = next;
+    }
     return moved;
 }
 
 /// Returns whether nothing stayed on the transform.
-bool MoveTransforms::moveUsers(TransformNode& transform, Bakes& bakes, std::size_t& moved)
+bool MoveTransforms::moveUsers(u32 transform, const matrixd& matrix, Bakes& bakes, std::size_t& moved)
 {
-    const zr::vector<Use> uses = tree.users.take(&transform);
-    ObjectPtr<Node> place;
+    u32 place = kNoNode;
     bool areAllMoved = true;
-    for (const Use& use : uses)
+    for (const u32 use : tree.users.take(transform))
     {
-        if (!bakes.apply(use, transform.matrix))
+        if (!bakes.apply(tree.users[use], matrix))
         {
-            tree.users.restore(use, &transform);
+            tree.users.restore(use, transform);
             areAllMoved = false;
             continue;
         }
-        if (!place)
+        if (place == kNoNode)
         {
-            place = create<Node>("model::Node");
-            tree.hang(*transform.parent(), *place, &transform);
-            tree.hang(*place, transform, nullptr);
+            place = nodes.make();
+            tree.hang(nodes[transform].parent, place, transform);
+            tree.hang(place, transform, kNoNode);
         }
         tree.users.hang(use, place);
         ++moved;
     }
-    if (place) tree.noteNew(*place);
+    if (place != kNoNode) tree.noteNew(place);
     tree.noteLeaf(transform);
     return areAllMoved;
 }
 
 /// Returns whether the child took the matrix and left the transform.
-bool MoveTransforms::moveToChild(TransformNode& transform, Node& child)
+bool MoveTransforms::moveToChild(u32 transform, const matrixd& matrix, u32 child)
 {
-    // The attachments may have put a new node above the transform.
-    Node& parent = *transform.parent();
-    switch (child.transformMoveRule())
+    switch (nodes[child].moveRule)
     {
     case kTakes:
-        child.applyMatrix(transform.matrix.m);
-        if (child.getType() == kTransformNode) tree.note(kMaybeEmpty, child);
+        nodes.applyMatrix(child, matrix);
+        if (nodes[child].type == kTransformNode) tree.note(kMaybeEmpty, child);
         break;
     case kPasses:
     {
-        const auto carrier = create<TransformNode>("model::TransformNode");
-        carrier->name = transform.name;
-        carrier->setMatrix(transform.getMatrix());
-        carriers.insert(carrier.get());
-        hangBelow(child, *carrier);
+        const u32 carrier = nodes.makeTransform(nodes[transform].namesake, matrix);
+        nodes[carrier].isCarrier = true;
+        hangBelow(child, carrier);
         break;
     }
     default:
         return false;
     }
-    tree.hang(parent, child, &transform);
+    // What hung on the transform may have put a new node above it.
+    tree.hang(nodes[transform].parent, child, transform);
     return true;
 }
 } // namespace model::utils

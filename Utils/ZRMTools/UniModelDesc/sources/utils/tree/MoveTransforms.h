@@ -1,6 +1,5 @@
 #pragma once
 
-#include "nodes/TransformNode.h"
 #include "utils/tree/Bakes.h"
 #include "utils/tree/CarrierPipes.h"
 #include "utils/tree/NotedTree.h"
@@ -36,21 +35,21 @@ public:
     void stop();
 
 private:
-    zr::vector<Node*> takeCandidates();
-    bool canEnterPipe(const Node& node) const;
-    bool isPassable(const Node& node) const;
-    void fillPipes(zr::vector<Node*>& candidates);
-    void hangBelow(Node& node, Node& carrier);
-    std::size_t move(TransformNode& transform, Bakes& bakes);
-    bool moveUsers(TransformNode& transform, Bakes& bakes, std::size_t& moved);
-    bool moveToChild(TransformNode& transform, Node& child);
+    zr::vector<u32>& takeCandidates();
+    bool endsRound(u32 transform) const;
+    bool canEnterPipe(u32 node) const;
+    bool isPassable(u32 node) const;
+    void fillPipes(zr::vector<u32>& candidates);
+    void hangBelow(u32 node, u32 carrier);
+    std::size_t move(u32 transform, Bakes& bakes);
+    bool moveUsers(u32 transform, const matrixd& matrix, Bakes& bakes, std::size_t& moved);
+    bool moveToChild(u32 transform, const matrixd& matrix, u32 child);
 
     NotedTree& tree;
+    ShadowTree& nodes;
     /// Whether the order in which transforms of one round are dealt with shows in the result.
     bool isWalkOrdered = false;
-    u64 round = 0;
-    /// The nodes that this made to carry a matrix: nobody else knows them.
-    phmap::flat_hash_set<const Node*> carriers;
+    u32 round = 0;
     CarrierPipes pipes;
     bool hasEmptiedCarriers = false;
 };

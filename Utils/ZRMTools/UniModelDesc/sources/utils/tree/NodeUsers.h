@@ -1,9 +1,7 @@
 #pragma once
 
-#include <parallel_hashmap/phmap.h>
-
 #include "nodes/BaseNode.h"
-#include "nodes/Node.h"
+#include "utils/tree/ShadowTree.h"
 
 namespace model
 {
@@ -17,8 +15,14 @@ struct Use
 {
     BaseNode* user = nullptr;
     u32 index = 0;
-    /// Its place in the order of the root's lists; a user that is listed twice has two uses.
-    u32 rank = 0;
+    /// The node, and the next use on it in no order.
+    u32 node = kNoNode;
+    u32 next = kNoNode;
+    /// Its matrices may be collected (`Bakes`).
+    bool canWait = false;
+    /// The user may refuse a node, as a skin takes bones only: it is asked at once. The others get theirs in `write`.
+    bool isAsked = false;
+    bool isMoved = false;
 };
 
 /// What hangs on each node of the tree: the root's `isUsed`, `getUsers` and `replaceControlNode` without a search.
@@ -26,21 +30,31 @@ struct Use
 class NodeUsers
 {
 public:
-    explicit NodeUsers(const RootNode& root);
+    NodeUsers(const RootNode& root, ShadowTree& shadowTree);
 
-    bool isUsed(const Node* node) const { return lists.find(node) != lists.end(); }
-    /// Takes what hangs on a node off the table, in the order of the root's lists. Each entry is to be given back by
-    /// `hang` or `restore`.
-    zr::vector<Use> take(const Node* node);
-    /// Sets the user's control node. What refuses the node (a skin takes bones only) stays where it is.
-    void hang(const Use& use, const ObjectPtr<Node>& node);
+    /// Whether something in the root's lists makes the order of baking show (`dependsOnOrder`).
+    bool hasOrder() const { return isOrdered; }
+    const Use& operator[](u32 use) const { return uses[use]; }
+    bool isUsed(u32 node) const { return tree[node].firstUse != kNoNode; }
+    /// Takes what hangs on a node off it, in the order of the root's lists. Each entry is to be given back by `hang` or
+    /// `restore`. Valid until the next call.
+    const zr::vector<u32>& take(u32 node);
+    /// Hangs a use on a node. What refuses the node stays where it is.
+    void hang(u32 use, u32 node);
     /// Gives back what stays on its node.
-    void restore(const Use& use, const Node* node) { lists[node].push_back(use); }
+    void restore(u32 use, u32 node);
     /// Hangs everything from `from` onto `to`. Returns whether there was something.
-    bool replace(const Node* from, const ObjectPtr<Node>& to);
+    bool replace(u32 from, u32 to);
+    /// Sets the control nodes of the model.
+    void write();
 
 private:
-    /// Never holds an empty list.
-    phmap::flat_hash_map<const Node*, zr::vector<Use>> lists;
+    void add(BaseNode& user);
+
+    ShadowTree& tree;
+    /// In the order of the root's lists; a user that is listed twice has two uses.
+    zr::vector<Use> uses;
+    zr::vector<u32> taken;
+    bool isOrdered = false;
 };
 } // namespace model::utils

@@ -4,34 +4,30 @@
 
 namespace model::utils
 {
-NotedTree::NotedTree(RootNode& rootNode) : root(rootNode), users(rootNode)
+NotedTree::NotedTree(RootNode& rootNode) : root(rootNode), nodes(*rootNode.rootTransform), users(rootNode, nodes)
 {
-    for (Node* node = top().parent(); node; node = node->parent())
-        above.emplace_back(node);
     noteAll();
 }
 
-zr::vector<Node*> NotedTree::take(Work work)
+zr::vector<u32>& NotedTree::take(Work work)
 {
     if (isHung()) noteAll();
-    return std::exchange(notes[work], {});
+    taken[work].clear();
+    std::swap(taken[work], notes[work]);
+    return taken[work];
 }
 
 void NotedTree::noteAll()
 {
-    for (zr::vector<Node*>& list : notes)
+    for (zr::vector<u32>& list : notes)
         list.clear();
-    Node::visit(root.rootTransform,
-                [this](const ObjectPtr<Node>& node)
-                {
-                    noteNew(*node);
-                    return true;
-                });
+    for (u32 node = nodes.top; node != kNoNode; node = nodes.following(node))
+        noteNew(node);
 }
 
-void NotedTree::noteNew(Node& node)
+void NotedTree::noteNew(u32 node)
 {
-    switch (node.getType())
+    switch (nodes[node].type)
     {
     case kTransformNode:
         note(kMaybeMovable, node);
@@ -50,52 +46,52 @@ void NotedTree::noteNew(Node& node)
     noteLeaf(node);
 }
 
-void NotedTree::noteUse(Node& node)
+void NotedTree::noteUse(u32 node)
 {
-    if (node.getType() == kTransformNode) note(kMaybeMovable, node);
+    if (nodes[node].type == kTransformNode) note(kMaybeMovable, node);
 }
 
-void NotedTree::noteLeaf(Node& node)
+void NotedTree::noteLeaf(u32 node)
 {
-    if (!node.firstChild() && !users.isUsed(&node)) note(kMaybeDead, node);
+    if (nodes[node].firstChild == kNoNode && !users.isUsed(node)) note(kMaybeDead, node);
 }
 
-void NotedTree::hang(Node& parent, Node& child, Node* before)
+void NotedTree::hang(u32 parent, u32 child, u32 before)
 {
-    Node* old = child.parent();
-    parent.insert(&child, before);
+    const u32 old = nodes[child].parent;
+    nodes.insert(parent, child, before);
     noteUse(parent);
-    if (old) noteLeaf(*old);
+    if (old != kNoNode) noteLeaf(old);
 }
 
-void NotedTree::hangAllChildren(Node& from, Node& to, Node* before)
+void NotedTree::hangAllChildren(u32 from, u32 to, u32 before)
 {
-    if (!from.firstChild()) return;
-    while (Node* child = from.firstChild())
-        to.insert(child, before);
+    if (nodes[from].firstChild == kNoNode) return;
+    while (nodes[from].firstChild != kNoNode)
+        nodes.insert(to, nodes[from].firstChild, before);
     noteUse(to);
     noteLeaf(from);
 }
 
-void NotedTree::removeNode(Node& node)
+void NotedTree::removeNode(u32 node)
 {
-    deleted.emplace_back(&node);
-    Node* parent = node.parent();
-    if (!parent) return;
-    parent->remove(&node);
-    noteLeaf(*parent);
+    const u32 parent = nodes[node].parent;
+    nodes.remove(node);
+    if (parent != kNoNode) noteLeaf(parent);
 }
 
-void NotedTree::replaceControlNode(Node& from, Node& to)
+void NotedTree::replaceControlNode(u32 from, u32 to)
 {
-    if (!users.replace(&from, &to)) return;
+    if (!users.replace(from, to)) return;
     noteUse(to);
     noteLeaf(from);
 }
 
-void NotedTree::nameDeleted()
+void NotedTree::write(bool isComplete)
 {
-    for (const ObjectPtr<Node>& node : deleted)
-        node->setName("_DELETED_");
+    const ObjectPtr<Node> oldTop = root.rootTransform; // nothing else may hold it
+    users.write();
+    root.setRootTransform(&nodes.nodeOf(nodes.top));
+    nodes.write(isComplete);
 }
 } // namespace model::utils

@@ -26,6 +26,7 @@ enum Work
 /// - a plain node that is no candidate stays none, as its parent is a barrier or missing and stays so;
 /// - a leaf can become unused only by losing its last child or its last user;
 /// - a transform that was dealt with has work again only when it gets a user or a child.
+/// A note may be out of date, and its number may stand for another node by now: a pass looks at the node again.
 ///
 /// A script may hang the top itself under a node of its own. What moves up past the top leaves the tree then, and takes
 /// its notes along; such a tree is walked anew for each pass (`isHung`).
@@ -34,44 +35,47 @@ class NotedTree
 public:
     explicit NotedTree(RootNode& rootNode);
 
-    Node& top() const { return *root.rootTransform; }
-    void setTop(const ObjectPtr<Node>& node) { root.setRootTransform(node); }
-    /// The top has a parent.
-    bool isHung() const { return !above.empty(); }
-    /// For a node that was noted.
-    bool isInTree(const Node& node) const { return node.parent() || &node == &top(); }
+    /// The top has, or had, a parent.
+    bool isHung() const { return nodes.above != kNoNode; }
+    bool isInTree(u32 node) const { return nodes[node].parent != kNoNode || node == nodes.top; }
     /// Neither the top nor a child of a barrier, which has to keep its children.
-    static bool canLeave(const Node& node) { return node.parent() && !node.parent()->isOptimizationBarrier(); }
+    bool canLeave(u32 node) const
+    {
+        const u32 parent = nodes[node].parent;
+        return parent != kNoNode && !nodes[parent].isBarrier;
+    }
+    bool isDeadEnd(u32 node) const
+    {
+        return canLeave(node) && nodes[node].firstChild == kNoNode && !users.isUsed(node);
+    }
 
-    /// The nodes that were noted for a pass since it last asked.
-    zr::vector<Node*> take(Work work);
-    void note(Work work, Node& node) { notes[work].push_back(&node); }
+    /// The nodes that were noted for a pass since it last asked; the list is the caller's until it asks again.
+    zr::vector<u32>& take(Work work);
+    void note(Work work, u32 node) { notes[work].push_back(node); }
     /// Notes for each pass what a node of its class and with its place may need.
-    void noteNew(Node& node);
+    void noteNew(u32 node);
     /// After a user or a child has come.
-    void noteUse(Node& node);
+    void noteUse(u32 node);
     /// After a user or a child has gone.
-    void noteLeaf(Node& node);
+    void noteLeaf(u32 node);
 
     /// Hangs a child, with what is below it, before `before`, or at the end.
-    void hang(Node& parent, Node& child, Node* before);
-    void hangAllChildren(Node& from, Node& to, Node* before);
-    /// Takes the node out. It stays alive as long as this object, so notes can be plain pointers.
-    void removeNode(Node& node);
+    void hang(u32 parent, u32 child, u32 before);
+    void hangAllChildren(u32 from, u32 to, u32 before);
+    void removeNode(u32 node);
     /// Hangs everything that hangs on `from` onto `to`.
-    void replaceControlNode(Node& from, Node& to);
-    /// Names the nodes that left the tree.
-    void nameDeleted();
+    void replaceControlNode(u32 from, u32 to);
+    /// Brings the model to what is here. `isComplete` names the nodes that were removed.
+    void write(bool isComplete);
 
     RootNode& root;
+    ShadowTree nodes;
     NodeUsers users;
 
 private:
     void noteAll();
 
-    std::array<zr::vector<Node*>, kNumWorks> notes;
-    zr::vector<ObjectPtr<Node>> deleted;
-    /// What stands above the top: the link from the top may be all that holds it, and that link may go.
-    zr::vector<ObjectPtr<Node>> above;
+    std::array<zr::vector<u32>, kNumWorks> notes;
+    std::array<zr::vector<u32>, kNumWorks> taken;
 };
 } // namespace model::utils

@@ -5,10 +5,10 @@
 
 namespace model
 {
-void optimizeTransformations(RootNode* root)
+namespace
 {
-    if (!root->rootTransform) return;
-    utils::NotedTree tree(*root);
+void shrink(utils::NotedTree& tree)
+{
     utils::MoveTransforms moves(tree);
     const auto removeDeadEnds = [&] { return moves.takeEmptied() + utils::removeDeadEnds(tree); };
     for (std::size_t changes = 1; changes != 0;)
@@ -23,6 +23,23 @@ void optimizeTransformations(RootNode* root)
             more = removeDeadEnds();
         if (utils::compactTop(tree)) moves.stop();
     }
-    tree.nameDeleted();
+}
+} // namespace
+
+void optimizeTransformations(RootNode* root)
+{
+    if (!root->rootTransform) return;
+    utils::NotedTree tree(*root);
+    try
+    {
+        shrink(tree);
+    }
+    catch (...)
+    {
+        // A light without a direction: the model is left as far as it came.
+        tree.write(/* isComplete: */ false);
+        throw;
+    }
+    tree.write(/* isComplete: */ true);
 }
 } // namespace model

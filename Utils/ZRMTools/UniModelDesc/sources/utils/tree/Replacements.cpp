@@ -13,14 +13,6 @@ namespace
 {
 constexpr f64 kIdentityTolerance = static_cast<f64>(1e-5f);
 
-ObjectPtr<Node> makeTransform(const matrixd& m)
-{
-    if (isIdentity(m)) return create<Node>("model::Node");
-    const auto node = create<TransformNode>("model::TransformNode");
-    node->setMatrix(m);
-    return node;
-}
-
 /// A bone at rest; its channels, which have no keys, play no part.
 ObjectPtr<Node> makeBone(const ArgAnimatedBone& source)
 {
@@ -33,6 +25,7 @@ ObjectPtr<Node> makeBone(const ArgAnimatedBone& source)
     m = multiply(m, source.matrix);
 
     const auto bone = create<Bone>("model::Bone");
+    bone->name = source.name;
     bone->setMatrix(m);
     bone->setInvertedBaseBoneMatrix(source.getInvertedBaseBoneMatrix());
     return bone;
@@ -47,27 +40,32 @@ bool isIdentity(const matrixd& matrix)
     return true;
 }
 
-ObjectPtr<Node> replacementOf(const Node& node)
+u32 makeReplacement(ShadowTree& tree, u32 number)
 {
-    bool isPlain = false;
-    switch (node.getType())
+    const u32 namesake = tree[number].namesake;
+    const Node* const node = tree[number].node;
+    switch (tree[number].type)
     {
     case kTransformNode:
-        isPlain = isIdentity(static_cast<const TransformNode&>(node).getMatrix());
+        if (isIdentity(tree.matrixOf(number))) return tree.make(namesake);
         break;
     case kArgVisibilityNode:
-        isPlain = static_cast<const ArgVisibilityNode&>(node).hasNoRanges();
+        if (static_cast<const ArgVisibilityNode&>(*node).hasNoRanges()) return tree.make(namesake);
         break;
     case kArgAnimationNode:
-        if (const auto& animation = static_cast<const ArgAnimationNode&>(node); animation.hasNoKeys())
-            return makeTransform(animation.localMatrix(DummyArguments()));
+        if (const auto& animation = static_cast<const ArgAnimationNode&>(*node); animation.hasNoKeys())
+        {
+            const matrixd m = animation.localMatrix(DummyArguments());
+            return isIdentity(m) ? tree.make(namesake) : tree.makeTransform(namesake, m);
+        }
         break;
     case kArgAnimatedBone:
-        if (const auto& bone = static_cast<const ArgAnimatedBone&>(node); bone.hasNoKeys()) return makeBone(bone);
+        if (const auto& bone = static_cast<const ArgAnimatedBone&>(*node); bone.hasNoKeys())
+            return tree.adopt(makeBone(bone));
         break;
     default:
         break;
     }
-    return isPlain ? create<Node>("model::Node") : nullptr;
+    return kNoNode;
 }
 } // namespace model::utils

@@ -1,5 +1,7 @@
 #include "utils/tree/ShrinkTree.h"
 
+#include <algorithm>
+
 #include "utils/tree/Replacements.h"
 
 namespace model::utils
@@ -7,21 +9,19 @@ namespace model::utils
 std::size_t replaceEmptyNodes(NotedTree& tree)
 {
     std::size_t count = 0;
-    for (Node* noted : tree.take(kMaybeEmpty))
+    for (const u32 old : tree.take(kMaybeEmpty))
     {
-        const ObjectPtr<Node> old(noted); // as the top it is held by the root alone
-        if (!tree.isInTree(*old)) continue;
-        const ObjectPtr<Node> replacement = replacementOf(*old);
-        if (!replacement) continue;
-        replacement->name = old->name;
-        tree.replaceControlNode(*old, *replacement);
-        tree.hangAllChildren(*old, *replacement, nullptr);
-        if (Node* parent = old->parent())
-            tree.hang(*parent, *replacement, old.get());
+        if (!tree.isInTree(old)) continue;
+        const u32 replacement = makeReplacement(tree.nodes, old);
+        if (replacement == kNoNode) continue;
+        tree.replaceControlNode(old, replacement);
+        tree.hangAllChildren(old, replacement, kNoNode);
+        if (const u32 parent = tree.nodes[old].parent; parent != kNoNode)
+            tree.hang(parent, replacement, old);
         else
-            tree.setTop(replacement);
-        tree.removeNode(*old);
-        tree.noteNew(*replacement);
+            tree.nodes.top = replacement;
+        tree.removeNode(old);
+        tree.noteNew(replacement);
         ++count;
     }
     return count;
@@ -30,13 +30,13 @@ std::size_t replaceEmptyNodes(NotedTree& tree)
 std::size_t removeDummyNodes(NotedTree& tree)
 {
     std::size_t count = 0;
-    for (Node* node : tree.take(kMaybeDummy))
+    for (const u32 node : tree.take(kMaybeDummy))
     {
-        if (!NotedTree::canLeave(*node)) continue;
-        Node& parent = *node->parent();
-        tree.replaceControlNode(*node, parent);
-        tree.hangAllChildren(*node, parent, node);
-        tree.removeNode(*node);
+        if (tree.nodes[node].type != kNode || !tree.canLeave(node)) continue;
+        const u32 parent = tree.nodes[node].parent;
+        tree.replaceControlNode(node, parent);
+        tree.hangAllChildren(node, parent, node);
+        tree.removeNode(node);
         ++count;
     }
     return count;
@@ -44,11 +44,13 @@ std::size_t removeDummyNodes(NotedTree& tree)
 
 std::size_t removeDeadEnds(NotedTree& tree)
 {
+    zr::vector<u32>& leaves = tree.take(kMaybeDead);
+    std::erase_if(leaves, [&tree](u32 node) { return !tree.isDeadEnd(node); });
     std::size_t count = 0;
-    for (Node* node : tree.take(kMaybeDead))
+    for (const u32 node : leaves)
     {
-        if (!NotedTree::canLeave(*node) || node->firstChild() || tree.users.isUsed(node)) continue;
-        tree.removeNode(*node);
+        if (!tree.canLeave(node)) continue; // noted twice
+        tree.removeNode(node);
         ++count;
     }
     return count;
@@ -56,14 +58,15 @@ std::size_t removeDeadEnds(NotedTree& tree)
 
 bool compactTop(NotedTree& tree)
 {
-    const ObjectPtr<Node> top = tree.root.rootTransform;
-    const bool hasOneChild = top->firstChild() && top->firstChild() == top->lastChild();
-    if (top->getType() != kNode || !hasOneChild || tree.users.isUsed(top.get())) return false;
-    const ObjectPtr<Node> child = top->firstChild();
-    top->remove(child);
-    tree.removeNode(*top);
-    tree.setTop(child);
-    tree.noteUse(*child);
-    return child->getType() == kTransformNode;
+    ShadowTree& nodes = tree.nodes;
+    const u32 top = nodes.top;
+    const u32 child = nodes[top].firstChild;
+    const bool hasOneChild = child != kNoNode && child == nodes[top].lastChild;
+    if (nodes[top].type != kNode || !hasOneChild || tree.users.isUsed(top)) return false;
+    nodes.detach(child);
+    nodes.top = child;
+    tree.removeNode(top);
+    tree.noteUse(child);
+    return nodes[child].type == kTransformNode;
 }
 } // namespace model::utils
