@@ -15,8 +15,8 @@ namespace
 /// Both slots hold maps of one meaning; the later one wins.
 void dropRepeatedAorms(PropertiesSet& material)
 {
-    TextureSlot& tiled = material.textures[kTiledAormsTexture];
-    if (tiled.isUsed() && material.textures[kAormsTexture].isUsed()) tiled.name.clear();
+    TextureSlots& textures = material.textures;
+    if (textures.find(kTiledAormsTexture) && textures.find(kAormsTexture)) textures[kTiledAormsTexture].name.clear();
 }
 } // namespace
 
