@@ -30,7 +30,7 @@ void runPasses(RootNode& root)
     if (on.optimizeTextureChannels)
     {
         u32 removed = 0;
-        optimizeTextureChannels(&root, &removed);
+        optimizeTextureChannels(&root, &removed, on.mergeNodes);
     }
     if (on.mergeNodes) mergeNodes(&root);
     if (on.extremlyOptimizeMeshes)

@@ -52,6 +52,7 @@ void partByNumbers(const zr::vector<u32>& members, const zr::vector<MaterialKey>
 zr::vector<MaterialClass> partMaterials(const zr::vector<MaterialPtr>& materials)
 {
     zr::vector<MaterialKey> keys;
+    keys.reserve(materials.size());
     for (const MaterialPtr& material : materials)
         keys.push_back(makeMaterialKey(*material));
 
@@ -149,6 +150,7 @@ bool mergeEqualPropertiesSets(RootNode* root)
         uses.nodes[i]->material = uses.materials[uses.numbers[i]];
     }
     checkNoneEqual(unsettled, uses);
-    return root->getMaterials().size() != uses.materials.size();
+    root->collectMaterials();
+    return root->materials.size() != uses.materials.size();
 }
 } // namespace model
