@@ -97,6 +97,7 @@ zr::vector<Group<BaseRenderNode>> groupNodes(const RootNode& root, u32 type)
 {
     ControlPlaces places;
     Candidates candidates;
+    candidates.reserve(root.renderNodes.size());
     for (const ObjectPtr<BaseNode>& node : root.renderNodes)
         if (node && node->getType() == type) candidates.push_back(makeCandidate(cast<BaseRenderNode>(node), places));
     checkMaterials(candidates);
