@@ -101,7 +101,7 @@ void RootNode::collectMaterials()
     materials.clear();
     for (const ObjectPtr<BaseNode>& node : renderNodes)
     {
-        const auto* renderNode = dynamic_cast<const BaseRenderNode*>(node.get());
+        const BaseRenderNode* renderNode = node->asRenderNode();
         if (!renderNode || !renderNode->getMaterial()) continue;
         const MaterialPtr& material = renderNode->getMaterial();
         if (getMaterialIndex(material.get()) >= 0) continue;

@@ -17,7 +17,7 @@ void makeMeshesTwoSided(RootNode& root)
 {
     for (const ObjectPtr<BaseNode>& entry : root.renderNodes)
     {
-        auto* mesh = dynamic_cast<BaseMeshRenderNode*>(entry.get());
+        BaseMeshRenderNode* mesh = entry->asMesh();
         if (mesh && mesh->material && mesh->material->singleSided == 0) makeTwoSided(*mesh);
     }
 }

@@ -32,8 +32,7 @@ void prepareForWriting(RootNode& root)
     for (const MaterialPtr& material : root.materials)
         dropRepeatedAorms(*material);
     for (const ObjectPtr<BaseNode>& node : root.renderNodes)
-        if (auto* mesh = dynamic_cast<BaseMeshRenderNode*>(node.get()); mesh && !mesh->pivots.empty())
-            mesh->setVersion(kPivotVersion);
+        if (auto* mesh = node->asMesh(); mesh && !mesh->pivots.empty()) mesh->setVersion(kPivotVersion);
 }
 
 void RootNode::writeToFile(const char* path, u16 fileVersion)

@@ -18,6 +18,8 @@ using Pivots = zr::vector<vec3f>;
 class BaseMeshRenderNode : public BaseRenderNode
 {
 public:
+    BaseMeshRenderNode* asMesh() override { return this; }
+
     bool applyMatrix(u32 index, const f64* m) override
     {
         vertices.applyMatrix(m, index);

@@ -165,7 +165,7 @@ void optimizeTextureChannels(RootNode* root, u32* removed, bool isMergedNext)
     NewMaterials materials(isMergedNext);
     for (const ObjectPtr<BaseNode>& node : root->renderNodes)
     {
-        auto* mesh = dynamic_cast<BaseMeshRenderNode*>(node.get());
+        BaseMeshRenderNode* mesh = node->asMesh();
         if (!mesh || !mesh->material) continue;
         TextureTable table{mesh->material->channels, mesh->material->vertexFormat};
         try
@@ -186,7 +186,7 @@ bool fixZeroNormals(RootNode* root)
 {
     bool isChanged = false;
     for (const ObjectPtr<BaseNode>& node : root->renderNodes)
-        if (auto* mesh = dynamic_cast<BaseMeshRenderNode*>(node.get())) isChanged |= fixZeroNormals(mesh->vertices);
+        if (BaseMeshRenderNode* mesh = node->asMesh()) isChanged |= fixZeroNormals(mesh->vertices);
     return isChanged;
 }
 } // namespace model

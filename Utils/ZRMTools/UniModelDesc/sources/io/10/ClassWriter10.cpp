@@ -20,7 +20,7 @@ std::size_t geometrySize(const RootNode& root)
 {
     std::size_t size = 0;
     for (const ObjectPtr<BaseNode>& node : root.renderNodes)
-        if (const auto* mesh = dynamic_cast<const BaseMeshRenderNode*>(node.get()))
+        if (const BaseMeshRenderNode* mesh = node->asMesh())
         {
             size += std::size_t{mesh->vertices.getVertexCount()} * mesh->vertices.getStride() * sizeof(f32);
             size += mesh->indices.indices.size() * sizeof(u32);

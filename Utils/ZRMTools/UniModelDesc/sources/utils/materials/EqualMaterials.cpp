@@ -87,7 +87,7 @@ struct Uses
     {
         for (const ObjectPtr<BaseNode>& node : root.renderNodes)
         {
-            auto* renderNode = dynamic_cast<BaseRenderNode*>(node.get());
+            BaseRenderNode* renderNode = node->asRenderNode();
             if (!renderNode || !renderNode->material) continue;
             nodes.push_back(renderNode);
             numbers.push_back(static_cast<u32>(root.getMaterialIndex(renderNode->material.get())));
