@@ -79,7 +79,7 @@ public:
     BasicPtr(BasicPtr<U, Counting>&& other) noexcept : pointer(other.detach())
     {
     }
-    ~BasicPtr() { release(); }
+    ~BasicPtr() { drop(get()); } // nobody else may use what is being destroyed, so no exchange
 
     BasicPtr& operator=(const BasicPtr& other) noexcept
     {

@@ -99,14 +99,14 @@ bool RootNode::replaceControlNode(const Node* old, const ObjectPtr<Node>& replac
 void RootNode::collectMaterials()
 {
     materials.clear();
-    materialIndices.clear();
     for (const ObjectPtr<BaseNode>& node : renderNodes)
     {
-        const auto* renderNode = dynamic_cast<const BaseRenderNode*>(node.get());
+        const BaseRenderNode* renderNode = node->asRenderNode();
         if (!renderNode || !renderNode->getMaterial()) continue;
         const MaterialPtr& material = renderNode->getMaterial();
-        if (materialIndices.try_emplace(material.get(), static_cast<u32>(materials.size())).second)
-            materials.push_back(material);
+        if (getMaterialIndex(material.get()) >= 0) continue;
+        material->listedAt = static_cast<u32>(materials.size());
+        materials.push_back(material);
     }
 }
 
@@ -118,8 +118,10 @@ zr::vector<MaterialPtr> RootNode::getMaterials()
 
 int RootNode::getMaterialIndex(const PropertiesSet* material) const
 {
-    const auto found = materialIndices.find(material);
-    return found == materialIndices.end() ? -1 : static_cast<int>(found->second);
+    // Another root may have listed it since, so the list has the last word.
+    const bool isListed =
+        material && material->listedAt < materials.size() && materials[material->listedAt].get() == material;
+    return isListed ? static_cast<int>(material->listedAt) : -1;
 }
 
 u32 RootNode::calcNumHandles() const

@@ -5,7 +5,6 @@
 #include "materials/PropertiesSet.h"
 #include "nodes/BaseNode.h"
 #include "nodes/Node.h"
-#include <parallel_hashmap/phmap.h>
 
 namespace model
 {
@@ -75,7 +74,5 @@ private:
     /// Calls the function with each place where something hangs on `node`, in the order of `getAllNodes`, until it
     /// gives false; false when it did.
     bool forEachUser(const Node* node, const std::function<bool(BaseNode&, u64)>& function) const;
-
-    phmap::flat_hash_map<const PropertiesSet*, u32> materialIndices;
 };
 } // namespace model

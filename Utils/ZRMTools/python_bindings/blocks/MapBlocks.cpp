@@ -43,7 +43,7 @@ zr::string AoBlock::apply(model::BaseMeshRenderNode& node, u32& uvCounter) const
     setNamedProperty(material, "ambientOcclusionShift", shift);
     if (animationArgument > -1)
     {
-        auto property = model::create<model::ArgumentProperty>("model::ArgumentProperty");
+        auto property = model::create<model::ArgumentProperty>();
         property->setArgument(static_cast<u32>(animationArgument));
         setNamedProperty(material, "ambientOcclusionAnim", property);
     }

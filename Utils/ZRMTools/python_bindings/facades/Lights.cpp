@@ -21,7 +21,7 @@ model::PropertyPtr makeTheta(const model::IProperty& phi, const model::IProperty
 }
 } // namespace
 
-ILight::ILight(const zr::string& name, u8 lightType) : node(model::create<model::LightNode>("model::LightNode"))
+ILight::ILight(const zr::string& name, u8 lightType) : node(model::create<model::LightNode>())
 {
     node->setName(name.c_str());
     node->lightType = lightType;

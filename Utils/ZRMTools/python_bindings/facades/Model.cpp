@@ -7,7 +7,7 @@
 
 namespace pyzrm
 {
-Model::Model() : root(model::create<model::RootNode>("model::RootNode")), rootTransform(std::make_shared<Node>("root"))
+Model::Model() : root(model::create<model::RootNode>()), rootTransform(std::make_shared<Node>("root"))
 {
     root->setRootTransform(rootTransform->getNode());
 }

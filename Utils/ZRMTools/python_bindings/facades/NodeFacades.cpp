@@ -33,7 +33,7 @@ u32 controlArgument(f32 value)
 }
 } // namespace
 
-Node::Node(const zr::string& name) : Node(name, model::create<model::Node>("model::Node")) {}
+Node::Node(const zr::string& name) : Node(name, model::create<model::Node>()) {}
 
 Node::Node(const zr::string& name, model::ObjectPtr<model::Node> created) : node(std::move(created))
 {
@@ -47,9 +47,7 @@ std::shared_ptr<Node> Node::addChild(Ref<Node> child)
     return child.shared();
 }
 
-Transform::Transform(const zr::string& name) : Node(name, model::create<model::TransformNode>("model::TransformNode"))
-{
-}
+Transform::Transform(const zr::string& name) : Node(name, model::create<model::TransformNode>()) {}
 
 Transform::Transform(const zr::string& name, const Columns& matrix) : Transform(name)
 {
@@ -61,8 +59,7 @@ void Transform::setMatrix(const Columns& matrix)
     nodeAs<model::TransformNode>().setMatrix(toMatrix(matrix));
 }
 
-Lod::Lod(const zr::string& name, const zr::vector<f32>& distances)
-    : Node(name, model::create<model::LodNode>("model::LodNode"))
+Lod::Lod(const zr::string& name, const zr::vector<f32>& distances) : Node(name, model::create<model::LodNode>())
 {
     zr::vector<model::LodLevel> levels;
     levels.reserve(distances.size());
@@ -76,9 +73,7 @@ Lod::Lod(const zr::string& name, const zr::vector<f32>& distances)
     nodeAs<model::LodNode>().setLevels(std::move(levels));
 }
 
-NumberRoot::NumberRoot(const zr::string& name) : Node(name, model::create<model::TmpNumberRoot>("model::TmpNumberRoot"))
-{
-}
+NumberRoot::NumberRoot(const zr::string& name) : Node(name, model::create<model::TmpNumberRoot>()) {}
 
 void NumberRoot::setControls(const zr::vector<Float4>& controls)
 {
@@ -87,10 +82,7 @@ void NumberRoot::setControls(const zr::vector<Float4>& controls)
         list.push_back({controlArgument(uArgument), uFactor, controlArgument(vArgument), vFactor});
 }
 
-VisibilityNode::VisibilityNode(const zr::string& name)
-    : Node(name, model::create<model::ArgVisibilityNode>("model::ArgVisibilityNode"))
-{
-}
+VisibilityNode::VisibilityNode(const zr::string& name) : Node(name, model::create<model::ArgVisibilityNode>()) {}
 
 void VisibilityNode::setArguments(const ArgumentKeys<f32>& arguments)
 {
@@ -101,10 +93,7 @@ void VisibilityNode::setArguments(const ArgumentKeys<f32>& arguments)
     nodeAs<model::ArgVisibilityNode>().setArguments(std::move(list));
 }
 
-AnimationNode::AnimationNode(const zr::string& name)
-    : Node(name, model::create<model::ArgAnimationNode>("model::ArgAnimationNode"))
-{
-}
+AnimationNode::AnimationNode(const zr::string& name) : Node(name, model::create<model::ArgAnimationNode>()) {}
 
 void AnimationNode::setBaseMatrix(const Columns& matrix)
 {
@@ -144,7 +133,7 @@ void AnimationNode::setScaleAnimation(const ArgumentKeys<Float3>& channels)
         makeChannels<model::ScaleChannel, model::vec3d>(channels, toVec3d));
 }
 
-Bone::Bone(const zr::string& name) : Node(name, model::create<model::Bone>("model::Bone")) {}
+Bone::Bone(const zr::string& name) : Node(name, model::create<model::Bone>()) {}
 
 Bone::Bone(const zr::string& name, const Columns& matrix) : Bone(name)
 {

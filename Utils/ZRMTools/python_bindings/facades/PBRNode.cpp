@@ -62,14 +62,14 @@ zr::string PBRNode::createNode()
     const model::ObjectPtr<model::Node>& controlNode = control->getNode();
     if (findBlock(BT_Number))
     {
-        node = model::create<model::NumberNode>("model::NumberNode");
+        node = model::create<model::NumberNode>();
         node->setControlNode(0, controlNode);
     }
     else if (const auto* skinning = dynamic_cast<const BoneBlock*>(findBlock(BT_Bone)))
     {
         // A skin finds what it hangs on among its bones.
         if (!model::cast<model::Bone>(controlNode)) return "Control node of a skin must be a bone.";
-        auto skin = model::create<model::SkinNode>("model::SkinNode");
+        auto skin = model::create<model::SkinNode>();
         skin->resizeBones(skinning->getBones().size() + 1);
         skin->setControlNode(0, controlNode);
         for (std::size_t i = 0; i < skinning->getBones().size(); ++i)
@@ -78,7 +78,7 @@ zr::string PBRNode::createNode()
     }
     else
     {
-        auto mesh = model::create<model::RenderNode>("model::RenderNode");
+        auto mesh = model::create<model::RenderNode>();
         if (waterMask) mesh->setPurpose(1);
         mesh->setControlNode(0, controlNode);
         node = mesh;

@@ -42,6 +42,6 @@ TEST(Finishing, OneTextureOfTwoKindsIsWritten)
     root->addRenderNode(node);
     prepareForWriting(*root);
     const auto& textures = node->material->textures;
-    EXPECT_TRUE(!textures[kTiledAormsTexture].isUsed() && textures[kAormsTexture].isUsed());
+    EXPECT_TRUE(!textures.find(kTiledAormsTexture) && textures.find(kAormsTexture));
 }
 } // namespace

@@ -39,6 +39,13 @@ string toLowerCase(std::string_view text)
     const char* const end = text.data() + text.size();
     for (const char* at = text.data(); at != end;)
     {
+        // Nearly all texts are ASCII only, and no texture's name should cost a search for each of its letters.
+        if (const char letter = *at; static_cast<u8>(letter) < 0x80)
+        {
+            lowered += letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
+            ++at;
+            continue;
+        }
         const u32 character = readCharacter(at, end);
         if (character == kNoCharacter)
             lowered += *at++;

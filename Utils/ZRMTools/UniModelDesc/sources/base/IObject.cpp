@@ -6,7 +6,7 @@ namespace model
 {
 void IObjectDeleter::operator()(IObject* object) const
 {
-    if (object->registry) object->registry->remove(*object);
+    if (object->registry) object->registry->remove();
     delete object;
 }
 } // namespace model

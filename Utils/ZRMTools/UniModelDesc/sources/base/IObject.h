@@ -21,12 +21,6 @@ public:
 
     /// The registry that created this object; null for an object that was made without one.
     ObjectRegistry* registry = nullptr;
-
-private:
-    friend class ObjectRegistry;
-
-    /// Where the registry lists this object.
-    std::size_t slot = 0;
 };
 
 /// Takes an object out of its registry, if it has one, and deletes it.

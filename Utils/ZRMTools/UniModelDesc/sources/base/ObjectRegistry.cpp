@@ -21,18 +21,7 @@ ObjectPtr<IObject> ObjectRegistry::clone(const char* className, const IObject& s
 
 u64 ObjectRegistry::getCount()
 {
-    const std::lock_guard guard(lock);
-    return objects.size();
-}
-
-void ObjectRegistry::remove(IObject& object)
-{
-    const std::lock_guard guard(lock);
-    if (isShutDown) return;
-    IObject* moved = objects.back();
-    objects[object.slot] = moved;
-    moved->slot = object.slot;
-    objects.pop_back();
+    return isShutDown ? 0 : numObjects.load();
 }
 
 void ObjectRegistry::shutDown()
@@ -40,7 +29,6 @@ void ObjectRegistry::shutDown()
     const std::lock_guard guard(lock);
     isShutDown = true;
     factories = {};
-    objects = {};
 }
 
 const IregClass* ObjectRegistry::find(const char* className) const
@@ -50,12 +38,16 @@ const IregClass* ObjectRegistry::find(const char* className) const
     return found == factories.end() ? nullptr : found->second.get();
 }
 
+void ObjectRegistry::count(IObject& object)
+{
+    object.registry = this;
+    ++numObjects;
+}
+
 ObjectPtr<IObject> ObjectRegistry::take(IObject* object)
 {
     if (!object) return nullptr;
-    object->registry = this;
-    object->slot = objects.size();
-    objects.push_back(object);
+    count(*object);
     return ObjectPtr<IObject>(object);
 }
 

@@ -111,7 +111,7 @@ Box computeBoundingBox(const RootNode& root)
     WorldMatrices matrices;
     for (const ObjectPtr<BaseNode>& entry : root.renderNodes)
     {
-        const auto* node = dynamic_cast<const BaseRenderNode*>(entry.get());
+        const BaseRenderNode* node = entry->asRenderNode();
         if (!node) continue;
         const zr::vector<Box> parts = node->getBoundingBoxes();
         for (std::size_t i = 0; i < parts.size(); ++i)

@@ -17,7 +17,7 @@ void makeMeshesTwoSided(RootNode& root)
 {
     for (const ObjectPtr<BaseNode>& entry : root.renderNodes)
     {
-        auto* mesh = dynamic_cast<BaseMeshRenderNode*>(entry.get());
+        BaseMeshRenderNode* mesh = entry->asMesh();
         if (mesh && mesh->material && mesh->material->singleSided == 0) makeTwoSided(*mesh);
     }
 }
@@ -30,7 +30,7 @@ void runPasses(RootNode& root)
     if (on.optimizeTextureChannels)
     {
         u32 removed = 0;
-        optimizeTextureChannels(&root, &removed);
+        optimizeTextureChannels(&root, &removed, on.mergeNodes);
     }
     if (on.mergeNodes) mergeNodes(&root);
     if (on.extremlyOptimizeMeshes)

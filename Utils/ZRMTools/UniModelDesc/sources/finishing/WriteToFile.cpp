@@ -15,8 +15,8 @@ namespace
 /// Both slots hold maps of one meaning; the later one wins.
 void dropRepeatedAorms(PropertiesSet& material)
 {
-    TextureSlot& tiled = material.textures[kTiledAormsTexture];
-    if (tiled.isUsed() && material.textures[kAormsTexture].isUsed()) tiled.name.clear();
+    TextureSlots& textures = material.textures;
+    if (textures.find(kTiledAormsTexture) && textures.find(kAormsTexture)) textures[kTiledAormsTexture].name.clear();
 }
 } // namespace
 
@@ -32,8 +32,7 @@ void prepareForWriting(RootNode& root)
     for (const MaterialPtr& material : root.materials)
         dropRepeatedAorms(*material);
     for (const ObjectPtr<BaseNode>& node : root.renderNodes)
-        if (auto* mesh = dynamic_cast<BaseMeshRenderNode*>(node.get()); mesh && !mesh->pivots.empty())
-            mesh->setVersion(kPivotVersion);
+        if (auto* mesh = node->asMesh(); mesh && !mesh->pivots.empty()) mesh->setVersion(kPivotVersion);
 }
 
 void RootNode::writeToFile(const char* path, u16 fileVersion)

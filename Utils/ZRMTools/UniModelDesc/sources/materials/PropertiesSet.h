@@ -3,8 +3,8 @@
 #include <functional>
 
 #include "materials/PropertyList.h"
+#include "materials/TextureSlots.h"
 #include "materials/VertexFormat.h"
-#include <zr/array.h>
 
 namespace model
 {
@@ -13,28 +13,6 @@ class PropertiesSet;
 /// How materials are owned; they are no registered objects, so plain `new PropertiesSet` makes one.
 using MaterialPtr = zr::Ptr<PropertiesSet>;
 
-/// A texture and how it is sampled.
-struct TextureSlot
-{
-    TextureSlot() = default;
-    /// A slot with this file name and defaults for the rest.
-    explicit TextureSlot(const char* textureName) : name(textureName ? textureName : "") {}
-    /// A copy is whole; an assignment leaves the matrix as it is.
-    TextureSlot(const TextureSlot&) = default;
-    TextureSlot& operator=(const TextureSlot& other);
-
-    bool isUsed() const { return !name.empty(); }
-    /// Name, sampler and index are equal, the matrices within 1e-5.
-    bool isEqual(const TextureSlot& other) const;
-
-    /// The file name; a slot without one is unused.
-    zr::string name;
-    matrixf matrix;
-    zr::array<u32, 4> sampler{{2, 2, 10, 6}};
-    u32 textureIndex = 0xFFFFFFFFu;
-};
-
-constexpr std::size_t kNumTextures = 19;
 constexpr std::size_t kNumChannels = 13;
 /// What a texture slot holds. A deck uses some of them for other maps, under the names at their end.
 enum TextureNumber : u32
@@ -82,7 +60,6 @@ public:
     PropertyList& getProperties() { return properties; }
     const PropertyList& getProperties() const { return properties; }
     TextureSlot& getTexture(std::size_t index) { return textures[index]; }
-    const TextureSlot& getTexture(std::size_t index) const { return textures[index]; }
     const VertexFormat& getVertexFormat() const { return vertexFormat; }
     const TextureChannels& getChannels() const { return channels; }
 
@@ -95,8 +72,8 @@ public:
     void setDecalId(u8 value) { decalId = value; }
     void setSingleSided(bool value) { singleSided = value; }
 
-    /// The slot gets the name, and of a new slot all else but the matrix.
-    void setTexture(std::size_t index, const char* textureName) { textures[index] = TextureSlot(textureName); }
+    /// See `TextureSlots::set`.
+    void setTexture(std::size_t index, const char* textureName) { textures.set(index, textureName); }
     void setFormat(std::size_t semantic, u8 numFloats) { vertexFormat[semantic] = numFloats; }
     void setChannel(std::size_t map, i32 coordinateSet) { channels[map] = coordinateSet; }
 
@@ -109,7 +86,7 @@ public:
     /// 0 asks for back faces to be built at save.
     u8 singleSided = 1;
     /// By `TextureNumber`.
-    zr::array<TextureSlot, kNumTextures> textures;
+    TextureSlots textures;
     VertexFormat vertexFormat;
     TextureChannels channels;
     zr::string materialName;
@@ -117,5 +94,7 @@ public:
     u8 billboard = 0;
     u32 billboardMode1 = 0;
     u32 billboardMode2 = 6;
+    /// The place in the list of materials of the root that last listed this set, see `RootNode::getMaterialIndex`.
+    u32 listedAt = 0;
 };
 } // namespace model

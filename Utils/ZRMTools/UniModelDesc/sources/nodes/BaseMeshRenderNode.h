@@ -11,12 +11,15 @@ namespace model
 constexpr std::size_t kMaxPivots = 6;
 /// The version from which a record has the pivots.
 constexpr u32 kPivotVersion = 2;
-using Pivots = zr::small_vector<vec3f, kMaxPivots>;
+/// Few nodes have any, so they take no room in the node.
+using Pivots = zr::vector<vec3f>;
 
 /// A render node that draws a mesh. `getVertices` and `getIndices` are the data themselves.
 class BaseMeshRenderNode : public BaseRenderNode
 {
 public:
+    BaseMeshRenderNode* asMesh() override { return this; }
+
     bool applyMatrix(u32 index, const f64* m) override
     {
         vertices.applyMatrix(m, index);

@@ -4,6 +4,8 @@
 
 namespace model
 {
+class BaseMeshRenderNode;
+class BaseRenderNode;
 class Node;
 class RootNode;
 
@@ -19,6 +21,11 @@ public:
 
     u32 getVersion() const { return version; }
     void setVersion(u32 value) { version = value; }
+
+    /// The same object as something that is drawn, or as a mesh; null when it is none. Nearly all passes ask it of each
+    /// node, and of a small mesh a run-time cast would be a part of the work.
+    virtual BaseRenderNode* asRenderNode() { return nullptr; }
+    virtual BaseMeshRenderNode* asMesh() { return nullptr; }
 
     virtual u64 getNumControlNodes() const = 0;
     virtual ObjectPtr<Node> getControlNode(u64 index) const = 0;

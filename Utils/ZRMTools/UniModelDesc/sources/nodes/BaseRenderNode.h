@@ -10,6 +10,8 @@ namespace model
 class BaseRenderNode : public BaseNode
 {
 public:
+    BaseRenderNode* asRenderNode() override { return this; }
+
     const MaterialPtr& getMaterial() const { return material; }
     void setMaterial(MaterialPtr value) { material = std::move(value); }
 

@@ -10,11 +10,10 @@ struct ParentEntry
 {
     ObjectPtr<Node> parent;
     u32 argument = kNoArgument;
-    /// A box that is kept and copied; nothing fills or reads it.
-    Box box;
 };
 
-using ParentEntries = zr::vector<ParentEntry>;
+/// A mesh that isn't merged has one.
+using ParentEntries = zr::small_vector<ParentEntry, 1>;
 
 /// A mesh on one or, merged, on several nodes: POSITION0's fourth float says to which entry of `parents` a vertex
 /// belongs.

@@ -25,9 +25,11 @@ bool mergeEqualPropertiesSets(RootNode* root);
 
 /// Drops texture coordinate attributes that repeat another one or that no channel uses, and renumbers the rest from
 /// TEXCOORD0. Each mesh node gets a material of its own.
-/// removed  written: the number of attributes that were dropped as repeats
+/// removed         written: the number of attributes that were dropped as repeats
+/// isMergedNext    `mergeEqualPropertiesSets` is what follows: nodes that had one material and get equal ones go on
+///                 sharing, as they would after it
 /// errors   ExtException "Broken texture channels", "Empty texture channel", "Wrong vertex size."
-void optimizeTextureChannels(RootNode* root, u32* removed);
+void optimizeTextureChannels(RootNode* root, u32* removed, bool isMergedNext = false);
 
 /// Replaces normals of (nearly) no length by 0, 1, 0. Returns whether there was one.
 bool fixZeroNormals(RootNode* root);

@@ -13,7 +13,7 @@ void removeEmptyRenderNodes(RootNode* root)
     RootNode::List& list = root->renderNodes;
     const auto isEmpty = [](const ObjectPtr<BaseNode>& node)
     {
-        const auto* renderNode = dynamic_cast<const BaseRenderNode*>(node.get());
+        const BaseRenderNode* renderNode = node->asRenderNode();
         return !renderNode || renderNode->getPrimitiveCount() == 0;
     };
     list.erase(std::remove_if(list.begin(), list.end(), isEmpty), list.end());

@@ -37,7 +37,7 @@ u32 vertexFormatSize(const VertexFormat& vertexFormat)
 
 u32 removeRepeatedTextureChannels(Vertices& vertices, TextureChannels& channels)
 {
-    zr::vector<i32> kept;
+    zr::small_vector<i32, kNumChannels> kept;
     SemanticRemap repeats;
     for (const auto& [semantic, attribute] : vertices.getAttributes())
     {
@@ -72,6 +72,11 @@ void removeUnusedTextureChannels(Vertices& vertices, VertexFormat& vertexFormat,
 
 void remapTextureChannels(const SemanticRemap& remap, Vertices& vertices, VertexFormat& vertexFormat)
 {
+    // Most meshes have one set, in its place already.
+    const auto isInPlace = [&](const SemanticMove& move)
+    { return move.from == move.to && vertices.findAttribute(move.from); };
+    if (std::all_of(remap.begin(), remap.end(), isInPlace)) return checkVertexSize(vertices, vertexFormat);
+
     // The format comes first: it refuses a wrong semantic before an attribute has moved.
     VertexFormat newFormat = vertexFormat;
     for (const auto& [from, to] : remap)

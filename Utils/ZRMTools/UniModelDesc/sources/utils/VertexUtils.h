@@ -15,7 +15,7 @@ struct SemanticMove
     i32 from;
     i32 to;
 };
-using SemanticRemap = zr::vector<SemanticMove>;
+using SemanticRemap = zr::small_vector<SemanticMove, kNumChannels>;
 
 /// Drops each texture coordinate attribute that repeats an earlier one (no float differs by more than 0.001) and lets
 /// the channels use the earlier one. Returns the number of attributes dropped.

@@ -93,4 +93,17 @@ TEST(MergeEqualPropertiesSets, DoesWhatTheLoopOverAllPairsDoes)
     const auto pass = [&](RootNode* root) { EXPECT_EQ(mergeEqualPropertiesSets(root), result); };
     compare([](std::uint64_t seed) { return MaterialScenes(seed).make(); }, literal, pass, 10);
 }
+
+TEST(OptimizeTextureChannels, SharesWhatComparingWouldAndNothingWhenItFails)
+{
+    const auto passes = [](RootNode* root, bool isMergedNext)
+    {
+        u32 repeats = 0;
+        optimizeTextureChannels(root, &repeats, isMergedNext);
+        mergeEqualPropertiesSets(root);
+    };
+    const auto literal = [&](RootNode& root) { passes(&root, false); };
+    const auto pass = [&](RootNode* root) { passes(root, true); };
+    compare([](std::uint64_t seed) { return MaterialScenes(seed).make(); }, literal, pass, 10);
+}
 } // namespace

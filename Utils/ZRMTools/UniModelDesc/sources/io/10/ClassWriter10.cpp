@@ -20,7 +20,7 @@ std::size_t geometrySize(const RootNode& root)
 {
     std::size_t size = 0;
     for (const ObjectPtr<BaseNode>& node : root.renderNodes)
-        if (const auto* mesh = dynamic_cast<const BaseMeshRenderNode*>(node.get()))
+        if (const BaseMeshRenderNode* mesh = node->asMesh())
         {
             size += std::size_t{mesh->vertices.getVertexCount()} * mesh->vertices.getStride() * sizeof(f32);
             size += mesh->indices.indices.size() * sizeof(u32);
@@ -40,8 +40,8 @@ void ClassWriter10::write(const RootNode* root, ByteBuffer& out)
     file.writeU64(0);
     root->accept(writer);
     file.writeU32(static_cast<u32>(indices.size()));
-    saveTransformNodes(*root, writer);
-    saveTransformNodesConnections(*root);
+    saveTransformNodes(writer);
+    saveTransformNodesConnections();
     saveSections(*root, writer);
     insertStringTable();
     out = file.takeBytes();
@@ -49,33 +49,29 @@ void ClassWriter10::write(const RootNode* root, ByteBuffer& out)
 
 void ClassWriter10::calcNumTransformNodes(const RootNode& root)
 {
+    treeNodes.clear();
+    Node::visit(root.rootTransform.get(),
+                [this](const Node* node)
+                {
+                    treeNodes.push_back(node);
+                    return true;
+                });
     indices.clear();
-    Node::visit(root.rootTransform.get(),
-                [this](const Node* node)
-                {
-                    indices.emplace(node, static_cast<u32>(indices.size()));
-                    return true;
-                });
+    indices.reserve(treeNodes.size());
+    for (u32 i = 0; i < treeNodes.size(); ++i)
+        indices.emplace(treeNodes[i], i);
 }
 
-void ClassWriter10::saveTransformNodes(const RootNode& root, NodeWriter10& writer)
+void ClassWriter10::saveTransformNodes(NodeWriter10& writer)
 {
-    Node::visit(root.rootTransform.get(),
-                [&writer](const Node* node)
-                {
-                    node->accept(writer);
-                    return true;
-                });
+    for (const Node* node : treeNodes)
+        node->accept(writer);
 }
 
-void ClassWriter10::saveTransformNodesConnections(const RootNode& root)
+void ClassWriter10::saveTransformNodesConnections()
 {
-    Node::visit(root.rootTransform.get(),
-                [this](const Node* node)
-                {
-                    file.writeU32(node->parent() ? nodeIndexOf(indices, node->parent()) : kNoParent);
-                    return true;
-                });
+    for (const Node* node : treeNodes)
+        file.writeU32(node->parent() ? nodeIndexOf(indices, node->parent()) : kNoParent);
 }
 
 void ClassWriter10::saveSections(const RootNode& root, NodeWriter10& writer)

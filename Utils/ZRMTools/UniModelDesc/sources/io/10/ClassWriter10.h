@@ -15,11 +15,13 @@ public:
 
 private:
     void calcNumTransformNodes(const RootNode& root);
-    void saveTransformNodes(const RootNode& root, NodeWriter10& writer);
-    void saveTransformNodesConnections(const RootNode& root);
+    void saveTransformNodes(NodeWriter10& writer);
+    void saveTransformNodesConnections();
     void saveSections(const RootNode& root, NodeWriter10& writer);
     void insertStringTable();
 
+    /// The nodes of the tree in the order of their numbers.
+    zr::vector<const Node*> treeNodes;
     NodeIndexMap indices;
     MemBinaryFileW file;
 };

@@ -36,10 +36,9 @@ void NodeWriter10::writeMaterial(const PropertiesSet& material)
 
 void NodeWriter10::writeTextures(const PropertiesSet& material)
 {
-    const auto isUsed = [](const TextureSlot& slot) { return slot.isUsed(); };
-    putCount(static_cast<std::size_t>(std::count_if(material.textures.begin(), material.textures.end(), isUsed)));
+    putCount(material.textures.countUsed());
     for (u32 i = 0; i < kNumTextures; ++i)
-        if (material.textures[i].isUsed()) put(i, material.textures[i]);
+        if (const TextureSlot* slot = material.textures.find(i)) put(i, *slot);
 }
 
 void NodeWriter10::putField(const TextureSlot& slot)

@@ -52,6 +52,7 @@ void partByNumbers(const zr::vector<u32>& members, const zr::vector<MaterialKey>
 zr::vector<MaterialClass> partMaterials(const zr::vector<MaterialPtr>& materials)
 {
     zr::vector<MaterialKey> keys;
+    keys.reserve(materials.size());
     for (const MaterialPtr& material : materials)
         keys.push_back(makeMaterialKey(*material));
 
@@ -86,7 +87,7 @@ struct Uses
     {
         for (const ObjectPtr<BaseNode>& node : root.renderNodes)
         {
-            auto* renderNode = dynamic_cast<BaseRenderNode*>(node.get());
+            BaseRenderNode* renderNode = node->asRenderNode();
             if (!renderNode || !renderNode->material) continue;
             nodes.push_back(renderNode);
             numbers.push_back(static_cast<u32>(root.getMaterialIndex(renderNode->material.get())));
@@ -149,6 +150,7 @@ bool mergeEqualPropertiesSets(RootNode* root)
         uses.nodes[i]->material = uses.materials[uses.numbers[i]];
     }
     checkNoneEqual(unsettled, uses);
-    return root->getMaterials().size() != uses.materials.size();
+    root->collectMaterials();
+    return root->materials.size() != uses.materials.size();
 }
 } // namespace model

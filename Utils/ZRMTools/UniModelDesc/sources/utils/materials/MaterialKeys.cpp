@@ -110,13 +110,14 @@ u64 hashExactFields(const PropertiesSet& material)
         hasher.add(flag);
     hasher.add(material.billboardMode1);
     hasher.add(material.billboardMode2);
-    for (const TextureSlot& slot : material.textures)
-    {
-        hasher.addText(slot.name);
-        if (!slot.isUsed()) continue;
-        hasher.add(slot.sampler.values);
-        hasher.add(slot.textureIndex);
-    }
+    for (std::size_t number = 0; number < kNumTextures; ++number)
+        if (const TextureSlot* slot = material.textures.find(number))
+        {
+            hasher.add(number);
+            hasher.addText(slot->name);
+            hasher.add(slot->sampler.values);
+            hasher.add(slot->textureIndex);
+        }
     hasher.add(material.properties.size());
     return hasher.value();
 }

@@ -97,8 +97,10 @@ zr::vector<Group<BaseRenderNode>> groupNodes(const RootNode& root, u32 type)
 {
     ControlPlaces places;
     Candidates candidates;
+    candidates.reserve(root.renderNodes.size());
     for (const ObjectPtr<BaseNode>& node : root.renderNodes)
-        if (node && node->getType() == type) candidates.push_back(makeCandidate(cast<BaseRenderNode>(node), places));
+        if (node->getType() == type)
+            candidates.push_back(makeCandidate(ObjectPtr<BaseRenderNode>(node->asRenderNode()), places));
     checkMaterials(candidates);
 
     const bool arePlain = std::all_of(candidates.begin(), candidates.end(),

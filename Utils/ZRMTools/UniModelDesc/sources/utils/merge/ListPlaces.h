@@ -17,6 +17,7 @@ class ListPlaces
 public:
     explicit ListPlaces(RootNode::List& nodes) : list(nodes)
     {
+        places.reserve(list.size());
         for (u32 i = 0; i < list.size(); ++i)
             if (!places.try_emplace(list[i].get(), i).second) repeated[list[i].get()].insert(i);
         for (auto& [node, more] : repeated)

@@ -71,7 +71,7 @@ ObjectPtr<FakeOmniLightsNode> mergeFakeOmniLights(const Group<FakeOmniLightsNode
     if (group.size() == 1) return group.front();
     OmniControls controls;
     auto lights = mergedLights(group, controls);
-    const auto merged = create<FakeOmniLightsNode>("model::FakeOmniLightsNode");
+    const auto merged = create<FakeOmniLightsNode>();
     merged->setLights(std::move(lights));
     merged->controls = std::move(controls.list);
     merged->material = group.front()->material;
@@ -89,7 +89,7 @@ ObjectPtr<FakeSpotLightsNode> mergeFakeSpotLights(const Group<FakeSpotLightsNode
         for (const ObjectPtr<FakeSpotLightsNode>& member : group)
             for (std::size_t i = 0; i < member->lights.size(); ++i)
                 directions.push_back(zr::at(member->directions, i));
-    const auto merged = create<FakeSpotLightsNode>("model::FakeSpotLightsNode");
+    const auto merged = create<FakeSpotLightsNode>();
     merged->setLights(std::move(lights));
     merged->setDirections(std::move(directions));
     merged->controls = std::move(controls.list);

@@ -69,7 +69,7 @@ zr::vector<ObjectPtr<BaseRenderNode>> splitRenderNodeByDamageArgument(const Rend
     material->setFormat(kColor2, 0);
     for (auto& [argument, corners] : parts)
     {
-        const auto part = create<RenderNode>("model::RenderNode");
+        const auto part = create<RenderNode>();
         part->setMaterial(material);
         Indices indices;
         indices.indices = std::move(corners);
