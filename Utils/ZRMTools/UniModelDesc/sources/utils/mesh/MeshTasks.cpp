@@ -80,7 +80,7 @@ struct Valences
 
 MeshTasks renderMeshTasks(const RootNode& root)
 {
-    return tasksOf(root.renderNodes, [](BaseNode* node) { return dynamic_cast<BaseMeshRenderNode*>(node); });
+    return tasksOf(root.renderNodes, [](BaseNode* node) { return node ? node->asMesh() : nullptr; });
 }
 
 MeshTasks shellMeshTasks(const RootNode& root)
@@ -139,12 +139,11 @@ bool optimizeVertexCache(const Vertices& vertices, Indices& indices)
 
     const auto before = meshopt_analyzeVertexCache(list.data(), list.size(), count, kCacheSize, kNoWarps, kNoGroups);
     if (isNearBest(before, valences.numUsed, numTriangles)) return false;
-    zr::vector<u32> candidate(list.size());
-    meshopt_optimizeVertexCache(candidate.data(), list.data(), list.size(), count);
-    const auto after =
-        meshopt_analyzeVertexCache(candidate.data(), candidate.size(), count, kCacheSize, kNoWarps, kNoGroups);
-    if (!(before.acmr - after.acmr > kMinTriangleGain || before.atvr - after.atvr > kMinVertexGain)) return false;
-    list = std::move(candidate);
-    return true;
+    zr::vector<u32> original = list;
+    meshopt_optimizeVertexCache(list.data(), original.data(), list.size(), count);
+    const auto after = meshopt_analyzeVertexCache(list.data(), list.size(), count, kCacheSize, kNoWarps, kNoGroups);
+    if (before.acmr - after.acmr > kMinTriangleGain || before.atvr - after.atvr > kMinVertexGain) return true;
+    list = std::move(original);
+    return false;
 }
 } // namespace model

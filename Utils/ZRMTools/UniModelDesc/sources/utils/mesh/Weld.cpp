@@ -163,15 +163,16 @@ public:
     u32 findOrAdd(const CellPlace& place, const f32* point, u32 candidate)
     {
         CellTable::Cell& cell = cells.find(place.hash);
-        u32 best = search(cell, place.key, point);
+        const bool isCrowd = cell.value == kCrowd;
+        const CellPlace inCrowd = isCrowd ? findInCrowd(place.key, point) : CellPlace();
+        u32 best = isCrowd ? searchCrowd(inCrowd, point) : searchPlain(cell, place.key, point);
         if (place.hasNeighbours() && !isKept(best, point))
-            place.forEachNeighbour(kFactors,
-                                   [&](u64 key) { raise(best, search(cells.find(hashOf(key)), key, point)); });
+            place.forEachNeighbour(kFactors, [&](u64 key) { raise(best, search(key, point)); });
         if (best != kNoVertex) return best;
-        if (cell.value == kCrowd)
-            insertIntoCrowd(place.key, candidate);
-        else
+        if (cell.value != kCrowd)
             insert(cells, cell, place.hash, candidate);
+        else
+            insertIntoCrowd(isCrowd ? inCrowd : findInCrowd(place.key, point), candidate);
         return candidate;
     }
 
@@ -188,27 +189,33 @@ private:
     }
 
     /// In a cell of the first grid.
-    u32 search(CellTable::Cell& cell, u64 key, const f32* point)
+    u32 search(u64 key, const f32* point)
     {
-        if (cell.value == kCrowd) return searchCrowd(key, point);
+        CellTable::Cell& cell = cells.find(hashOf(key));
+        return cell.value == kCrowd ? searchCrowd(findInCrowd(key, point), point) : searchPlain(cell, key, point);
+    }
+
+    /// In one that is no crowd, but may become one.
+    u32 searchPlain(CellTable::Cell& cell, u64 key, const f32* point)
+    {
         bool isLong = false;
         const u32 found = searchCell(cell, point, isLong);
         if (isLong) part(key, cell);
         return found;
     }
 
-    u32 searchCrowd(u64 key, const f32* point)
+    u32 searchCrowd(const CellPlace& place, const f32* point)
     {
-        const CellPlace place = findInCrowd(key, point);
-        u32 best = searchPart(place.key, point);
+        u32 best = searchPart(place.hash, point);
         if (place.hasNeighbours() && !isKept(best, point))
-            place.forEachNeighbour(kFactors + kPlaceAxes, [&](u64 other) { raise(best, searchPart(other, point)); });
+            place.forEachNeighbour(kFactors + kPlaceAxes,
+                                   [&](u64 key) { raise(best, searchPart(hashOf(key), point)); });
         return best;
     }
 
-    u32 searchPart(u64 key, const f32* point)
+    u32 searchPart(u32 hash, const f32* point)
     {
-        CellTable::Cell& cell = parts.find(hashOf(key));
+        CellTable::Cell& cell = parts.find(hash);
         bool isLong = false;
         const u32 found = searchCell(cell, point, isLong);
         if (isLong) cell.value = tree.create(cell.value) | kTreeFlag;
@@ -238,10 +245,9 @@ private:
         table.set(cell, hash, vertex);
     }
 
-    void insertIntoCrowd(u64 key, u32 vertex)
+    void insertIntoCrowd(const CellPlace& place, u32 vertex)
     {
-        const u32 hash = hashOf(findInCrowd(key, points[vertex]).key);
-        insert(parts, parts.find(hash), hash, vertex);
+        insert(parts, parts.find(place.hash), place.hash, vertex);
     }
 
     /// Turns a cell of the first grid into a crowd, or a tree where no other float parts vertices.
@@ -258,7 +264,7 @@ private:
             members.push_back(i);
         cell.value = kCrowd;
         for (std::size_t i = members.size(); i-- > 0;)
-            insertIntoCrowd(key, members[i]);
+            insertIntoCrowd(findInCrowd(key, points[members[i]]), members[i]);
     }
 
     CellPlace findInCrowd(u64 key, const f32* point) const
@@ -266,6 +272,7 @@ private:
         CellPlace place{key};
         for (std::size_t i = 0; i < crowdAxes.size(); ++i)
             scale.add(place, point[crowdAxes[i]], i, kFactors[kPlaceAxes + i]);
+        place.hash = hashOf(place.key);
         return place;
     }
 
