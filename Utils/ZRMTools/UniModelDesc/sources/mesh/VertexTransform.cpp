@@ -2,6 +2,7 @@
 #include <bit>
 #include <cmath>
 #include <compare>
+#include <cstring>
 
 #include "Vertices.h"
 #include <zr/unordered_set.h>
@@ -70,23 +71,17 @@ constexpr std::size_t kLanes = 8;
 
 struct Lanes
 {
-    void read(const f32* vertex, std::size_t stride, std::size_t count)
+    void read(std::size_t lane, const f32* vertex)
     {
-        for (std::size_t i = 0; i < count; ++i, vertex += stride)
-        {
-            x[i] = vertex[0];
-            y[i] = vertex[1];
-            z[i] = vertex[2];
-        }
+        x[lane] = vertex[0];
+        y[lane] = vertex[1];
+        z[lane] = vertex[2];
     }
-    void write(f32* vertex, std::size_t stride, std::size_t count) const
+    void write(std::size_t lane, f32* vertex) const
     {
-        for (std::size_t i = 0; i < count; ++i, vertex += stride)
-        {
-            vertex[0] = static_cast<f32>(x[i]);
-            vertex[1] = static_cast<f32>(y[i]);
-            vertex[2] = static_cast<f32>(z[i]);
-        }
+        vertex[0] = static_cast<f32>(x[lane]);
+        vertex[1] = static_cast<f32>(y[lane]);
+        vertex[2] = static_cast<f32>(z[lane]);
     }
 
     f64 x[kLanes] = {};
@@ -135,17 +130,30 @@ void turnDirections(Lanes& lanes, const Transform& transform)
 
 using Move = void (*)(Lanes&, const Transform&);
 
-/// Moves neighbours that go through one transform.
+/// Moves neighbours that go through one transform. Equal neighbours, as the directions of a flat face, share a lane.
 template <Move kMove>
 void moveRun(f32* vertex, std::size_t stride, std::size_t count, const Transform& transform)
 {
+    constexpr std::size_t kBatch = 4 * kLanes;
+    u8 laneOf[kBatch];
     Lanes lanes;
-    for (std::size_t first = 0; first < count; first += kLanes)
+    for (std::size_t first = 0; first < count;)
     {
-        const std::size_t block = std::min(kLanes, count - first);
-        lanes.read(vertex + first * stride, stride, block);
+        std::size_t numLanes = 0;
+        std::size_t batch = 0;
+        for (f32* v = vertex; batch < kBatch && first + batch < count; ++batch, v += stride)
+        {
+            if (batch == 0 || std::memcmp(v, v - stride, 3 * sizeof(f32)) != 0)
+            {
+                if (numLanes == kLanes) break;
+                lanes.read(numLanes++, v);
+            }
+            laneOf[batch] = static_cast<u8>(numLanes - 1);
+        }
         kMove(lanes, transform);
-        lanes.write(vertex + first * stride, stride, block);
+        for (std::size_t i = 0; i < batch; ++i, vertex += stride)
+            lanes.write(laneOf[i], vertex);
+        first += batch;
     }
 }
 

@@ -34,6 +34,9 @@ constexpr u32 kTreeFlag = 0x80000000u;
 constexpr u32 kCrowd = 0xFFFFFFFEu;
 /// Vertices whose places are computed ahead, so that the table is on its way to the cache when their turn comes.
 constexpr std::size_t kBlock = 128;
+/// How far back the same vertex is looked for first: the triangles of a mesh without shared vertices mostly share some
+/// of their corners with the one before.
+constexpr std::size_t kRecent = 4;
 /// As far ahead a vertex is asked for: the table's random accesses keep the processor from doing so by itself.
 constexpr std::size_t kAhead = 64;
 
@@ -118,6 +121,18 @@ private:
     f64 reach;
 };
 
+/// The nearest of the last vertices before the one at `place` in a block that has the same bytes; `place` for none.
+std::size_t findRecent(const f32* points, std::size_t stride, std::size_t place)
+{
+    const f32* point = points + place * stride;
+    for (std::size_t back = 1; back <= std::min(kRecent, place); ++back)
+    {
+        const f32* other = point - back * stride;
+        if (other[0] == point[0] && std::memcmp(other, point, stride * sizeof(f32)) == 0) return place - back;
+    }
+    return place;
+}
+
 struct Free
 {
     void operator()(void* pointer) const { std::free(pointer); }
@@ -158,6 +173,12 @@ public:
             place.forEachNeighbour(kFactors, [this](u64 key) { cells.prefetch(hashOf(key)); });
     }
 
+    /// Whether the point is that of a kept vertex. Then no other agrees with it, as kept ones don't agree.
+    bool isKept(u32 vertex, const f32* point) const
+    {
+        return vertex != kNoVertex && std::memcmp(points[vertex], point, points.dimension * sizeof(f32)) == 0;
+    }
+
     /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which stands for the
     /// point from then on and lies above all that came before.
     u32 findOrAdd(const CellPlace& place, const f32* point, u32 candidate)
@@ -180,12 +201,6 @@ private:
     static void raise(u32& best, u32 found)
     {
         if (found != kNoVertex && (best == kNoVertex || found > best)) best = found;
-    }
-
-    /// Whether the point is that of a kept vertex. Then no other agrees with it, as kept ones don't agree.
-    bool isKept(u32 vertex, const f32* point) const
-    {
-        return vertex != kNoVertex && std::memcmp(points[vertex], point, points.dimension * sizeof(f32)) == 0;
     }
 
     /// In a cell of the first grid.
@@ -303,6 +318,7 @@ zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 toler
     WeldGrid grid(kept, tolerance, ranges);
     zr::vector<u32> numbers(count, kDropped);
     CellPlace places[kBlock];
+    std::size_t recent[kBlock];
     u32 numKept = 0;
     bool areAllPlaced = true;
     for (std::size_t first = 0; first < count; first += kBlock)
@@ -313,21 +329,26 @@ zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 toler
         for (std::size_t i = 0; i < block; ++i)
         {
             if (wasPacked) __builtin_prefetch(kept[std::min(first + i + kAhead, count - 1)]);
-            if (!isUsed[first + i]) continue;
-            places[i] = grid.find(points + i * stride);
-            grid.prefetch(places[i]);
+            recent[i] = findRecent(points, stride, i);
+            places[i] = recent[i] == i ? grid.find(points + i * stride) : places[recent[i]];
+            if (recent[i] == i) grid.prefetch(places[i]);
         }
         for (std::size_t i = 0; i < block; ++i)
         {
             if (!isUsed[first + i]) continue;
+            const bool isPlaced = !places[i].isNowhere;
+            areAllPlaced &= isPlaced;
+            if (const u32 same = numbers[first + recent[i]]; isPlaced && grid.isKept(same, points + i * stride))
+            {
+                numbers[first + i] = same;
+                continue;
+            }
             // It takes the place behind those that are kept. When it isn't, that is the next one's place.
             f32* const point = kept[numKept];
             if (point != points + i * stride) std::memcpy(point, points + i * stride, stride * sizeof(f32));
-            const bool isPlaced = !places[i].isNowhere;
             const u32 number = isPlaced ? grid.findOrAdd(places[i], point, numKept) : numKept;
             numbers[first + i] = number;
             numKept += number == numKept;
-            areAllPlaced &= isPlaced;
         }
     }
     if (numKept != count) kept.shrink(numKept);
