@@ -25,8 +25,9 @@ class MergedMesh
 {
 public:
     template <class T>
-    MergedMesh(const Group<T>& group, MemberMeshes memberMeshes) : vertices(group.front()->vertices.withoutData()),
-                                                                   meshes(memberMeshes)
+    MergedMesh(const Group<T>& group, MemberMeshes memberMeshes)
+        : vertices(group.front()->vertices.withoutData()),
+          meshes(memberMeshes)
     {
         std::size_t numVertices = 0;
         std::size_t numIndices = 0;

@@ -4,8 +4,8 @@
 
 namespace model
 {
-/// The ranges of the floats of a packed vertex over a whole mesh. They are found when one is first asked for: hardly any
-/// mesh needs them.
+/// The ranges of the floats of a packed vertex over a whole mesh. They are found when one is first asked for: hardly
+/// any mesh needs them.
 class FloatRanges
 {
 public:

@@ -12,8 +12,7 @@ constexpr f64 kRounding = 1.000001;
 constexpr f64 kInfinity = std::numeric_limits<f64>::infinity();
 } // namespace
 
-VertexKdTree::VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance,
-                           const FloatRanges& floatRanges)
+VertexKdTree::VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance, const FloatRanges& floatRanges)
     : points(packed),
       next(links),
       tolerance(weldTolerance),
@@ -60,8 +59,7 @@ u32 VertexKdTree::findHighest(u32 tree, const f32* point) const
         if (node.axis == kLeaf)
         {
             for (u32 i = node.head; i != kNoVertex; i = next[i])
-                if ((best == kNoVertex || i > best) &&
-                    isSamePoint(points[i], point, points.dimension, tolerance))
+                if ((best == kNoVertex || i > best) && isSamePoint(points[i], point, points.dimension, tolerance))
                     best = i;
             continue;
         }

@@ -14,9 +14,8 @@
 // than the tolerance, so that a vertex rarely has to look into more than its own cell, and still small against the
 // distance of vertices in a mesh.
 //
-// A chain that grows long holds vertices that differ in their other floats: its cell becomes a crowd, parted by a second
-// grid over some of those. A chain that grows long there too, as in a mesh of tiny
-// size, becomes a tree.
+// A chain that grows long holds vertices that differ in their other floats: its cell becomes a crowd, parted by a
+// second grid over some of those. A chain that grows long there too, as in a mesh of tiny size, becomes a tree.
 namespace model
 {
 namespace
@@ -41,9 +40,9 @@ constexpr std::size_t kRecent = 4;
 constexpr std::size_t kAhead = 64;
 
 /// Odd numbers without a pattern, by which the coordinates of a cell go into its key.
-constexpr u64 kFactors[kPlaceAxes + kCrowdAxes] = {
-    0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu, 0x165667B19E3779F9u, 0xD6E8FEB86659FD93u,
-    0xA0761D6478BD642Fu, 0xE7037ED1A0B428DBu, 0x8EBC6AF09C88C6E3u, 0x589965CC75374CC3u};
+constexpr u64 kFactors[kPlaceAxes + kCrowdAxes] = {0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu, 0x165667B19E3779F9u,
+                                                   0xD6E8FEB86659FD93u, 0xA0761D6478BD642Fu, 0xE7037ED1A0B428DBu,
+                                                   0x8EBC6AF09C88C6E3u, 0x589965CC75374CC3u};
 constexpr u64 kBitsFactor = 0x27D4EB2F165667C5u;
 
 u32 hashOf(u64 key)
@@ -169,8 +168,7 @@ public:
     void prefetch(const CellPlace& place) const
     {
         cells.prefetch(place.hash);
-        if (place.hasNeighbours())
-            place.forEachNeighbour(kFactors, [this](u64 key) { cells.prefetch(hashOf(key)); });
+        if (place.hasNeighbours()) place.forEachNeighbour(kFactors, [this](u64 key) { cells.prefetch(hashOf(key)); });
     }
 
     /// Whether the point is that of a kept vertex. Then no other agrees with it, as kept ones don't agree.
@@ -186,7 +184,7 @@ public:
         CellTable::Cell& cell = cells.find(place.hash);
         const bool isCrowd = cell.value == kCrowd;
         const CellPlace inCrowd = isCrowd ? findInCrowd(place.key, point) : CellPlace();
-        u32 best = isCrowd ? searchCrowd(inCrowd, point) : searchPlain(cell, place.key, point);
+        u32 best = isCrowd ? searchCrowd(inCrowd, point) : searchPlain(cell, point);
         if (place.hasNeighbours() && !isKept(best, point))
             place.forEachNeighbour(kFactors, [&](u64 key) { raise(best, search(key, point)); });
         if (best != kNoVertex) return best;
@@ -207,15 +205,15 @@ private:
     u32 search(u64 key, const f32* point)
     {
         CellTable::Cell& cell = cells.find(hashOf(key));
-        return cell.value == kCrowd ? searchCrowd(findInCrowd(key, point), point) : searchPlain(cell, key, point);
+        return cell.value == kCrowd ? searchCrowd(findInCrowd(key, point), point) : searchPlain(cell, point);
     }
 
     /// In one that is no crowd, but may become one.
-    u32 searchPlain(CellTable::Cell& cell, u64 key, const f32* point)
+    u32 searchPlain(CellTable::Cell& cell, const f32* point)
     {
         bool isLong = false;
         const u32 found = searchCell(cell, point, isLong);
-        if (isLong) part(key, cell);
+        if (isLong) part(cell);
         return found;
     }
 
@@ -265,8 +263,9 @@ private:
         insert(parts, parts.find(place.hash), place.hash, vertex);
     }
 
-    /// Turns a cell of the first grid into a crowd, or a tree where no other float parts vertices.
-    void part(u64 key, CellTable::Cell& cell)
+    /// Turns a cell of the first grid into a crowd, or a tree where no other float parts vertices. What shares its hash
+    /// is in its chain, too, and will be looked for by its own key.
+    void part(CellTable::Cell& cell)
     {
         if (crowdAxes.empty()) crowdAxes = ranges.widest(kBitsFloat + 1, kCrowdAxes);
         if (crowdAxes.empty())
@@ -279,7 +278,7 @@ private:
             members.push_back(i);
         cell.value = kCrowd;
         for (std::size_t i = members.size(); i-- > 0;)
-            insertIntoCrowd(findInCrowd(key, points[members[i]]), members[i]);
+            insertIntoCrowd(findInCrowd(find(points[members[i]]).key, points[members[i]]), members[i]);
     }
 
     CellPlace findInCrowd(u64 key, const f32* point) const
