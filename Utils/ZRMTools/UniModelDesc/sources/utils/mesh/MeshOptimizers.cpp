@@ -14,16 +14,14 @@ template <class Work>
 void runTasks(const MeshTasks& tasks, Work work)
 {
     for (const MeshTask& task : tasks)
-        for (u32 i = 0; i < task.times; ++i)
+        for (std::size_t i = 0; i < task.places.size(); ++i)
             work(task);
 }
 
 /// Adds what was removed to `removed`. Behind the first mesh that raises, none is touched.
 void cleanMeshes(MeshTasks tasks, f32 tolerance, std::pair<u32, u32>& removed)
 {
-    const std::size_t numSound = countSound(tasks);
-    const bool areAllSound = numSound == tasks.size();
-    tasks.resize(numSound);
+    const bool hasUnsound = cutAtUnsound(tasks);
     runTasks(tasks,
              [&](const MeshTask& task)
              {
@@ -31,7 +29,7 @@ void cleanMeshes(MeshTasks tasks, f32 tolerance, std::pair<u32, u32>& removed)
                  removed.first += vertices;
                  removed.second += triangles;
              });
-    if (!areAllSound) zr::raiseBadIndex();
+    if (hasUnsound) zr::raiseBadIndex();
 }
 } // namespace
 

@@ -33,21 +33,20 @@ template <class MeshOf>
 MeshTasks tasksOf(const RootNode::List& list, MeshOf meshOf)
 {
     MeshTasks tasks;
-    phmap::flat_hash_map<const BaseNode*, std::size_t> places;
-    for (const ObjectPtr<BaseNode>& node : list)
+    phmap::flat_hash_map<const BaseNode*, std::size_t> numbers;
+    for (u32 place = 0; place < list.size(); ++place)
     {
-        auto* mesh = meshOf(node.get());
+        BaseNode* node = list[place].get();
+        auto* mesh = meshOf(node);
         if (!mesh) continue;
-        const auto [found, isNew] = places.try_emplace(node.get(), tasks.size());
-        if (isNew)
-            tasks.push_back({&mesh->vertices, &mesh->indices});
-        else
-            ++tasks[found->second].times;
+        const auto [found, isNew] = numbers.try_emplace(node, tasks.size());
+        if (isNew) tasks.push_back({&mesh->vertices, &mesh->indices, {}});
+        tasks[found->second].places.push_back(place);
     }
     return tasks;
 }
 
-/// Whether two of the three numbers of triangles, gained and needed at least, tell that no order gains enough.
+/// Whether no order can gain enough.
 bool isNearBest(const meshopt_VertexCacheStatistics& now, u32 numUsed, std::size_t numTriangles)
 {
     // Every used vertex is missed once.
@@ -89,7 +88,7 @@ MeshTasks shellMeshTasks(const RootNode& root)
                    { return node && node->getType() == kShellNode ? static_cast<ShellNode*>(node) : nullptr; });
 }
 
-std::size_t countSound(const MeshTasks& tasks)
+bool cutAtUnsound(MeshTasks& tasks)
 {
     const auto isSound = [](const MeshTask& task)
     {
@@ -100,7 +99,14 @@ std::size_t countSound(const MeshTasks& tasks)
         const bool isWelded = task.vertices->isConsistent() && count != 0;
         return !isWelded && !hasBadTriangle(*task.vertices, *task.indices);
     };
-    return static_cast<std::size_t>(std::find_if_not(tasks.begin(), tasks.end(), isSound) - tasks.begin());
+    const auto unsound = std::find_if_not(tasks.begin(), tasks.end(), isSound);
+    if (unsound == tasks.end()) return false;
+    const u32 end = unsound->places.front();
+    tasks.erase(unsound, tasks.end());
+    for (MeshTask& task : tasks)
+        while (task.places.back() > end)
+            task.places.pop_back();
+    return true;
 }
 
 std::pair<u32, u32> cleanMesh(const MeshTask& task, f32 tolerance)

@@ -12,8 +12,8 @@ struct MeshTask
 {
     Vertices* vertices = nullptr;
     Indices* indices = nullptr;
-    /// How often the list has the node, and so how often a pass works on it.
-    u32 times = 1;
+    /// Where the list has the node: a pass works on it as often.
+    zr::small_vector<u32, 1> places;
 };
 using MeshTasks = zr::vector<MeshTask>;
 
@@ -22,8 +22,8 @@ MeshTasks renderMeshTasks(const RootNode& root);
 /// Its nodes that are exactly `ShellNode`s, in list order.
 MeshTasks shellMeshTasks(const RootNode& root);
 
-/// How many tasks stand before the first one whose `cleanMesh` raises.
-std::size_t countSound(const MeshTasks& tasks);
+/// Leaves what stands in the list before the first mesh whose `cleanMesh` raises. Returns whether there is one.
+bool cutAtUnsound(MeshTasks& tasks);
 
 /// Welds vertices within `tolerance` and removes degenerate triangles.
 /// returns  vertices and triangles removed
