@@ -172,8 +172,8 @@ ObjectPtr<RootNode> randomMeshes(std::uint64_t seed)
         if (auto* mesh = dynamic_cast<MeshShellNode*>(shell.get())) fill(mesh->vertices, mesh->indices, random);
         root->renderNodes.push_back(render);
         root->shellNodes.push_back(shell);
-        if (random.chance(10)) root->renderNodes.push_back(render);
-        if (random.chance(10)) root->shellNodes.push_back(shell);
+        if (random.chance(10)) root->renderNodes.push_back(root->renderNodes.front());
+        if (random.chance(10)) root->shellNodes.push_back(root->shellNodes.front());
     }
     return root;
 }
