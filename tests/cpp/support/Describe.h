@@ -119,7 +119,7 @@ private:
                 for (const NumberControl& entry : part)
                     out << (&entry == part.data() ? " controls " : "/") << entry.uArgument;
         if (const auto* spots = dynamic_cast<const FakeSpotLights3Node*>(&node)) mesh(spots->vertices, {});
-        if (const auto* shell = dynamic_cast<const ShellNode*>(&node)) mesh(shell->vertices, shell->indices);
+        if (const auto* shell = dynamic_cast<const MeshShellNode*>(&node)) mesh(shell->vertices, shell->indices);
         if (const auto* segments = dynamic_cast<const SegmentsNode*>(&node))
             for (const Segment& segment : segments->segments)
                 bits(segment);

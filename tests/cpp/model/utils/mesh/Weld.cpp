@@ -111,6 +111,25 @@ TEST(Weld, KeepsWhatTheFullComparisonKeeps)
     }
 }
 
+/// The cells of these two places have one hash. That one of them becomes a crowd hides nothing that lies in the other.
+TEST(Weld, FindsWhatSharesTheHashOfACrowd)
+{
+    constexpr u32 kMany = 40;
+    Vertices vertices;
+    vertices[0].stride = 4;
+    vertices[1].stride = 3;
+    const auto add = [&vertices](f32 x, f32 y, f32 normal)
+    {
+        vertices[0].data.insert(vertices[0].data.end(), {x, y, 0, 0});
+        vertices[1].data.insert(vertices[1].data.end(), {normal, 0, 0});
+    };
+    add(1.71f, 3.63f, 0);
+    for (u32 i = 0; i < kMany; ++i)
+        add(0.13f, 1.57f, static_cast<f32>(i));
+    add(1.71f, 3.63f, 0);
+    EXPECT_EQ(weld(vertices, zr::vector<u8>(kMany + 2, 1), kTolerance).back(), 0u);
+}
+
 /// The second lies in reach of the first and of the third, which survive; the last is used by nobody.
 TEST(WeldVertices, RenumbersAndDropsWhatIsUnused)
 {

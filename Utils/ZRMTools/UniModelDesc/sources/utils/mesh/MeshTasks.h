@@ -40,7 +40,7 @@ u32 remapVertices(Vertices& vertices, Indices& indices);
 ///
 /// A mesh keeps its order when it is no whole number of triangles, has an index beyond its vertices, or vertices with
 /// so very many triangles that the search for a better order takes time by their square: the squares of the vertices'
-/// numbers of triangles, added up, are above 2^28 and above 1,000 for each triangle. A vertex of 16,000 triangles in a
+/// numbers of triangles, added up, are above 2^28 and above 1,000 for each triangle. A vertex of 16,384 triangles in a
 /// mesh that has no more than these is beyond that.
 bool optimizeVertexCache(const Vertices& vertices, Indices& indices);
 } // namespace model

@@ -5,7 +5,7 @@
 /// The steps that take nodes out of the tree. Each looks at what was noted for it.
 namespace model::utils
 {
-/// Puts simpler nodes in the place of others (`replacementOf`), under their names. Returns how many.
+/// Puts simpler nodes in the place of others (`makeReplacement`), under their names. Returns how many.
 std::size_t replaceEmptyNodes(NotedTree& tree);
 /// Drops plain nodes: what hangs on one, and its children, go to its parent. Returns how many.
 std::size_t removeDummyNodes(NotedTree& tree);
