@@ -189,7 +189,7 @@ void add(const Counts& some, Counts& sums)
 
 void clean(const MeshTask& task, Counts& counts)
 {
-    for (std::size_t i = 0; i < task.places.size(); ++i)
+    for (u32 i = 0; i < task.times; ++i)
     {
         const auto [vertices, triangles] = cleanMesh(task, kTolerance);
         counts[0] += vertices;
@@ -199,13 +199,13 @@ void clean(const MeshTask& task, Counts& counts)
 
 void remap(const MeshTask& task, Counts& counts)
 {
-    for (std::size_t i = 0; i < task.places.size(); ++i)
+    for (u32 i = 0; i < task.times; ++i)
         counts[2] += remapVertices(*task.vertices, *task.indices);
 }
 
 void reorder(const MeshTask& task, Counts& counts)
 {
-    for (std::size_t i = 0; i < task.places.size(); ++i)
+    for (u32 i = 0; i < task.times; ++i)
         counts[3] += optimizeVertexCache(*task.vertices, *task.indices);
 }
 
@@ -276,10 +276,15 @@ Counts runAtOnce(RootNode& root, Random& random)
     Counts counts{};
     MeshTasks tasks = renderMeshTasks(root);
     MeshTasks shells = shellMeshTasks(root);
-    const bool areSound = !cutAtUnsound(tasks);
-    const bool areShellsSound = !cutAtUnsound(shells);
-    if (!areSound) shells.clear();
-    tasks.insert(tasks.end(), shells.begin(), shells.end());
+    const std::size_t numSound = countSound(tasks);
+    const std::size_t numShellsSound = countSound(shells);
+    const bool areSound = numSound == tasks.size();
+    const bool areShellsSound = numShellsSound == shells.size();
+    if (!areShellsSound) shells = shellMeshTasks(root, shells[numShellsSound].place);
+    if (areSound)
+        tasks.insert(tasks.end(), shells.begin(), shells.end());
+    else
+        tasks = renderMeshTasks(root, tasks[numSound].place);
     workAtOnce(tasks, random, counts, clean);
     if (!areSound) zr::raiseBadIndex();
     removeEmptyRenderNodes(&root);

@@ -14,14 +14,18 @@ template <class Work>
 void runTasks(const MeshTasks& tasks, Work work)
 {
     for (const MeshTask& task : tasks)
-        for (std::size_t i = 0; i < task.places.size(); ++i)
+        for (u32 i = 0; i < task.times; ++i)
             work(task);
 }
 
 /// Adds what was removed to `removed`. Behind the first mesh that raises, none is touched.
-void cleanMeshes(MeshTasks tasks, f32 tolerance, std::pair<u32, u32>& removed)
+void cleanMeshes(const RootNode& root, MeshTasks (*tasksOf)(const RootNode&, std::size_t), f32 tolerance,
+                 std::pair<u32, u32>& removed)
 {
-    const bool hasUnsound = cutAtUnsound(tasks);
+    MeshTasks tasks = tasksOf(root, kWholeList);
+    const std::size_t numSound = countSound(tasks);
+    const bool areAllSound = numSound == tasks.size();
+    if (!areAllSound) tasks = tasksOf(root, tasks[numSound].place);
     runTasks(tasks,
              [&](const MeshTask& task)
              {
@@ -29,16 +33,16 @@ void cleanMeshes(MeshTasks tasks, f32 tolerance, std::pair<u32, u32>& removed)
                  removed.first += vertices;
                  removed.second += triangles;
              });
-    if (hasUnsound) zr::raiseBadIndex();
+    if (!areAllSound) zr::raiseBadIndex();
 }
 } // namespace
 
 std::pair<u32, u32> extremlyOptimizeMeshes(RootNode* root, f32 tolerance)
 {
     std::pair<u32, u32> removed;
-    cleanMeshes(renderMeshTasks(*root), tolerance, removed);
+    cleanMeshes(*root, renderMeshTasks, tolerance, removed);
     removeEmptyRenderNodes(root);
-    cleanMeshes(shellMeshTasks(*root), tolerance, removed);
+    cleanMeshes(*root, shellMeshTasks, tolerance, removed);
     removeEmptyShellNodes(root);
     return removed;
 }

@@ -28,25 +28,27 @@ constexpr f32 kMinVertexGain = 0.1f;
 constexpr u64 kMaxSquares = u64{1} << 28;
 constexpr u64 kMaxSquaresPerTriangle = 1000;
 
-/// Makes one task of each node, whatever `meshOf` finds in it.
+/// Makes one task of each node before `end`, whatever `meshOf` finds in it.
 template <class MeshOf>
-MeshTasks tasksOf(const RootNode::List& list, MeshOf meshOf)
+MeshTasks tasksOf(const RootNode::List& list, std::size_t end, MeshOf meshOf)
 {
     MeshTasks tasks;
     phmap::flat_hash_map<const BaseNode*, std::size_t> numbers;
-    for (u32 place = 0; place < list.size(); ++place)
+    for (std::size_t place = 0; place < std::min(end, list.size()); ++place)
     {
-        BaseNode* node = list[place].get();
+        BaseNode* const node = list[place].get();
         auto* mesh = meshOf(node);
         if (!mesh) continue;
         const auto [found, isNew] = numbers.try_emplace(node, tasks.size());
-        if (isNew) tasks.push_back({&mesh->vertices, &mesh->indices, {}});
-        tasks[found->second].places.push_back(place);
+        if (isNew)
+            tasks.push_back({.vertices = &mesh->vertices, .indices = &mesh->indices, .place = place});
+        else
+            ++tasks[found->second].times;
     }
     return tasks;
 }
 
-/// Whether no order can gain enough.
+/// Whether two of the three numbers of triangles, gained and needed at least, tell that no order gains enough.
 bool isNearBest(const meshopt_VertexCacheStatistics& now, u32 numUsed, std::size_t numTriangles)
 {
     // Every used vertex is missed once.
@@ -77,18 +79,18 @@ struct Valences
 };
 } // namespace
 
-MeshTasks renderMeshTasks(const RootNode& root)
+MeshTasks renderMeshTasks(const RootNode& root, std::size_t end)
 {
-    return tasksOf(root.renderNodes, [](BaseNode* node) { return node ? node->asMesh() : nullptr; });
+    return tasksOf(root.renderNodes, end, [](BaseNode* node) { return node ? node->asMesh() : nullptr; });
 }
 
-MeshTasks shellMeshTasks(const RootNode& root)
+MeshTasks shellMeshTasks(const RootNode& root, std::size_t end)
 {
-    return tasksOf(root.shellNodes, [](BaseNode* node)
+    return tasksOf(root.shellNodes, end, [](BaseNode* node)
                    { return node && node->getType() == kShellNode ? static_cast<ShellNode*>(node) : nullptr; });
 }
 
-bool cutAtUnsound(MeshTasks& tasks)
+std::size_t countSound(const MeshTasks& tasks)
 {
     const auto isSound = [](const MeshTask& task)
     {
@@ -99,14 +101,7 @@ bool cutAtUnsound(MeshTasks& tasks)
         const bool isWelded = task.vertices->isConsistent() && count != 0;
         return !isWelded && !hasBadTriangle(*task.vertices, *task.indices);
     };
-    const auto unsound = std::find_if_not(tasks.begin(), tasks.end(), isSound);
-    if (unsound == tasks.end()) return false;
-    const u32 end = unsound->places.front();
-    tasks.erase(unsound, tasks.end());
-    for (MeshTask& task : tasks)
-        while (task.places.back() > end)
-            task.places.pop_back();
-    return true;
+    return static_cast<std::size_t>(std::find_if_not(tasks.begin(), tasks.end(), isSound) - tasks.begin());
 }
 
 std::pair<u32, u32> cleanMesh(const MeshTask& task, f32 tolerance)

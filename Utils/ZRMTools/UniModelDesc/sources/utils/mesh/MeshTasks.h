@@ -12,18 +12,23 @@ struct MeshTask
 {
     Vertices* vertices = nullptr;
     Indices* indices = nullptr;
-    /// Where the list has the node: a pass works on it as often.
-    zr::small_vector<u32, 1> places;
+    /// How often the list has the node, and so how often a pass works on it.
+    u32 times = 1;
+    /// Of the node's first entry in the list.
+    std::size_t place = 0;
 };
 using MeshTasks = zr::vector<MeshTask>;
 
-/// The mesh render nodes of a model, in list order.
-MeshTasks renderMeshTasks(const RootNode& root);
-/// Its nodes that are exactly `ShellNode`s, in list order.
-MeshTasks shellMeshTasks(const RootNode& root);
+constexpr std::size_t kWholeList = static_cast<std::size_t>(-1);
 
-/// Leaves what stands in the list before the first mesh whose `cleanMesh` raises. Returns whether there is one.
-bool cutAtUnsound(MeshTasks& tasks);
+/// The mesh render nodes of a model, in list order, by the entries before `end`.
+MeshTasks renderMeshTasks(const RootNode& root, std::size_t end = kWholeList);
+/// Its nodes that are exactly `ShellNode`s, in the same way.
+MeshTasks shellMeshTasks(const RootNode& root, std::size_t end = kWholeList);
+
+/// How many tasks stand before the first one whose `cleanMesh` raises. A node of theirs that is listed again behind it
+/// is to be worked on only as often as before it: ask for the tasks anew, up to its place.
+std::size_t countSound(const MeshTasks& tasks);
 
 /// Welds vertices within `tolerance` and removes degenerate triangles.
 /// returns  vertices and triangles removed
