@@ -45,9 +45,9 @@ struct Positions
 
 /// Equal infinities agree, though their difference is NaN. Without a branch, as all that follows: which axes of a
 /// triangle are flat can't be foreseen.
-bool isWithin(f32 a, f32 b, f32 epsilon)
+int isWithin(f32 a, f32 b, f32 epsilon)
 {
-    return (a == b) | (std::abs(a - b) <= epsilon);
+    return static_cast<int>(a == b) | static_cast<int>(std::abs(a - b) <= epsilon);
 }
 
 bool hasEqualIndices(u32 a, u32 b, u32 c)
