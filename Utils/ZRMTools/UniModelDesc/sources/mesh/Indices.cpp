@@ -14,6 +14,8 @@ template <class T>
 void writeAs(io::IBinaryFileW& file, const zr::vector<u32>& indices)
 {
     constexpr bool kIsLittle = std::endian::native == std::endian::little;
+    if constexpr (kIsLittle && sizeof(T) == sizeof(u32))
+        return file.writeLasting(indices.data(), indices.size() * sizeof(T));
     u8* const out = file.append(indices.size() * sizeof(T));
     for (std::size_t i = 0; i < indices.size(); ++i)
     {
