@@ -1,16 +1,17 @@
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include <zr/types.h>
 
 namespace zrvfs
 {
-/// Writes a whole real file: creates it, or replaces the content of the one that is there, and writes `size` bytes from
-/// `data`. An old file stays the same file, with its rights, whatever names and links lead to it.
+/// Writes a whole real file: creates it, or replaces the content of the one that is there, and writes `parts`, one
+/// behind the other. An old file stays the same file, with its rights, whatever names and links lead to it.
 ///
 /// path      UTF-8; one that begins with "/" is virtual and gives false, as the virtual tree is read-only
-/// size      at most 0xFFFFFFFF, the 32-bit count of a file write; more gives false before anything is touched
+/// parts     at most 0xFFFFFFFF bytes, the 32-bit count of a file write; more give false before anything is touched
 /// quiet     saves one of the two lines about a file that cannot be opened; what the system refused is logged in any
 /// case returns   whether every byte was written and the system took them
 ///
@@ -19,5 +20,8 @@ namespace zrvfs
 /// has none. A new file that could not be written whole is removed.
 ///
 /// Only regular files are written: a directory, a pipe or a device gives false. Never throws, never blocks on a pipe.
+bool writeWholeFile(std::string_view path, std::span<const std::span<const zr::u8>> parts, bool quiet);
+
+/// The same with one part, of `size` bytes from `data` on.
 bool writeWholeFile(std::string_view path, const void* data, zr::u64 size, bool quiet);
 } // namespace zrvfs

@@ -99,6 +99,11 @@ zr::string PBRNode::fillNode()
         node->setArgument(0, damage->getArgument());
         const auto mesh = model::cast<model::RenderNode>(node);
         if (mesh && damage->hasPerVertexArguments()) splitNodes = model::splitRenderNodeByDamageArgument(mesh.get());
+        if (!splitNodes.empty()) // they go into the model in its place
+        {
+            node->getVertices() = {};
+            node->getIndices() = {};
+        }
     }
     return {};
 }

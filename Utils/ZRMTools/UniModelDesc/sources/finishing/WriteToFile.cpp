@@ -40,9 +40,8 @@ void RootNode::writeToFile(const char* path, u16 fileVersion)
     const auto writer = createClassWriter(fileVersion);
     if (!writer) ZR_RAISE(zr::string("Unsupported version ") + fmt::format_int(fileVersion).c_str());
     prepareForWriting(*this);
-    ByteBuffer bytes;
-    writer->write(this, bytes);
-    if (!zrvfs::writeWholeFile(path, bytes.data(), bytes.size(), false))
-        ZR_RAISE(zr::string("Can't write to file ") + path);
+    FileParts file;
+    writer->write(this, file);
+    if (!zrvfs::writeWholeFile(path, file.parts, false)) ZR_RAISE(zr::string("Can't write to file ") + path);
 }
 } // namespace model

@@ -32,6 +32,8 @@ public:
     /// Room for `size` bytes at the cursor, which moves behind it. The caller fills all of it before the next
     /// operation; it has no alignment.
     virtual u8* append(std::size_t size) = 0;
+    /// `write` of bytes that stay where and as they are until the whole file has been used: they need no copy.
+    virtual void writeLasting(const void* data, std::size_t size) { write(data, size); }
 
     void writeU8(u8 value) { put<1>(value); }
     void writeU16(u16 value) { put<2>(value); }

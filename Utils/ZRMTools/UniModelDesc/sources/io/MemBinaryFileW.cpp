@@ -9,7 +9,10 @@ namespace model
 namespace
 {
 constexpr std::size_t kPageSize = 4096;
-}
+
+/// From so many bytes on, a copy costs more than a write of its own to the disk.
+constexpr std::size_t kLong = std::size_t{32} << 10;
+} // namespace
 
 MemBinaryFileW::MemBinaryFileW() : strings(kPageSize)
 {
@@ -29,9 +32,20 @@ u8* MemBinaryFileW::append(std::size_t size)
     settle();
     const std::size_t place = std::min(cursor, bytes.size());
     u8* const room = bytes.insert(place, size);
+    if (!wasAtEnd)
+        for (Reference& reference : references)
+            if (reference.position >= place) reference.position += size;
     cursor = place + size;
     if (wasAtEnd || cursor == bytes.size()) moveToEnd();
     return room;
+}
+
+void MemBinaryFileW::writeLasting(const void* data, std::size_t size)
+{
+    if (size < kLong || !isAtEnd())
+        write(data, size);
+    else
+        references.push_back({tell(), {static_cast<const u8*>(data), size}});
 }
 
 void MemBinaryFileW::reserve(std::size_t count)
@@ -65,11 +79,25 @@ const ByteBuffer& MemBinaryFileW::getBytes()
     return bytes;
 }
 
-ByteBuffer MemBinaryFileW::takeBytes()
+FileParts MemBinaryFileW::takeParts()
 {
     settle();
-    ByteBuffer taken = std::move(bytes);
+    FileParts taken;
+    std::size_t done = 0;
+    const auto takeOwn = [&](std::size_t end)
+    {
+        if (end > done) taken.parts.emplace_back(bytes.data() + done, end - done);
+        done = end;
+    };
+    for (const Reference& reference : references)
+    {
+        takeOwn(reference.position);
+        taken.parts.push_back(reference.bytes);
+    }
+    takeOwn(bytes.size());
+    taken.own = std::move(bytes);
     bytes = ByteBuffer();
+    references.clear();
     seek(0);
     return taken;
 }

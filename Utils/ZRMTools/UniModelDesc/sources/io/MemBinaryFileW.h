@@ -1,6 +1,6 @@
 #pragma once
 
-#include "io/ByteBuffer.h"
+#include "io/FileParts.h"
 #include "io/IBinaryFileW.h"
 #include "io/StringPool.h"
 
@@ -9,6 +9,8 @@ namespace model
 /// A binary file that grows in memory. Every write is an insertion before the cursor: at the end it appends, elsewhere
 /// what stands behind the cursor moves up, and no byte is ever overwritten. Strings go to a pool; the file holds their
 /// indices.
+///
+/// Positions count the bytes that lie in the file itself: bytes kept as references have none.
 class MemBinaryFileW final : public io::IBinaryFileW
 {
 public:
@@ -23,17 +25,26 @@ public:
     /// Writes the string's index; the string is cut at its first NUL.
     void writeString(std::string_view text) override;
     u8* append(std::size_t size) override;
+    /// Long ones are kept as a reference.
+    void writeLasting(const void* data, std::size_t size) override;
 
     /// Makes room for `count` more bytes, so that they are never moved while the file grows.
     void reserve(std::size_t count);
 
-    /// The bytes so far.
+    /// The bytes so far, without those that are kept as references.
     const ByteBuffer& getBytes();
-    /// Hands the bytes over; the file is empty afterwards.
-    ByteBuffer takeBytes();
+    /// Hands the file over; it is empty afterwards.
+    FileParts takeParts();
     StringPool& getStrings() { return strings; }
 
 private:
+    /// Bytes of others behind the first `position` bytes of the file.
+    struct Reference
+    {
+        std::size_t position;
+        std::span<const u8> bytes;
+    };
+
     bool isAtEnd() const { return limit != nullptr; }
     /// Writes the position of the end back from `next`, so that `bytes` and `cursor` tell the truth.
     void settle();
@@ -43,6 +54,8 @@ private:
     ByteBuffer bytes;
     /// Where the next write goes; while it is the end of the file, `next` says so alone.
     std::size_t cursor = 0;
+    /// In ascending order of the positions.
+    zr::vector<Reference> references;
     StringPool strings;
 };
 } // namespace model

@@ -1,6 +1,7 @@
 #include "mesh/Indices.h"
 
-#include <algorithm>
+#include <bit>
+#include <cstring>
 
 #include "io/IBinaryFileW.h"
 
@@ -8,31 +9,39 @@ namespace model
 {
 namespace
 {
-/// Writes each index in `kBytes` bytes, lowest first.
-template <int kBytes>
-void writeNarrow(io::IBinaryFileW& file, const zr::vector<u32>& indices)
+/// Writes each index as a `T`, lowest byte first.
+template <class T>
+void writeAs(io::IBinaryFileW& file, const zr::vector<u32>& indices)
 {
-    u8* out = file.append(indices.size() * kBytes);
-    for (const u32 index : indices)
-        for (int byte = 0; byte < kBytes; ++byte)
-            *out++ = static_cast<u8>(index >> (8 * byte));
+    constexpr bool kIsLittle = std::endian::native == std::endian::little;
+    if constexpr (kIsLittle && sizeof(T) == sizeof(u32))
+        return file.writeLasting(indices.data(), indices.size() * sizeof(T));
+    u8* const out = file.append(indices.size() * sizeof(T));
+    for (std::size_t i = 0; i < indices.size(); ++i)
+    {
+        T index = static_cast<T>(indices[i]);
+        if constexpr (!kIsLittle) index = std::byteswap(index);
+        std::memcpy(out + i * sizeof(T), &index, sizeof(T));
+    }
 }
 } // namespace
 
 void Indices::write(io::IBinaryFileW& file) const
 {
-    const u32 largest = indices.empty() ? 0 : *std::max_element(indices.begin(), indices.end());
-    const u8 code = largest < 0x100 ? 0 : largest < 0x10000 ? 1 : 2;
+    u32 bits = 0; // the highest of all indices decides, which together they have
+    for (const u32 index : indices)
+        bits |= index;
+    const u8 code = bits < 0x100 ? 0 : bits < 0x10000 ? 1 : 2;
     file.writeU8(code);
     file.writeU32(static_cast<u32>(indices.size()));
     file.writeU32(primitiveType);
     if (indices.empty()) return;
     if (code == 0)
-        writeNarrow<1>(file, indices);
+        writeAs<u8>(file, indices);
     else if (code == 1)
-        writeNarrow<2>(file, indices);
+        writeAs<u16>(file, indices);
     else
-        writeNarrow<4>(file, indices);
+        writeAs<u32>(file, indices);
 }
 
 u32 Indices::getPrimitiveCount() const

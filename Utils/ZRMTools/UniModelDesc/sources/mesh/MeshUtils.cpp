@@ -102,21 +102,6 @@ private:
     zr::vector<u64> words;
     zr::vector<u32> ranks;
 };
-
-/// Whether a bit for each number up to the largest index costs no more than the indices themselves. A few indices into
-/// a big mesh, as a split makes them by the thousand, are sorted instead.
-bool isDense(const zr::vector<u32>& indices)
-{
-    return !indices.empty() && *std::max_element(indices.begin(), indices.end()) / 32 <= indices.size();
-}
-
-RankedSet rankIndices(const zr::vector<u32>& indices)
-{
-    RankedSet used(std::size_t{*std::max_element(indices.begin(), indices.end())} + 1);
-    for (const u32 index : indices)
-        used.insert(index);
-    return used;
-}
 } // namespace
 
 bool isDegenerateTriangle(u32 a, u32 b, u32 c, const Vertices& vertices, f32 epsilon)
@@ -209,18 +194,28 @@ void renumberVertices(Vertices& vertices, u32 from, u32 to, std::size_t first)
 
 zr::vector<u32> uniqueSorted(const Indices& indices)
 {
-    zr::vector<u32> unique;
-    if (isDense(indices.indices))
-    {
-        RankedSet used = rankIndices(indices.indices);
-        unique.reserve(used.count());
-        used.forEach([&unique](u32 index) { unique.push_back(index); });
-        return unique;
-    }
-    unique = indices.indices;
+    zr::vector<u32> unique = indices.indices;
     std::sort(unique.begin(), unique.end());
     unique.erase(std::unique(unique.begin(), unique.end()), unique.end());
     return unique;
+}
+
+Attribute selectVertices(const zr::vector<u32>& numbers, const Attribute& attribute)
+{
+    const std::size_t stride = attribute.stride;
+    Attribute selected;
+    selected.stride = attribute.stride;
+    selected.data.reserve(numbers.size() * stride);
+    const f32* const data = attribute.data.data();
+    for (std::size_t i = 0; i < numbers.size();)
+    {
+        const std::size_t first = i++;
+        while (i < numbers.size() && numbers[i] == numbers[i - 1] + 1)
+            ++i;
+        selected.data.insert(selected.data.end(), data + numbers[first] * stride,
+                             data + (numbers[i - 1] + std::size_t{1}) * stride);
+    }
+    return selected;
 }
 
 Vertices extractVertices(const Indices& indices, const Vertices& vertices)
@@ -231,31 +226,14 @@ Vertices extractVertices(const Indices& indices, const Vertices& vertices)
 
     Vertices extracted;
     for (const auto& [semantic, attribute] : vertices.getAttributes())
-    {
-        Attribute& target = extracted[semantic];
-        const std::size_t stride = attribute.stride;
-        target.stride = attribute.stride;
-        target.data.resize(unique.size() * stride);
-        f32* out = target.data.data();
-        for (const u32 index : unique)
-            out = std::copy_n(attribute.data.data() + index * stride, stride, out);
-    }
+        extracted[semantic] = selectVertices(unique, attribute);
     return extracted;
 }
 
 void compactIndices(Indices& indices)
 {
-    zr::vector<u32>& list = indices.indices;
-    if (isDense(list))
-    {
-        RankedSet used = rankIndices(list);
-        used.count();
-        for (u32& index : list)
-            index = used.rank(index);
-        return;
-    }
     const zr::vector<u32> unique = uniqueSorted(indices);
-    for (u32& index : list)
+    for (u32& index : indices.indices)
         index = static_cast<u32>(std::lower_bound(unique.begin(), unique.end(), index) - unique.begin());
 }
 

@@ -41,6 +41,9 @@ void renumberVertices(Vertices& vertices, u32 from, u32 to, std::size_t first);
 /// The distinct indices in ascending order.
 zr::vector<u32> uniqueSorted(const Indices& indices);
 
+/// The vertices of these numbers, in their order. All are below `attribute.count()`; not checked.
+Attribute selectVertices(const zr::vector<u32>& numbers, const Attribute& attribute);
+
 /// The vertices that the indices refer to, in ascending order of their numbers. Cost goes by the number of indices,
 /// not of vertices.
 /// @throws zr::ExtException "Vertex data is invalid." for attributes of unequal vertex counts,

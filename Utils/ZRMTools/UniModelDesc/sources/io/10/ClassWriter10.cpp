@@ -15,7 +15,7 @@ constexpr u32 kNoParent = 0xFFFFFFFFu;
 /// Something for all that is no geometry. A file that is larger by more grows as it is written.
 constexpr std::size_t kRoomBesides = std::size_t{1} << 20;
 
-/// What the meshes take, with indices at their full width: nearly the whole of a large file.
+/// What the meshes take at most, with indices at their full width: nearly the whole of a large file.
 std::size_t geometrySize(const RootNode& root)
 {
     std::size_t size = 0;
@@ -29,7 +29,7 @@ std::size_t geometrySize(const RootNode& root)
 }
 } // namespace
 
-void ClassWriter10::write(const RootNode* root, ByteBuffer& out)
+void ClassWriter10::write(const RootNode* root, FileParts& out)
 {
     calcNumTransformNodes(*root);
     NodeWriter10 writer(file, indices, root);
@@ -44,7 +44,7 @@ void ClassWriter10::write(const RootNode* root, ByteBuffer& out)
     saveTransformNodesConnections();
     saveSections(*root, writer);
     insertStringTable();
-    out = file.takeBytes();
+    out = file.takeParts();
 }
 
 void ClassWriter10::calcNumTransformNodes(const RootNode& root)

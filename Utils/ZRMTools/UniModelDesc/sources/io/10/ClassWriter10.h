@@ -10,7 +10,7 @@ namespace model
 class ClassWriter10 final : public IClassWriter
 {
 public:
-    void write(const RootNode* root, ByteBuffer& out) override;
+    void write(const RootNode* root, FileParts& out) override;
     u16 fileVersion() const override { return 10; }
 
 private:

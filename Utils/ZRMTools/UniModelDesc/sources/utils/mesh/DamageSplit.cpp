@@ -12,10 +12,27 @@ namespace model
 {
 namespace
 {
-using TrianglesByArgument = zr::unordered_map<u32, zr::vector<u32>>;
+constexpr u32 kNoPart = 0xFFFFFFFFu;
 
-/// The corners of the triangles whose three vertices have one argument, by that argument.
-TrianglesByArgument groupTriangles(const zr::vector<u32>& indices, const Attribute& arguments)
+/// What the triangles of one argument take of the mesh.
+struct Part
+{
+    std::size_t vertexCount = 0;
+    std::size_t indexCount = 0;
+    zr::vector<u32> vertices; // their numbers in the mesh, ascending
+    Indices indices;          // of these vertices
+};
+
+/// The parts of a mesh. As a vertex has one argument, it belongs to one part at most.
+struct Parts
+{
+    zr::unordered_map<u32, u32> numbers; // by argument
+    zr::vector<Part> list;
+    zr::vector<u32> ofVertex; // number, or kNoPart
+};
+
+/// A part for each argument that all corners of a triangle have, with the counts of what it will take.
+Parts findParts(const zr::vector<u32>& indices, const Attribute& arguments)
 {
     const std::size_t stride = arguments.stride;
     const std::size_t count = arguments.count();
@@ -25,9 +42,10 @@ TrianglesByArgument groupTriangles(const zr::vector<u32>& indices, const Attribu
         return argumentFromFloat(arguments.data[vertex * stride]);
     };
 
-    TrianglesByArgument parts;
-    // Neighbours mostly have the same argument; elements of the map stay where they are.
-    zr::vector<u32>* part = nullptr;
+    Parts parts;
+    parts.ofVertex.resize(count, kNoPart);
+    // Neighbours mostly have the same argument.
+    u32 part = kNoPart;
     u32 partArgument = 0;
     for (std::size_t i = 0; i + 3 <= indices.size(); i += 3)
     {
@@ -35,15 +53,59 @@ TrianglesByArgument groupTriangles(const zr::vector<u32>& indices, const Attribu
         const u32 second = argumentOf(indices[i + 1]);
         const u32 third = argumentOf(indices[i + 2]);
         if (second != argument || third != argument) continue;
-        if (!part || partArgument != argument)
+        if (part == kNoPart || partArgument != argument)
         {
-            part = &parts[argument];
+            const auto next = static_cast<u32>(parts.list.size());
+            const auto [found, isNew] = parts.numbers.try_emplace(argument, next);
+            if (isNew) parts.list.emplace_back();
+            part = found->second;
             partArgument = argument;
         }
+        Part& owner = parts.list[part];
+        owner.indexCount += 3;
         for (std::size_t corner = i; corner < i + 3; ++corner)
-            part->push_back(indices[corner]);
+        {
+            u32& known = parts.ofVertex[indices[corner]];
+            owner.vertexCount += known == kNoPart;
+            known = part;
+        }
     }
     return parts;
+}
+
+/// In one walk over the vertices and one over the triangles, however many parts there are.
+void fillParts(Parts& parts, const zr::vector<u32>& indices)
+{
+    for (Part& part : parts.list)
+    {
+        part.vertices.reserve(part.vertexCount);
+        part.indices.indices.reserve(part.indexCount);
+    }
+    zr::vector<u32> newNumbers(parts.ofVertex.size());
+    for (u32 vertex = 0; vertex < newNumbers.size(); ++vertex)
+    {
+        if (parts.ofVertex[vertex] == kNoPart) continue;
+        Part& part = parts.list[parts.ofVertex[vertex]];
+        newNumbers[vertex] = static_cast<u32>(part.vertices.size());
+        part.vertices.push_back(vertex);
+    }
+    for (std::size_t i = 0; i + 3 <= indices.size(); i += 3)
+    {
+        const u32 part = parts.ofVertex[indices[i]];
+        if (part == kNoPart || parts.ofVertex[indices[i + 1]] != part || parts.ofVertex[indices[i + 2]] != part)
+            continue;
+        for (std::size_t corner = i; corner < i + 3; ++corner)
+            parts.list[part].indices.indices.push_back(newNumbers[indices[corner]]);
+    }
+}
+
+/// Without the arguments.
+Vertices takeVertices(const Vertices& vertices, const zr::vector<u32>& numbers)
+{
+    Vertices taken;
+    for (const auto& [semantic, attribute] : vertices.getAttributes())
+        if (semantic != kColor2) taken[semantic] = selectVertices(numbers, attribute);
+    return taken;
 }
 } // namespace
 
@@ -61,23 +123,20 @@ zr::vector<ObjectPtr<BaseRenderNode>> splitRenderNodeByDamageArgument(const Rend
     if (!node || node->getNumControlNodes() != 1 || node->indices.primitiveType != kTriangles || !node->material)
         return result;
     const Vertices& vertices = node->vertices;
-    const Attribute& arguments = vertices.getAttribute(kColor2);
-    TrianglesByArgument parts = groupTriangles(node->indices.indices, arguments);
-    if (parts.empty()) return result;
+    const zr::vector<u32>& indices = node->indices.indices;
+    Parts parts = findParts(indices, vertices.getAttribute(kColor2));
+    if (parts.list.empty()) return result;
+    vertices.checkConsistent();
+    fillParts(parts, indices);
 
     const MaterialPtr material = node->material->clone();
     material->setFormat(kColor2, 0);
-    for (auto& [argument, corners] : parts)
+    for (const auto& [argument, number] : parts.numbers)
     {
+        Part& taken = parts.list[number];
         const auto part = create<RenderNode>();
         part->setMaterial(material);
-        Indices indices;
-        indices.indices = std::move(corners);
-        Vertices used = extractVertices(indices, vertices);
-        compactIndices(indices);
-        used.erase(kColor2);
-        removeUnusedVertices(used, indices);
-        part->setGeometry(std::move(used), std::move(indices));
+        part->setGeometry(takeVertices(vertices, taken.vertices), std::move(taken.indices));
         part->setControlNode(0, node->getControlNode(0));
         part->setArgument(0, argument);
         result.push_back(part);
