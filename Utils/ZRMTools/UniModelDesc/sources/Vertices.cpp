@@ -135,12 +135,15 @@ void Vertices::write(io::IBinaryFileW& file) const
     file.writeU32(count);
     file.writeU32(stride);
     if (count == 0) return;
-    // A file is little-endian, so on such a host the floats go straight to their place in it.
-    if constexpr (std::endian::native == std::endian::little)
-        interleaveInto(file.append(std::size_t{count} * stride * sizeof(f32)));
-    else
+    // A file is little-endian, so on such a host packed vertices are its very bytes, and floats go straight to their
+    // place in it.
+    if constexpr (std::endian::native != std::endian::little)
         for (const f32 value : interleave())
             file.writeF32(value);
+    else if (packed)
+        file.writeLasting(packed.data(), packed.size());
+    else
+        interleaveInto(file.append(std::size_t{count} * stride * sizeof(f32)), 0, count);
 }
 
 bool Vertices::hasAttributesOf(const Vertices& other) const

@@ -122,7 +122,7 @@ public:
     /// @throws zr::ExtException "Vertex data is invalid." when `floats` is too short, with nothing changed
     void deinterleave(const zr::vector<f32>& floats, u32 vertexCount);
 
-    /// The vertex block of a file.
+    /// The vertex block of a file, which may refer to packed vertices until it has been used.
     /// @throws as `checkConsistent`, before anything is written
     void write(io::IBinaryFileW& file) const;
 

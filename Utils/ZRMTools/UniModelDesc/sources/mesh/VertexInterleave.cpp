@@ -109,7 +109,7 @@ zr::vector<f32> Vertices::interleave() const
 {
     checkConsistent(); // before the memory that the counts ask for
     zr::vector<f32> floats(std::size_t{getVertexCount()} * getStride());
-    interleaveInto(floats.data());
+    interleaveInto(floats.data(), 0, getVertexCount());
     return floats;
 }
 

@@ -1,5 +1,3 @@
-#include <bit>
-
 #include "io/10/NodeWriter10.h"
 #include "nodes/NumberNode.h"
 #include "nodes/SkinNode.h"
@@ -18,12 +16,7 @@ void NodeWriter10::writeRenderHeader(const BaseRenderNode& node)
 
 void NodeWriter10::putField(const Vertices& vertices)
 {
-    // On a little-endian host packed vertices are the very bytes of the file.
-    const PackedVertices* const packed = std::endian::native == std::endian::little ? vertices.getPacked() : nullptr;
-    if (!packed) return vertices.write(file);
-    putCount(packed->getCount());
-    putCount(packed->getStride());
-    file.writeLasting(packed->data(), packed->size());
+    vertices.write(file);
 }
 
 void NodeWriter10::putField(const Indices& list)
