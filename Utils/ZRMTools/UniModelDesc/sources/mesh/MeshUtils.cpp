@@ -1,10 +1,9 @@
 #include "mesh/MeshUtils.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstring>
 
+#include "mesh/PositionView.h"
 #include <zr/checked.h>
 #include <zr/exceptions.h>
 
@@ -12,36 +11,18 @@ namespace model
 {
 namespace
 {
-/// The positions of a mesh; none when there is no POSITION0 of at least three floats.
-struct Positions
+using Positions = PositionView<const f32>;
+
+/// Whether there are three coordinates to compare.
+bool areUsable(const Positions& positions)
 {
-    explicit Positions(const Vertices& vertices)
-    {
-        if (const PackedVertices* packed = vertices.getPacked())
-        {
-            if (vertices.strideOf(kPosition0) < 3) return;
-            data = packed->data() + vertices.offsetOf(kPosition0);
-            stride = packed->getStride();
-            count = packed->getCount();
-            return;
-        }
-        const Attribute* attribute = vertices.findAttribute(kPosition0);
-        if (!attribute || attribute->stride < 3) return;
-        data = attribute->data.data();
-        stride = attribute->stride;
-        count = attribute->count();
-    }
+    return positions.width >= 3;
+}
 
-    void check(u32 index) const
-    {
-        if (index >= count) zr::raiseBadIndex();
-    }
-    const f32* operator[](u32 index) const { return data + index * stride; }
-
-    const f32* data = nullptr;
-    std::size_t stride = 0;
-    std::size_t count = 0;
-};
+void check(const Positions& positions, u32 index)
+{
+    if (index >= positions.count) zr::raiseBadIndex();
+}
 
 /// Equal infinities agree, though their difference is NaN. Without a branch, as all that follows: which axes of a
 /// triangle are flat can't be foreseen.
@@ -63,54 +44,15 @@ bool isFlat(const f32* a, const f32* b, const f32* c, f32 epsilon)
         flatAxes += isWithin(a[axis], b[axis], epsilon) & isWithin(a[axis], c[axis], epsilon);
     return flatAxes >= 2;
 }
-
-/// A set of numbers below a limit that knows how many members lie below any number.
-class RankedSet
-{
-public:
-    explicit RankedSet(std::size_t limit) : words((limit + 63) / 64), ranks(words.size()) {}
-
-    void insert(u32 number) { words[number / 64] |= u64{1} << (number % 64); }
-    bool contains(u32 number) const { return words[number / 64] >> (number % 64) & 1; }
-
-    /// To be called once, behind the last `insert`. Gives the number of members.
-    u32 count()
-    {
-        u32 sum = 0;
-        for (std::size_t i = 0; i < words.size(); ++i)
-        {
-            ranks[i] = sum;
-            sum += static_cast<u32>(std::popcount(words[i]));
-        }
-        return sum;
-    }
-    /// Members below `number`.
-    u32 rank(u32 number) const
-    {
-        const u64 below = words[number / 64] & ((u64{1} << (number % 64)) - 1);
-        return ranks[number / 64] + static_cast<u32>(std::popcount(below));
-    }
-    template <class Function>
-    void forEach(Function function) const
-    {
-        for (std::size_t i = 0; i < words.size(); ++i)
-            for (u64 word = words[i]; word; word &= word - 1)
-                function(static_cast<u32>(64 * i) + static_cast<u32>(std::countr_zero(word)));
-    }
-
-private:
-    zr::vector<u64> words;
-    zr::vector<u32> ranks;
-};
 } // namespace
 
 bool isDegenerateTriangle(u32 a, u32 b, u32 c, const Vertices& vertices, f32 epsilon)
 {
     if (hasEqualIndices(a, b, c)) return true;
     const Positions positions(vertices);
-    if (!positions.stride) return false;
+    if (!areUsable(positions)) return false;
     for (const u32 index : {a, b, c})
-        positions.check(index);
+        check(positions, index);
     return isFlat(positions[a], positions[b], positions[c], epsilon);
 }
 
@@ -123,9 +65,9 @@ u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 ep
     const auto isDegenerate = [&](const u32* corners)
     {
         if (hasEqualIndices(corners[0], corners[1], corners[2])) return true;
-        if (!positions.stride) return false;
+        if (!areUsable(positions)) return false;
         for (int corner = 0; corner < 3; ++corner)
-            positions.check(corners[corner]);
+            check(positions, corners[corner]);
         return isFlat(positions[corners[0]], positions[corners[1]], positions[corners[2]], epsilon);
     };
 
@@ -149,7 +91,7 @@ u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 ep
 bool hasBadTriangle(const Vertices& vertices, const Indices& indices)
 {
     const Positions positions(vertices);
-    if (indices.primitiveType != kTriangles || !positions.stride) return false;
+    if (indices.primitiveType != kTriangles || !areUsable(positions)) return false;
     const zr::vector<u32>& list = indices.indices;
     for (std::size_t i = 0; i + 3 <= list.size(); i += 3)
         if (!hasEqualIndices(list[i], list[i + 1], list[i + 2]) &&
@@ -177,19 +119,17 @@ zr::vector<u8> markUsed(const Indices& indices, std::size_t vertexCount)
 
 void renumberVertices(Vertices& vertices, u32 from, u32 to)
 {
-    renumberVertices(vertices, from, to, 0);
+    renumberVertices(vertices, from, to, 0, vertices.getVertexCount());
 }
 
-void renumberVertices(Vertices& vertices, u32 from, u32 to, std::size_t first)
+void renumberVertices(Vertices& vertices, u32 from, u32 to, std::size_t first, std::size_t end)
 {
-    Attribute& positions = vertices[kPosition0];
-    if (positions.stride != 4) return;
-    const std::size_t count = positions.count();
-    for (std::size_t i = first; i < count; ++i)
-    {
-        f32& fourth = positions.data[4 * i + 3];
-        if (entryIndexOf(fourth) == from && from != kNoEntry) fourth = static_cast<f32>(to);
-    }
+    if (vertices.strideOf(kPosition0) == 0) vertices[kPosition0];
+    const PositionView<f32> positions(vertices);
+    if (positions.width != 4 || from == kNoEntry) return;
+    for (std::size_t i = first; i < std::min(end, positions.count); ++i)
+        if (f32& fourth = positions[i][3]; entryIndexOf(fourth) == from) fourth = static_cast<f32>(to);
+    if (PackedVertices* packed = vertices.getPacked() ? vertices.pack() : nullptr) packed->areDistinct = false;
 }
 
 zr::vector<u32> uniqueSorted(const Indices& indices)
@@ -241,31 +181,22 @@ u32 removeUnusedVertices(Vertices& vertices, Indices& indices)
 {
     const u32 count = vertices.getVertexCount();
     if (count == 0) return 0;
-    RankedSet used(count);
-    for (const u32 index : indices.indices)
+    const zr::vector<u8> isUsed = markUsed(indices, count);
+    if (isUsed.empty()) zr::raiseBadIndex();
+    zr::vector<u32> kept;
+    zr::vector<u32> numbers(count);
+    for (u32 vertex = 0; vertex < count; ++vertex)
     {
-        if (index >= count) zr::raiseBadIndex();
-        used.insert(index);
+        numbers[vertex] = static_cast<u32>(kept.size());
+        if (isUsed[vertex]) kept.push_back(vertex);
     }
-    const u32 kept = used.count();
-    if (kept == count) return 0;
+    if (kept.size() == count) return 0;
 
     vertices.checkConsistent();
     for (auto& [semantic, attribute] : vertices.getAttributes())
-    {
-        const std::size_t stride = attribute.stride;
-        f32* out = attribute.data.data();
-        used.forEach(
-            [&, data = attribute.data.data()](u32 vertex)
-            {
-                // Never overlaps: the target lies below by at least one vertex, or is the source itself.
-                if (out != data + vertex * stride) std::memcpy(out, data + vertex * stride, stride * sizeof(f32));
-                out += stride;
-            });
-        attribute.data.resize(kept * stride);
-    }
+        attribute = selectVertices(kept, attribute);
     for (u32& index : indices.indices)
-        index = used.rank(index);
-    return count - kept;
+        index = numbers[index];
+    return count - static_cast<u32>(kept.size());
 }
 } // namespace model

@@ -35,8 +35,8 @@ zr::vector<u8> markUsed(const Indices& indices, std::size_t vertexCount);
 /// In a POSITION0 of four floats, the fourth float of every vertex that belongs to the entry `from` becomes `to`.
 /// A missing POSITION0 is created empty; one of another width stays as it is.
 void renumberVertices(Vertices& vertices, u32 from, u32 to);
-/// The same for the vertices from number `first` on.
-void renumberVertices(Vertices& vertices, u32 from, u32 to, std::size_t first);
+/// The same for the vertices `first` to `end` - 1.
+void renumberVertices(Vertices& vertices, u32 from, u32 to, std::size_t first, std::size_t end);
 
 /// The distinct indices in ascending order.
 zr::vector<u32> uniqueSorted(const Indices& indices);

@@ -4,7 +4,7 @@
 #include <compare>
 #include <cstring>
 
-#include "Vertices.h"
+#include "mesh/PositionView.h"
 #include <zr/unordered_set.h>
 
 namespace model
@@ -262,39 +262,11 @@ void Vertices::applyMatrices(const zr::vector<SelectorMatrix>& list)
     }
 }
 
-namespace
-{
-/// The positions of a mesh in either form: none unless POSITION0 has three or four floats.
-struct PositionView
-{
-    explicit PositionView(const Vertices& vertices) : width(vertices.strideOf(kPosition0))
-    {
-        if (width != 3 && width != 4) return;
-        if (const PackedVertices* packed = vertices.getPacked())
-        {
-            data = packed->data() + vertices.offsetOf(kPosition0);
-            step = packed->getStride();
-            count = packed->getCount();
-            return;
-        }
-        const Attribute& positions = vertices.getAttribute(kPosition0);
-        data = positions.data.data();
-        step = width;
-        count = positions.count();
-    }
-
-    std::size_t width;
-    const f32* data = nullptr;
-    /// Floats from one position to the next.
-    std::size_t step = 0;
-    std::size_t count = 0;
-};
-} // namespace
-
 Box Vertices::computeBox(u32 selector) const
 {
     Box box;
-    const PositionView positions(*this);
+    const PositionView<const f32> positions(*this);
+    if (positions.width != 3 && positions.width != 4) return box;
     const f32* p = positions.data;
     for (std::size_t i = 0; i < positions.count; ++i, p += positions.step)
         if (positions.width == 3 || (selector != kNoEntry && entryIndexOf(p[3]) == selector))
@@ -305,7 +277,7 @@ Box Vertices::computeBox(u32 selector) const
 zr::vector<Box> Vertices::computeBoxes(std::size_t count) const
 {
     if (count == 0) return {};
-    const PositionView positions(*this);
+    const PositionView<const f32> positions(*this);
     if (positions.width != 4) return zr::vector<Box>(count, computeBox(0));
     zr::vector<Box> boxes(count);
     Box other; // of vertices that belong to no entry

@@ -36,7 +36,7 @@ public:
             numVertices += member->vertices.getVertexCount();
             numIndices += member->indices.indices.size();
         }
-        packed = PackedVertices(numVertices, vertices.getStride());
+        vertices.setPacked(PackedVertices(numVertices, vertices.getStride()));
         indices.primitiveType = group.front()->indices.primitiveType;
         indices.indices.resize(numIndices);
     }
@@ -49,8 +49,9 @@ public:
         const u32 entry = addEntry(member);
         firstVertex = endVertex;
         endVertex += member.vertices.getVertexCount();
-        member.vertices.interleaveInto(packed[firstVertex]);
-        if (!isFirst) setEntry(entry);
+        member.vertices.interleaveInto((*vertices.pack())[firstVertex]);
+        if (!isFirst && vertices.strideOf(kPosition0) == 4)
+            renumberVertices(vertices, 0, entry, firstVertex, endVertex);
         for (const u32 index : member.indices.indices)
             indices.indices[endIndex++] = index + firstVertex;
         if (meshes == MemberMeshes::kTaken)
@@ -66,17 +67,14 @@ public:
     {
         const std::size_t place = vertices.offsetOf(kColor1);
         const std::size_t width = vertices.strideOf(kColor1);
+        PackedVertices& packed = *vertices.pack();
         for (u32 vertex = firstVertex; vertex < endVertex; ++vertex)
             for (std::size_t i = place; i < place + width; ++i)
                 packed[vertex][i] += static_cast<f32>(offset);
     }
 
     /// Gives the node everything and leaves this empty.
-    void moveTo(RenderNode& node)
-    {
-        vertices.setPacked(std::move(packed));
-        node.setGeometry(std::move(vertices), std::move(indices), std::move(entries));
-    }
+    void moveTo(RenderNode& node) { node.setGeometry(std::move(vertices), std::move(indices), std::move(entries)); }
 
 private:
     /// The position of the member's pair of node and argument among the entries; it is appended when it is new.
@@ -89,16 +87,7 @@ private:
         return found->second;
     }
 
-    void setEntry(u32 entry)
-    {
-        if (vertices.strideOf(kPosition0) != 4) return;
-        const std::size_t place = vertices.offsetOf(kPosition0) + 3;
-        for (u32 vertex = firstVertex; vertex < endVertex; ++vertex)
-            if (f32& number = packed[vertex][place]; entryIndexOf(number) == 0) number = static_cast<f32>(entry);
-    }
-
-    Vertices vertices; ///< the attributes
-    PackedVertices packed;
+    Vertices vertices;
     Indices indices;
     ParentEntries entries;
     MemberMeshes meshes;
