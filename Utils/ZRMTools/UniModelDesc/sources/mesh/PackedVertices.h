@@ -36,7 +36,7 @@ public:
     }
     ~PackedVertices() { std::free(floats); }
 
-    /// Whether there are vertices.
+    /// Whether this is a mesh at all, even one that has no vertex left.
     explicit operator bool() const { return floats != nullptr; }
     std::size_t getCount() const { return count; }
     std::size_t getStride() const { return stride; }

@@ -12,7 +12,7 @@ constexpr f64 kRounding = 1.000001;
 constexpr f64 kInfinity = std::numeric_limits<f64>::infinity();
 } // namespace
 
-VertexKdTree::VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance, const FloatRanges& floatRanges)
+VertexKdTree::VertexKdTree(const PackedVertices& packed, u32* links, f32 weldTolerance, const FloatRanges& floatRanges)
     : points(packed),
       next(links),
       tolerance(weldTolerance),
@@ -59,7 +59,7 @@ u32 VertexKdTree::findHighest(u32 tree, const f32* point) const
         if (node.axis == kLeaf)
         {
             for (u32 i = node.head; i != kNoVertex; i = next[i])
-                if ((best == kNoVertex || i > best) && isSamePoint(points[i], point, points.dimension, tolerance))
+                if ((best == kNoVertex || i > best) && isSamePoint(points[i], point, points.getStride(), tolerance))
                     best = i;
             continue;
         }
@@ -96,7 +96,7 @@ u32 VertexKdTree::widestAxis(const TreeNode& leaf) const
     u32 widest = kLeaf;
     // What lies closer than this agrees, and a set of such vertices is small: they would have been welded.
     f64 width = reach;
-    for (u32 axis = 0; axis < points.dimension; ++axis)
+    for (u32 axis = 0; axis < points.getStride(); ++axis)
     {
         if (axis == kBitsFloat) continue;
         const f64 candidate = spread(leaf, axis).width();

@@ -7,16 +7,6 @@
 
 namespace model
 {
-/// The packed vertices of one mesh, `count` times `dimension` floats; not owned.
-struct PackedPoints
-{
-    const f32* data = nullptr;
-    std::size_t count = 0;
-    std::size_t dimension = 0;
-
-    const f32* operator[](std::size_t i) const { return data + i * dimension; }
-};
-
 constexpr u32 kNoVertex = 0xFFFFFFFFu;
 
 /// The float of a packed vertex that is an index or four bytes, not a number, and so is compared by its bits.
@@ -46,7 +36,7 @@ public:
     /// packed  looked at as long as the tree lives; what was inserted stays as it is
     /// links   one for each vertex, shared with the owner: a vertex is in one chain at a time
     /// ranges  of all vertices that will be inserted
-    VertexKdTree(const PackedPoints& packed, u32* links, f32 weldTolerance, const FloatRanges& floatRanges);
+    VertexKdTree(const PackedVertices& packed, u32* links, f32 weldTolerance, const FloatRanges& floatRanges);
 
     /// A new tree; the result names it. It takes over the chain that starts at `head`.
     u32 create(u32 head);
@@ -90,7 +80,7 @@ private:
     void prepend(u32 leaf, u32 vertex);
     void splitLeaf(u32 leaf, zr::vector<Step>& path);
 
-    PackedPoints points;
+    const PackedVertices& points;
     u32* next;
     f32 tolerance;
     /// `tolerance` widened by what rounding can hide in a difference.

@@ -142,14 +142,14 @@ class WeldGrid
 public:
     /// kept  its vertices are looked at from their `findOrAdd` on
     WeldGrid(const PackedVertices& kept, f32 weldTolerance, const FloatRanges& floatRanges)
-        : points{kept.data(), kept.getCount(), kept.getStride()},
+        : points(kept),
           tolerance(weldTolerance),
           scale(weldTolerance),
-          axes(std::min(points.dimension, kPlaceAxes)),
+          axes(std::min(points.getStride(), kPlaceAxes)),
           ranges(floatRanges),
-          cells(points.count / 2),
+          cells(points.getCount() / 2),
           parts(0),
-          next(static_cast<u32*>(zr_malloc(points.count * sizeof(u32)))),
+          next(static_cast<u32*>(zr_malloc(points.getCount() * sizeof(u32)))),
           tree(points, next.get(), weldTolerance, ranges)
     {
     }
@@ -158,7 +158,7 @@ public:
     {
         CellPlace place;
         // The fourth float has to agree by its bits, so it belongs to the cell.
-        if (points.dimension > kBitsFloat) place.key = std::bit_cast<u32>(point[kBitsFloat]) * kBitsFactor;
+        if (points.getStride() > kBitsFloat) place.key = std::bit_cast<u32>(point[kBitsFloat]) * kBitsFactor;
         for (std::size_t axis = 0; axis < axes; ++axis)
             scale.add(place, point[axis], axis, kFactors[axis]);
         place.hash = hashOf(place.key);
@@ -174,7 +174,7 @@ public:
     /// Whether the point is that of a kept vertex. Then no other agrees with it, as kept ones don't agree.
     bool isKept(u32 vertex, const f32* point) const
     {
-        return vertex != kNoVertex && std::memcmp(points[vertex], point, points.dimension * sizeof(f32)) == 0;
+        return vertex != kNoVertex && std::memcmp(points[vertex], point, points.getStride() * sizeof(f32)) == 0;
     }
 
     /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which stands for the
@@ -241,7 +241,7 @@ private:
         if (cell.value & kTreeFlag) return tree.findHighest(cell.value & ~kTreeFlag, point);
         u32 length = 0;
         for (u32 i = cell.value; i != kNoVertex; i = next[i], ++length)
-            if (isSamePoint(points[i], point, points.dimension, tolerance)) return i;
+            if (isSamePoint(points[i], point, points.getStride(), tolerance)) return i;
         isLong = length > kLongestChain;
         return kNoVertex;
     }
@@ -290,7 +290,7 @@ private:
         return place;
     }
 
-    const PackedPoints points;
+    const PackedVertices& points;
     const f32 tolerance;
     const CellScale scale;
     const std::size_t axes;
