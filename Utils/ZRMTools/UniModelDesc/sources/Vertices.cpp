@@ -56,6 +56,7 @@ Vertices Vertices::withoutData() const
 u32 Vertices::getVertexCount() const
 {
     if (packed) return static_cast<u32>(packed.getCount());
+    if (sources) return sources.count;
     return attributes.empty() ? 0 : static_cast<u32>(attributes.begin()->second.count());
 }
 
@@ -85,16 +86,22 @@ bool Vertices::isValid() const
 
 void Vertices::prefetch() const
 {
-    constexpr std::size_t kLine = 64 / sizeof(f32);
-    constexpr std::size_t kEnough = 64 * kLine; // of a long array the processor itself fetches the rest
+    const auto prefetchArray = [](const auto& floats)
+    {
+        constexpr std::size_t kLine = 64 / sizeof(f32);
+        constexpr std::size_t kEnough = 64 * kLine; // of a long array the processor itself fetches the rest
+        for (std::size_t i = 0; i < std::min(floats.size(), kEnough); i += kLine)
+            __builtin_prefetch(floats.data() + i);
+    };
     for (const auto& [semantic, attribute] : attributes)
-        for (std::size_t i = 0; i < std::min(attribute.data.size(), kEnough); i += kLine)
-            __builtin_prefetch(&attribute.data[i]);
+        prefetchArray(attribute.data);
+    for (const VertexSources::Part& part : sources.parts)
+        prefetchArray(part.floats);
 }
 
 bool Vertices::isConsistent() const
 {
-    if (packed) return true;
+    if (packed || sources) return true;
     const u32 count = getVertexCount();
     return isValid() && std::all_of(attributes.begin(), attributes.end(), [count](const auto& entry)
                                     { return entry.second.stride == 0 || entry.second.count() == count; });
@@ -122,6 +129,7 @@ bool Vertices::matchesFormat(const VertexFormat& format) const
 void Vertices::setFormat(const VertexFormat& format)
 {
     packed = {};
+    sources = {};
     attributes.clear();
     for (std::size_t semantic = 0; semantic < kNumSemantics; ++semantic)
         if (format[semantic] != 0) attributes[static_cast<i32>(semantic)].stride = format[semantic];

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <span>
+
 #include <boost/container/flat_map.hpp>
 
 #include "base/types.h"
 #include "materials/VertexFormat.h"
 #include "mesh/PackedVertices.h"
 #include "mesh/Semantics.h"
+#include "mesh/VertexSources.h"
 #include <zr/containers.h>
 
 namespace io
@@ -41,9 +44,10 @@ u32 entryIndexOf(f32 value);
 
 /// The vertices of a mesh: one array of floats for each semantic, in ascending order of the semantics.
 ///
-/// Behind merging, a mesh is welded, compared and written as packed vertices. So it is held in either of two forms: as
-/// attributes or, from `pack` on, packed, with empty attributes that know their strides. Whoever asks for an attribute
-/// turns a packed mesh back; all other operations take both forms. An object is for one thread at a time, to read too.
+/// A mesh is held in one of three forms: as attributes; from `share` on, as arrays shared with the blocks of a script
+/// (`VertexSources`); or from `pack` on, as it is welded, compared and written, packed. In the latter two the
+/// attributes are empty and know their strides. Whoever asks for an attribute turns the mesh back into attributes; all
+/// other operations take each form. An object is for one thread at a time, to read too.
 ///
 /// All attributes are to hold the same number of vertices. Scripts can break that, so every operation that would read
 /// beyond an attribute's end checks it (`checkConsistent`) or leaves the missing vertices out, as told at each.
@@ -67,14 +71,28 @@ public:
     Attribute* findAttribute(i32 semantic);
     const Attribute* findAttribute(i32 semantic) const;
     /// Returns whether there was one.
-    bool erase(i32 semantic) { return unpacked().erase(semantic) != 0; }
+    bool erase(i32 semantic);
 
     Attributes& getAttributes() { return unpacked(); }
     const Attributes& getAttributes() const { return unpacked(); }
+    /// For semantics and strides alone: where the floats are is not told.
+    const Attributes& getLayout() const { return attributes; }
+    /// The floats of an attribute, where they already lie together; otherwise as by `getAttribute`. Valid until the
+    /// mesh is changed or asked for an attribute.
+    std::span<const f32> floatsOf(i32 semantic) const;
     /// Whether there is no attribute at all.
     bool empty() const { return attributes.empty(); }
     /// The same attributes and strides, and no vertex.
     Vertices withoutData() const;
+
+    /// Makes an attribute of `stride` floats a vertex, or replaces it. The first `width` of these come from `floats`,
+    /// the others are 0. The first attribute of a mesh says how many vertices there are, floats left over don't count.
+    /// One that doesn't fit that number becomes a plain array with all its floats, and so do the others.
+    void share(i32 semantic, u32 stride, u32 width, SharedFloats floats);
+    /// The same without an array: all floats are 0.
+    void addZeros(i32 semantic, u32 stride);
+    /// Sets one float of each vertex. There are at least so many floats, and `place` is below the attribute's stride.
+    void shareOne(i32 semantic, u32 place, SharedFloats floats);
 
     /// The packed form, from now on. Null when there is no vertex, or no float in one.
     /// @throws as `checkConsistent`
@@ -145,9 +163,23 @@ public:
 private:
     Attributes& unpacked() const;
     void deinterleaveFrom(const f32* floats, std::size_t count) const;
+    /// Calls `function(positions, step, count)` for as many positions at a time as lie together.
+    template <class Function>
+    void forPositions(Function function) const;
 
-    /// Logically these are one value in two forms, and reading may change the form.
+    // For the form of `VertexSources`.
+    void resolveSources() const;
+    void interleaveSources(void* out, std::size_t first, std::size_t count) const;
+    void movePacked(f32* floats, std::size_t count) const;
+    void readPositions(f32* out, std::size_t first, std::size_t count) const;
+    /// All vertices are selected by 0.
+    bool hasOneSelector() const;
+    /// Returns how many matrices it has noted for later, from the front of the list.
+    std::size_t postpone(const zr::vector<SelectorMatrix>& list);
+
+    /// Logically these are one value in three forms, and reading may change the form.
     mutable Attributes attributes;
     mutable PackedVertices packed;
+    mutable VertexSources sources;
 };
 } // namespace model

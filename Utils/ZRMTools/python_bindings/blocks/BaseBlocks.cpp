@@ -1,7 +1,5 @@
 #include "inc/blocks/BaseBlocks.h"
 
-#include <algorithm>
-
 namespace pyzrm
 {
 zr::string GeometryBlock::check() const
@@ -13,12 +11,8 @@ zr::string GeometryBlock::check() const
 
 zr::string GeometryBlock::apply(model::BaseMeshRenderNode& node, u32&) const
 {
-    // The fourth float stays 0.
-    zr::vector<f32> points(4 * getVertexCount());
-    const f32* from = positions.data();
-    for (std::size_t vertex = 0; vertex < getVertexCount(); ++vertex, from += 3)
-        std::copy(from, from + 3, &points[4 * vertex]);
-    setAttribute(node, model::kPosition0, 4, std::move(points));
+    node.getMaterial()->setFormat(model::kPosition0, 4);
+    node.getVertices().share(model::kPosition0, 4, 3, positions);
     setAttribute(node, model::kNormal0, 3, normals);
     return {};
 }

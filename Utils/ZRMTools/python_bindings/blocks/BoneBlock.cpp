@@ -16,7 +16,7 @@ u32 packBones(const u32* four)
     return (four[0] & 0xFFu) | (four[1] & 0xFFu) << 8 | (four[2] & 0xFFu) << 16 | (four[3] & 0xFFu) << 24;
 }
 
-bool areNormalized(const zr::vector<f32>& weights)
+bool areNormalized(const model::SharedFloats& weights)
 {
     for (std::size_t i = 0; i + 3 < weights.size(); i += 4)
     {
@@ -49,14 +49,16 @@ zr::string BoneBlock::apply(model::BaseMeshRenderNode& node, u32&) const
 {
     setAttribute(node, model::kColor1, 4, weights);
 
-    zr::vector<f32>& positions = node.getVertices().getAttribute(model::kPosition0).data;
-    for (std::size_t i = 0; i + 3 < positions.size(); i += 4)
+    const std::size_t count = node.getVertices().getVertexCount();
+    if (indices.size() < 4 * count) zr::raiseBadIndex();
+    zr::vector<f32> fourth(count);
+    for (std::size_t i = 0; i < count; ++i)
     {
-        if (i + 3 >= indices.size()) zr::raiseBadIndex();
         // Bit for bit: as a float the packed value may be a NaN, which an assignment need not keep.
-        const u32 packed = packBones(&indices[i]);
-        std::memcpy(&positions[i + 3], &packed, sizeof(packed));
+        const u32 packed = packBones(&indices[4 * i]);
+        std::memcpy(&fourth[i], &packed, sizeof(packed));
     }
+    node.getVertices().shareOne(model::kPosition0, 3, std::move(fourth));
 
     auto* skin = dynamic_cast<model::SkinNode*>(&node);
     if (!skin) return "Bone block : render node is not skin node.";

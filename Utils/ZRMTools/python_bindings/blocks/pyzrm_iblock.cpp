@@ -10,20 +10,19 @@ const char* IBlock::getTypeName() const
     return type < std::size(kBlockFacts) ? kBlockFacts[type].name : "UNKNOWN";
 }
 
-void setAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride, zr::vector<f32> data)
+void setAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride, const model::SharedFloats& data)
 {
     node.getMaterial()->setFormat(static_cast<std::size_t>(semantic), stride);
-    model::Attribute& attribute = node.getVertices()[semantic];
-    attribute.stride = stride;
-    attribute.data = std::move(data);
+    node.getVertices().share(semantic, stride, stride, data);
 }
 
 void setZeroAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride)
 {
-    setAttribute(node, semantic, stride, zr::vector<f32>(std::size_t(node.getVertices().getVertexCount()) * stride));
+    node.getMaterial()->setFormat(static_cast<std::size_t>(semantic), stride);
+    node.getVertices().addZeros(semantic, stride);
 }
 
-void addTexCoords(model::BaseMeshRenderNode& node, u32& uvCounter, std::size_t map, const zr::vector<f32>& data)
+void addTexCoords(model::BaseMeshRenderNode& node, u32& uvCounter, std::size_t map, const model::SharedFloats& data)
 {
     setAttribute(node, model::kTexCoord0 + static_cast<i32>(uvCounter), 2, data);
     node.getMaterial()->setChannel(map, static_cast<i32>(uvCounter));

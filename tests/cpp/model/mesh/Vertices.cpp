@@ -113,6 +113,90 @@ TEST(Vertices, ManySelectorsAtOnceAreTheSameAsOneByOne)
     }
 }
 
+/// Bit for bit, as a file takes them, to a place that is aligned for nothing.
+std::string bytesOf(const Vertices& vertices)
+{
+    std::string bytes(1 + std::size_t{vertices.getVertexCount()} * vertices.getStride() * sizeof(f32), ' ');
+    vertices.interleaveInto(bytes.data() + 1);
+    return bytes;
+}
+
+// The same random steps on shared arrays, attributes and packed vertices.
+TEST(Vertices, SharedArraysAreTheSameAsAttributes)
+{
+    for (u32 seed = 0; seed < 300; ++seed)
+    {
+        test::Random random(seed);
+        const u32 count = random.pick({0, 1, 3, 255, 256, 257, 700});
+        const auto floats = [&](u32 width)
+        {
+            zr::vector<f32> values(count * width);
+            for (f32& value : values)
+                value = random.chance(20) ? 0.0f : random.between(-2, 2);
+            return values;
+        };
+        Vertices shared;
+        Vertices plain;
+        const auto both = [&](i32 semantic, u32 stride, u32 width, const zr::vector<f32>& values)
+        {
+            shared.share(semantic, stride, width, values);
+            plain[semantic].stride = stride;
+            for (std::size_t i = 0; i < values.size(); i += width)
+                for (std::size_t k = 0; k < stride; ++k)
+                    plain[semantic].data.push_back(k < width && i + k < values.size() ? values[i + k] : 0.0f);
+        };
+        both(kPosition0, 4, 3, floats(3));
+        zr::vector<f32> normals = floats(3);
+        const bool isUneven = random.chance(5);
+        if (isUneven) normals.resize(normals.size() + 3);
+        both(kNormal0, 3, 3, normals);
+        both(kTexCoord0, 2, 2, floats(2));
+        if (random.chance(50))
+        {
+            shared.addZeros(kTangent0, 3);
+            plain[kTangent0] = {zr::vector<f32>(3 * count), 3};
+        }
+        if (random.chance(20))
+        {
+            const zr::vector<f32> fourth = floats(1);
+            shared.shareOne(kPosition0, 3, fourth);
+            for (u32 i = 0; i < count; ++i)
+                plain[kPosition0].data[4 * i + 3] = fourth[i];
+        }
+        EXPECT_EQ(shared.isConsistent(), plain.isConsistent());
+        if (isUneven) continue;
+
+        for (u32 step = random.below(9); step > 0; --step)
+        {
+            matrixd matrix;
+            for (const std::size_t i : {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14})
+                matrix.m[i] = random.between(-1, 1);
+            const u32 selector = random.below(5) / 4;
+            const i32 erased = random.chance(10) ? kTexCoord0 : kColor0; // the latter isn't there
+            EXPECT_EQ(shared.erase(erased), plain.erase(erased));
+            for (Vertices* vertices : {&shared, &plain})
+                vertices->applyMatrix(matrix.m, selector);
+            const zr::vector<Box> ofShared = shared.computeBoxes(2);
+            const zr::vector<Box> ofPlain = plain.computeBoxes(2);
+            const Box box = shared.computeBox(0);
+            ASSERT_TRUE(box.min == ofPlain[0].min && box.max == ofPlain[0].max) << seed;
+            ASSERT_TRUE(ofShared[1].min == ofPlain[1].min && ofShared[1].max == ofPlain[1].max) << seed;
+            ASSERT_EQ(bytesOf(shared), bytesOf(plain)) << seed;
+        }
+        for (const auto& [semantic, attribute] : plain.getAttributes())
+        {
+            const std::span<const f32> found = shared.floatsOf(semantic);
+            ASSERT_TRUE(std::equal(found.begin(), found.end(), attribute.data.begin(), attribute.data.end())) << seed;
+        }
+        EXPECT_TRUE(shared.floatsOf(kColor0).empty());
+        const Vertices copy = shared;
+        if (random.chance(50)) shared.pack();
+        for (const Vertices* vertices : std::initializer_list<const Vertices*>{&shared, &copy})
+            EXPECT_EQ(vertices->getAttribute(kPosition0).data, plain.getAttribute(kPosition0).data) << seed;
+        EXPECT_EQ(bytesOf(shared), bytesOf(plain)) << seed;
+    }
+}
+
 TEST(Indices, WidthOfTheBlockAndPrimitives)
 {
     const std::pair<u32, u32> kLargest[] = {{255, 1}, {256, 2}, {65535, 2}, {65536, 4}, {0xFFFFFFFF, 4}};

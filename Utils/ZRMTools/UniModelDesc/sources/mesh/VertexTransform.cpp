@@ -1,9 +1,8 @@
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <compare>
-#include <cstring>
 
+#include "mesh/Lanes.h"
 #include "mesh/PositionView.h"
 #include <zr/unordered_set.h>
 
@@ -11,186 +10,35 @@ namespace model
 {
 namespace
 {
-/// Columns up to this length are not brought to length 1, and a matrix below this determinant turns no direction.
-constexpr f64 kShortColumn = 1e-6;
-constexpr f64 kSmallDeterminant = 1e-5;
-
-/// Directions go through this 3 by 3 matrix, row vectors from the left.
-struct NormalMatrix
-{
-    f64 rows[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-};
-
-/// The inverse transpose of the 3 by 3 block after its columns are brought to length 1; the identity when that has
-/// (nearly) no inverse.
-NormalMatrix normalMatrix(const f64* m)
-{
-    f64 a[3][3];
-    for (int column = 0; column < 3; ++column)
-    {
-        const f64 x = m[column];
-        const f64 y = m[4 + column];
-        const f64 z = m[8 + column];
-        f64 length = std::sqrt(x * x + y * y + z * z);
-        if (length <= kShortColumn) length = 1.0;
-        a[0][column] = x / length;
-        a[1][column] = y / length;
-        a[2][column] = z / length;
-    }
-
-    // Indices modulo 3 give the cofactors their signs.
-    f64 cofactors[3][3];
-    for (int row = 0; row < 3; ++row)
-        for (int column = 0; column < 3; ++column)
-        {
-            const int r1 = (row + 1) % 3;
-            const int r2 = (row + 2) % 3;
-            const int c1 = (column + 1) % 3;
-            const int c2 = (column + 2) % 3;
-            cofactors[row][column] = a[r1][c1] * a[r2][c2] - a[r1][c2] * a[r2][c1];
-        }
-    const f64 determinant = a[0][0] * cofactors[0][0] + a[0][1] * cofactors[0][1] + a[0][2] * cofactors[0][2];
-
-    NormalMatrix result;
-    if (std::abs(determinant) < kSmallDeterminant) return result;
-    for (int row = 0; row < 3; ++row)
-        for (int column = 0; column < 3; ++column)
-            result.rows[row][column] = cofactors[row][column] / determinant;
-    return result;
-}
-
-/// A matrix as positions and as directions go through it.
-struct Transform
-{
-    const f64* point;
-    NormalMatrix direction;
-};
-
-/// Vertices that are moved together: as many coordinates side by side keep the processor's wide registers busy.
-constexpr std::size_t kLanes = 8;
-
-struct Lanes
-{
-    void read(std::size_t lane, const f32* vertex)
-    {
-        x[lane] = vertex[0];
-        y[lane] = vertex[1];
-        z[lane] = vertex[2];
-    }
-    void write(std::size_t lane, f32* vertex) const
-    {
-        vertex[0] = static_cast<f32>(x[lane]);
-        vertex[1] = static_cast<f32>(y[lane]);
-        vertex[2] = static_cast<f32>(z[lane]);
-    }
-
-    f64 x[kLanes] = {};
-    f64 y[kLanes] = {};
-    f64 z[kLanes] = {};
-};
-
-/// v x M with the translation row.
-void movePoints(Lanes& lanes, const Transform& transform)
-{
-    const f64* m = transform.point;
-    for (std::size_t i = 0; i < kLanes; ++i)
-    {
-        const f64 x = lanes.x[i];
-        const f64 y = lanes.y[i];
-        const f64 z = lanes.z[i];
-        lanes.x[i] = x * m[0] + y * m[4] + z * m[8] + m[12];
-        lanes.y[i] = x * m[1] + y * m[5] + z * m[9] + m[13];
-        lanes.z[i] = x * m[2] + y * m[6] + z * m[10] + m[14];
-    }
-}
-
-/// v x N, brought to length 1.
-void turnDirections(Lanes& lanes, const Transform& transform)
-{
-    const auto& n = transform.direction.rows;
-    f64 lengths[kLanes];
-    for (std::size_t i = 0; i < kLanes; ++i)
-    {
-        const f64 x = lanes.x[i];
-        const f64 y = lanes.y[i];
-        const f64 z = lanes.z[i];
-        lanes.x[i] = x * n[0][0] + y * n[1][0] + z * n[2][0];
-        lanes.y[i] = x * n[0][1] + y * n[1][1] + z * n[2][1];
-        lanes.z[i] = x * n[0][2] + y * n[1][2] + z * n[2][2];
-        lengths[i] = std::sqrt(lanes.x[i] * lanes.x[i] + lanes.y[i] * lanes.y[i] + lanes.z[i] * lanes.z[i]);
-    }
-    for (std::size_t i = 0; i < kLanes; ++i)
-    {
-        const f64 length = lengths[i] > 0.0 ? lengths[i] : 1.0;
-        lanes.x[i] /= length;
-        lanes.y[i] /= length;
-        lanes.z[i] /= length;
-    }
-}
-
-using Move = void (*)(Lanes&, const Transform&);
-
-/// Moves neighbours that go through one transform. Equal neighbours, as the directions of a flat face, share a lane.
-template <Move kMove>
-void moveRun(f32* vertex, std::size_t stride, std::size_t count, const Transform& transform)
-{
-    constexpr std::size_t kBatch = 4 * kLanes;
-    u8 laneOf[kBatch];
-    Lanes lanes;
-    for (std::size_t first = 0; first < count;)
-    {
-        std::size_t numLanes = 0;
-        std::size_t batch = 0;
-        for (f32* v = vertex; batch < kBatch && first + batch < count; ++batch, v += stride)
-        {
-            if (batch == 0 || std::memcmp(v, v - stride, 3 * sizeof(f32)) != 0)
-            {
-                if (numLanes == kLanes) break;
-                lanes.read(numLanes++, v);
-            }
-            laneOf[batch] = static_cast<u8>(numLanes - 1);
-        }
-        kMove(lanes, transform);
-        for (std::size_t i = 0; i < batch; ++i, vertex += stride)
-            lanes.write(laneOf[i], vertex);
-        first += batch;
-    }
-}
-
-/// Vertices `first` to `last` - 1 go through one transform.
+/// Vertices `first` to `last` - 1 go through one matrix.
 struct Run
 {
     std::size_t first;
     std::size_t last;
-    u32 transform;
+    u32 move;
 };
 
-/// An attribute without three floats a vertex isn't moved; vertices that it lacks are left out.
-template <Move kMove>
-void moveAttribute(Attribute* attribute, const zr::small_vector<Run, 4>& runs, const zr::vector<Transform>& transforms)
+/// Moves each vertex by the matrix of its run. An attribute without three floats a vertex isn't moved; vertices that it
+/// lacks are left out.
+void moveVertices(Vertices::Attributes& attributes, const zr::small_vector<Run, 4>& runs,
+                  const zr::vector<VertexMove>& moves)
 {
-    if (!attribute || attribute->stride < 3) return;
-    const std::size_t count = attribute->count();
-    for (const Run& run : runs)
-        if (run.first < count)
-            moveRun<kMove>(&attribute->data[run.first * attribute->stride], attribute->stride,
-                           std::min(run.last, count) - run.first, transforms[run.transform]);
+    for (auto& [semantic, attribute] : attributes)
+    {
+        const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic);
+        const std::size_t count = attribute.count();
+        for (const Run& run : runs)
+            if (moving && run.first < count)
+                moving(&attribute.data[run.first * attribute.stride], attribute.stride,
+                       std::min(run.last, count) - run.first, moves[run.move]);
+    }
 }
 
-/// Moves each vertex through the transform of its run.
-void moveVertices(Vertices& vertices, const zr::small_vector<Run, 4>& runs, const zr::vector<Transform>& transforms)
-{
-    moveAttribute<movePoints>(vertices.findAttribute(kPosition0), runs, transforms);
-    for (const i32 semantic : {kNormal0, kTangent0, kBinormal0, kNormal1, kTangent1, kBinormal1})
-        moveAttribute<turnDirections>(vertices.findAttribute(semantic), runs, transforms);
-    moveAttribute<movePoints>(vertices.findAttribute(kPosition1), runs, transforms);
-}
-
-/// A selector and the position of its transform.
+/// A selector and the position of its matrix.
 struct Choice
 {
     u32 selector;
-    u32 transform;
+    u32 move;
 
     auto operator<=>(const Choice&) const = default;
 };
@@ -216,7 +64,7 @@ zr::small_vector<Run, 4> chooseBySelector(const Attribute& positions, const zr::
         }
         const auto found = std::lower_bound(bySelector.begin(), bySelector.end(), Choice{entry, 0});
         if (entry != kNoEntry && found != bySelector.end() && found->selector == entry)
-            runs.push_back({start, i, found->transform});
+            runs.push_back({start, i, found->move});
     }
     return runs;
 }
@@ -245,56 +93,80 @@ void Vertices::applyMatrix(const f64* m, u32 selector)
 
 void Vertices::applyMatrices(const zr::vector<SelectorMatrix>& list)
 {
+    std::size_t first = postpone(list);
+    if (first == list.size()) return;
     const Attribute* positions = findAttribute(kPosition0);
     if (!positions || (positions->stride != 3 && positions->stride != 4)) return;
 
     const bool selectsAll = positions->stride == 3;
-    for (std::size_t first = 0; first < list.size();)
+    while (first < list.size())
     {
         const std::size_t last = selectsAll ? first + 1 : distinctRun(list, first);
-        zr::vector<Transform> transforms;
+        zr::vector<VertexMove> moves;
         for (std::size_t i = first; i < last; ++i)
-            transforms.push_back({list[i].matrix, normalMatrix(list[i].matrix)});
+            moves.emplace_back(list[i].matrix);
         const zr::small_vector<Run, 4> runs = selectsAll ? zr::small_vector<Run, 4>{{0, positions->count(), 0}}
                                                          : chooseBySelector(*positions, list, first, last);
-        moveVertices(*this, runs, transforms);
+        moveVertices(attributes, runs, moves);
         first = last;
+    }
+}
+
+template <class Function>
+void Vertices::forPositions(Function function) const
+{
+    if (!sources || strideOf(kPosition0) != 4)
+    {
+        const PositionView<const f32> positions(*this);
+        return function(positions.data, positions.step, positions.count);
+    }
+    f32 block[kBlockVertices * 4];
+    for (std::size_t first = 0; first < sources.count; first += kBlockVertices)
+    {
+        const std::size_t count = std::min<std::size_t>(kBlockVertices, sources.count - first);
+        readPositions(block, first, count);
+        function(block, 4, count);
     }
 }
 
 Box Vertices::computeBox(u32 selector) const
 {
     Box box;
-    const PositionView<const f32> positions(*this);
-    if (positions.width != 3 && positions.width != 4) return box;
-    const f32* p = positions.data;
-    for (std::size_t i = 0; i < positions.count; ++i, p += positions.step)
-        if (positions.width == 3 || (selector != kNoEntry && entryIndexOf(p[3]) == selector))
-            box.extend(p[0], p[1], p[2]);
+    const u32 width = strideOf(kPosition0);
+    if (width != 3 && width != 4) return box;
+    forPositions(
+        [&](const f32* p, std::size_t step, std::size_t count)
+        {
+            for (std::size_t i = 0; i < count; ++i, p += step)
+                if (width == 3 || (selector != kNoEntry && entryIndexOf(p[3]) == selector))
+                    box.extend(p[0], p[1], p[2]);
+        });
     return box;
 }
 
 zr::vector<Box> Vertices::computeBoxes(std::size_t count) const
 {
     if (count == 0) return {};
-    const PositionView<const f32> positions(*this);
-    if (positions.width != 4) return zr::vector<Box>(count, computeBox(0));
+    if (strideOf(kPosition0) != 4) return zr::vector<Box>(count, computeBox(0));
     zr::vector<Box> boxes(count);
     Box other; // of vertices that belong to no entry
     Box* box = &other;
     u32 bits = std::bit_cast<u32>(-1.0f); // of an entry that isn't there
-    const f32* p = positions.data;
-    for (std::size_t i = 0; i < positions.count; ++i, p += positions.step)
-    {
-        // Neighbours mostly belong to one entry.
-        if (const u32 own = std::bit_cast<u32>(p[3]); own != bits)
+    forPositions(
+        [&](const f32* p, std::size_t step, std::size_t numPositions)
         {
-            const u32 entry = entryIndexOf(p[3]);
-            box = entry < count && entry != kNoEntry ? &boxes[entry] : &other;
-            bits = own;
-        }
-        box->extend(p[0], p[1], p[2]);
-    }
+            for (std::size_t i = 0; i < numPositions; ++i, p += step)
+            {
+                // Neighbours mostly belong to one entry.
+                if (const u32 own = std::bit_cast<u32>(p[3]); own != bits)
+                {
+                    const u32 entry = entryIndexOf(p[3]);
+                    box = entry < count && entry != kNoEntry ? &boxes[entry] : &other;
+                    bits = own;
+                }
+                box->extend(p[0], p[1], p[2]);
+            }
+        });
     return boxes;
 }
 } // namespace model

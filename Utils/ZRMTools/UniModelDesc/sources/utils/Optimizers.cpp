@@ -15,21 +15,30 @@ namespace
 /// Normals whose squared length is below this have no direction worth keeping.
 constexpr f32 kZeroNormalSquare = 0.0001f;
 
+bool isZero(const f32* normal)
+{
+    return normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2] < kZeroNormalSquare;
+}
+
 bool fixZeroNormals(Vertices& vertices)
 {
-    Attribute* normals = vertices.findAttribute(kNormal0);
-    if (!normals || normals->stride != 3) return false;
-    bool isChanged = false;
-    for (std::size_t i = 0; i + 3 <= normals->data.size(); i += 3)
+    if (vertices.strideOf(kNormal0) != 3) return false;
+    const std::span<const f32> floats = vertices.floatsOf(kNormal0);
+    std::size_t first = 0;
+    while (first + 3 <= floats.size() && !isZero(&floats[first]))
+        first += 3;
+    if (first + 3 > floats.size()) return false;
+
+    zr::vector<f32>& normals = vertices.getAttribute(kNormal0).data;
+    for (std::size_t i = first; i + 3 <= normals.size(); i += 3)
     {
-        f32* n = &normals->data[i];
-        if (!(n[0] * n[0] + n[1] * n[1] + n[2] * n[2] < kZeroNormalSquare)) continue;
+        f32* n = &normals[i];
+        if (!isZero(n)) continue;
         n[0] = 0.0f;
         n[1] = 1.0f;
         n[2] = 0.0f;
-        isChanged = true;
     }
-    return isChanged;
+    return true;
 }
 
 /// Beyond all coordinate sets, and far from the limits of its type.

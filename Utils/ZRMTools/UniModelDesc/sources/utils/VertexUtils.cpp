@@ -17,10 +17,14 @@ void checkVertexSize(const Vertices& vertices, const VertexFormat& vertexFormat)
     if (vertexFormatSize(vertexFormat) != vertices.getStride()) ZR_RAISE("Wrong vertex size.");
 }
 
-bool isRepeat(const Attribute& a, const Attribute& b)
+bool isRepeat(const Vertices& vertices, i32 a, i32 b)
 {
-    return a.stride == b.stride && std::equal(a.data.begin(), a.data.end(), b.data.begin(), b.data.end(),
-                                              [](f32 x, f32 y) { return !(std::abs(x - y) > kRepeatTolerance); });
+    if (vertices.strideOf(a) != vertices.strideOf(b)) return false;
+    vertices.floatsOf(b); // either may move the other, so that only now both stay where they are
+    const std::span<const f32> first = vertices.floatsOf(a);
+    const std::span<const f32> second = vertices.floatsOf(b);
+    return std::equal(first.begin(), first.end(), second.begin(), second.end(),
+                      [](f32 x, f32 y) { return !(std::abs(x - y) > kRepeatTolerance); });
 }
 
 /// The byte of a semantic; one outside the format is the checked failure of the array.
@@ -39,11 +43,12 @@ u32 removeRepeatedTextureChannels(Vertices& vertices, TextureChannels& channels)
 {
     zr::small_vector<i32, kNumChannels> kept;
     SemanticRemap repeats;
-    for (const auto& [semantic, attribute] : vertices.getAttributes())
+    for (const auto& [set, attribute] : vertices.getLayout())
     {
+        const i32 semantic = set;
         if (semantic < kTexCoord0 || semantic > kTexCoord15) continue;
-        const auto found = std::find_if(kept.begin(), kept.end(), [&, &candidate = attribute](i32 earlier)
-                                        { return isRepeat(candidate, vertices.getAttribute(earlier)); });
+        const auto found =
+            std::find_if(kept.begin(), kept.end(), [&](i32 earlier) { return isRepeat(vertices, semantic, earlier); });
         if (found == kept.end())
             kept.push_back(semantic);
         else
@@ -74,7 +79,7 @@ void remapTextureChannels(const SemanticRemap& remap, Vertices& vertices, Vertex
 {
     // Most meshes have one set, in its place already.
     const auto isInPlace = [&](const SemanticMove& move)
-    { return move.from == move.to && vertices.findAttribute(move.from); };
+    { return move.from == move.to && vertices.getLayout().contains(move.from); };
     if (std::all_of(remap.begin(), remap.end(), isInPlace)) return checkVertexSize(vertices, vertexFormat);
 
     // The format comes first: it refuses a wrong semantic before an attribute has moved.

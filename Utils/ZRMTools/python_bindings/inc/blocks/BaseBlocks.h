@@ -20,8 +20,8 @@ protected:
     std::size_t getVertexCount() const { return positions.size() / 3; }
 
 private:
-    zr::vector<f32> positions;
-    zr::vector<f32> normals;
+    model::SharedFloats positions;
+    model::SharedFloats normals;
 };
 
 /// Geometry with an albedo map.
@@ -37,7 +37,7 @@ public:
 
 private:
     zr::string albedoMap;
-    zr::vector<f32> albedoUV;
+    model::SharedFloats albedoUV;
     model::PropertyPtr albedoShift;
 };
 

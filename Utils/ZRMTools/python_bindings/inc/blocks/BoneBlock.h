@@ -25,7 +25,7 @@ public:
     const zr::vector<std::shared_ptr<Bone>>& getBones() const { return bones; }
 
 private:
-    zr::vector<f32> weights;
+    model::SharedFloats weights;
     zr::vector<u32> indices;
     zr::vector<zr::string> names;
     zr::vector<std::shared_ptr<Bone>> bones;

@@ -29,10 +29,10 @@ private:
     zr::string normalMap;
     zr::string mask;
     zr::string maskRGBA;
-    zr::vector<f32> albedoUV;
-    zr::vector<f32> normalUV;
+    model::SharedFloats albedoUV;
+    model::SharedFloats normalUV;
     /// Floats that the split cuts to handles.
-    zr::vector<f32> perVertexArguments;
+    model::SharedFloats perVertexArguments;
     u32 argument = model::kNoArgument;
 };
 } // namespace pyzrm

@@ -22,7 +22,7 @@ public:
 
 private:
     zr::string map;
-    zr::vector<f32> uv;
+    model::SharedFloats uv;
     model::PropertyPtr amount;
     model::PropertyPtr color;
     u32 type = 0;

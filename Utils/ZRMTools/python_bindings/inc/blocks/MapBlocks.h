@@ -32,7 +32,7 @@ protected:
 private:
     const Facts& facts;
     zr::string map;
-    zr::vector<f32> uv;
+    model::SharedFloats uv;
 };
 
 class NormalBlock : public MapBlock

@@ -32,13 +32,13 @@ public:
 };
 
 /// Writes an attribute and its place in the material's vertex format.
-void setAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride, zr::vector<f32> data);
+void setAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride, const model::SharedFloats& data);
 
 /// The same with zeros for each vertex of POSITION0.
 void setZeroAttribute(model::BaseMeshRenderNode& node, i32 semantic, u8 stride);
 
 /// Adds a set of texture coordinates as the next free TEXCOORD and makes a map of the material read it.
-void addTexCoords(model::BaseMeshRenderNode& node, u32& uvCounter, std::size_t map, const zr::vector<f32>& data);
+void addTexCoords(model::BaseMeshRenderNode& node, u32& uvCounter, std::size_t map, const model::SharedFloats& data);
 
 /// Gives the property its name and puts it into the material; nothing for null.
 void setNamedProperty(model::PropertiesSet& material, const char* name, const model::PropertyPtr& property);

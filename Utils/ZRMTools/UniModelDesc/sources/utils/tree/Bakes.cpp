@@ -90,7 +90,6 @@ bool dependsOnOrder(BaseNode& user)
     if (const auto* spots = spotsOf(user)) return lacksDirections(*spots);
     if (user.getNumControlNodes() < 2) return false;
     const Vertices* vertices = verticesOf(user);
-    const Attribute* positions = vertices ? vertices->findAttribute(kPosition0) : nullptr;
-    return positions && positions->stride == 3;
+    return vertices && vertices->strideOf(kPosition0) == 3;
 }
 } // namespace model::utils
