@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "io/IBinaryFileW.h"
+#include "mesh/Lanes.h"
 #include <zr/exceptions.h>
 
 namespace model
@@ -56,7 +57,7 @@ Vertices Vertices::withoutData() const
 u32 Vertices::getVertexCount() const
 {
     if (packed) return static_cast<u32>(packed.getCount());
-    if (sources) return sources.count;
+    if (isSharing()) return sources.back().first + sources.back().count;
     return attributes.empty() ? 0 : static_cast<u32>(attributes.begin()->second.count());
 }
 
@@ -86,22 +87,13 @@ bool Vertices::isValid() const
 
 void Vertices::prefetch() const
 {
-    const auto prefetchArray = [](const auto& floats)
-    {
-        constexpr std::size_t kLine = 64 / sizeof(f32);
-        constexpr std::size_t kEnough = 64 * kLine; // of a long array the processor itself fetches the rest
-        for (std::size_t i = 0; i < std::min(floats.size(), kEnough); i += kLine)
-            __builtin_prefetch(floats.data() + i);
-    };
     for (const auto& [semantic, attribute] : attributes)
-        prefetchArray(attribute.data);
-    for (const VertexSources::Part& part : sources.parts)
-        prefetchArray(part.floats);
+        prefetchFloats(attribute.data.data(), attribute.data.size());
 }
 
 bool Vertices::isConsistent() const
 {
-    if (packed || sources) return true;
+    if (packed || isSharing()) return true;
     const u32 count = getVertexCount();
     return isValid() && std::all_of(attributes.begin(), attributes.end(), [count](const auto& entry)
                                     { return entry.second.stride == 0 || entry.second.count() == count; });
@@ -129,7 +121,7 @@ bool Vertices::matchesFormat(const VertexFormat& format) const
 void Vertices::setFormat(const VertexFormat& format)
 {
     packed = {};
-    sources = {};
+    sources.clear();
     attributes.clear();
     for (std::size_t semantic = 0; semantic < kNumSemantics; ++semantic)
         if (format[semantic] != 0) attributes[static_cast<i32>(semantic)].stride = format[semantic];

@@ -93,6 +93,12 @@ public:
     void addZeros(i32 semantic, u32 stride);
     /// Sets one float of each vertex. There are at least so many floats, and `place` is below the attribute's stride.
     void shareOne(i32 semantic, u32 place, SharedFloats floats);
+    /// Whether these are shared arrays, with positions that all belong to the selector 0.
+    bool isOneSource() const;
+    /// Appends the vertices of a mesh that `isOneSource` and has the same attributes; they belong to `selector` from
+    /// now on. For a mesh that has no other vertices than such.
+    void appendSource(Vertices mesh, u32 selector);
+    void reserveSources(std::size_t count) { sources.reserve(count); }
 
     /// The packed form, from now on. Null when there is no vertex, or no float in one.
     /// @throws as `checkConsistent`
@@ -113,7 +119,7 @@ public:
 
     /// Whether each attribute's size is a multiple of its `stride` (with a `stride` of 0: empty).
     bool isValid() const;
-    /// Asks for the data ahead of their use: thousands of small meshes lie anywhere in memory.
+    /// Asks for the data of attributes ahead of their use.
     void prefetch() const;
 
     /// Whether this is valid and all attributes of a `stride` above 0 hold `getVertexCount()` vertices.
@@ -168,12 +174,15 @@ private:
     void forPositions(Function function) const;
 
     // For the form of `VertexSources`.
+    bool isSharing() const { return !sources.empty(); }
+    /// Whether an attribute can be added to the arrays that are shared.
+    bool canShare(i32 semantic) const { return sources.size() == 1 && !attributes.contains(semantic); }
     void resolveSources() const;
-    void interleaveSources(void* out, std::size_t first, std::size_t count) const;
-    void movePacked(f32* floats, std::size_t count) const;
-    void readPositions(f32* out, std::size_t first, std::size_t count) const;
-    /// All vertices are selected by 0.
-    bool hasOneSelector() const;
+    void interleaveSources(u8* out, std::size_t first, std::size_t count) const;
+    void interleaveSource(u8* out, const VertexSource& source, std::size_t first, std::size_t count) const;
+    void movePacked(f32* floats, std::size_t count, const zr::vector<VertexMove>& moves) const;
+    /// Positions of four floats of one source.
+    void readPositions(f32* out, const VertexSource& source, std::size_t first, std::size_t count) const;
     /// Returns how many matrices it has noted for later, from the front of the list.
     std::size_t postpone(const zr::vector<SelectorMatrix>& list);
 

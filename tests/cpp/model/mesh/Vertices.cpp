@@ -165,6 +165,21 @@ TEST(Vertices, SharedArraysAreTheSameAsAttributes)
         }
         EXPECT_EQ(shared.isConsistent(), plain.isConsistent());
         if (isUneven) continue;
+        if (shared.isOneSource() && random.chance(40))
+        {
+            const Vertices one = shared;
+            const Vertices plainOne = plain;
+            shared = one.withoutData();
+            plain = one.withoutData();
+            for (u32 part = 1 + random.below(3); part > 0; --part)
+            {
+                const u32 selector = random.below(3);
+                shared.appendSource(one, selector);
+                const u32 first = plain.getVertexCount();
+                plain.append(plainOne);
+                renumberVertices(plain, 0, selector, first, plain.getVertexCount());
+            }
+        }
 
         for (u32 step = random.below(9); step > 0; --step)
         {

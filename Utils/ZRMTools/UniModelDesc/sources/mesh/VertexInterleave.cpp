@@ -19,7 +19,7 @@ void Vertices::interleaveInto(void* out, std::size_t first, std::size_t count) c
         std::memcpy(out, packed[first], count * packed.getStride() * sizeof(f32));
         return;
     }
-    if (sources) return interleaveSources(out, first, count);
+    if (isSharing()) return interleaveSources(static_cast<u8*>(out), first, count);
     LaneList<const f32> lanes;
     std::size_t floats = 0;
     for (const auto& [semantic, attribute] : attributes)
@@ -44,7 +44,7 @@ void Vertices::deinterleave(const zr::vector<f32>& floats, u32 vertexCount)
     const std::size_t stride = getStride();
     if (stride && floats.size() / stride < vertexCount) ZR_RAISE("Vertex data is invalid.");
     packed = {};
-    sources = {};
+    sources.clear();
     deinterleaveFrom(floats.data(), vertexCount);
 }
 
@@ -80,7 +80,7 @@ void Vertices::setPacked(PackedVertices newVertices)
     for (auto& [semantic, attribute] : attributes)
         attribute.data = zr::vector<f32>(); // "{}" would keep the memory
     packed = std::move(newVertices);
-    sources = {};
+    sources.clear();
 }
 
 Vertices::Attributes& Vertices::unpacked() const
@@ -90,7 +90,7 @@ Vertices::Attributes& Vertices::unpacked() const
         deinterleaveFrom(packed.data(), packed.getCount());
         packed = {};
     }
-    if (sources) resolveSources();
+    if (isSharing()) resolveSources();
     return attributes;
 }
 

@@ -15,15 +15,33 @@ namespace
 {
 /// Beyond, the arrays become the mesh's own: under a long chain of nodes the matrices would outweigh them.
 constexpr std::size_t kMaxMoves = 4;
+constexpr u32 kSelectorPlace = 3;
+constexpr u32 kSelectorStride = 4;
 
 bool isAligned(const void* pointer)
 {
     return reinterpret_cast<std::uintptr_t>(pointer) % alignof(f32) == 0;
 }
 
-bool isOf(const VertexSources::Part& part, i32 semantic)
+/// The parts of a position, but not the fourth float.
+bool lacksSelector(const VertexSource& source)
 {
-    return part.semantic == semantic;
+    return std::none_of(source.parts.begin(), source.parts.end(), [](const VertexSource::Part& part)
+                        { return part.semantic == kPosition0 && part.place + part.width > kSelectorPlace; });
+}
+
+void prefetchSource(const VertexSource& source)
+{
+    __builtin_prefetch(source.moves.data());
+    for (const VertexSource::Part& part : source.parts)
+        prefetchFloats(part.floats.data(), std::size_t{source.count} * part.width);
+}
+
+/// Copies some vertices of a part to where they belong among packed floats.
+void copyPart(f32* out, std::size_t stride, const VertexSource::Part& part, std::size_t first, std::size_t count)
+{
+    moveLane(reinterpret_cast<u8*>(out + part.place), stride * sizeof(f32), part.floats.data() + first * part.width,
+             part.width, count);
 }
 } // namespace
 
@@ -31,27 +49,25 @@ void Vertices::share(i32 semantic, u32 stride, u32 width, SharedFloats floats)
 {
     const std::size_t count = floats.size() / width;
     const bool isFirst = empty() && count <= std::numeric_limits<u32>::max();
-    if (isFirst) sources.count = static_cast<u32>(count);
-    if (isFirst || (sources && floats.size() == std::size_t{sources.count} * width && !attributes.contains(semantic)))
+    if (isFirst) sources.push_back({.count = static_cast<u32>(count), .parts = {}, .moves = {}});
+    if (isFirst || (canShare(semantic) && floats.size() == std::size_t{getVertexCount()} * width))
     {
         attributes[semantic].stride = stride;
-        sources.parts.push_back({semantic, 0, width, std::move(floats)});
+        sources.front().parts.push_back({semantic, 0, width, std::move(floats)});
         return;
     }
     Attribute& attribute = (*this)[semantic];
     attribute.stride = stride;
+    attribute.data.assign(width == stride ? floats.size() : count * stride, 0.0f);
     if (width == stride)
-        attribute.data.assign(floats.begin(), floats.end());
+        std::copy(floats.begin(), floats.end(), attribute.data.begin());
     else
-    {
-        attribute.data.assign(count * stride, 0.0f);
-        moveLane(reinterpret_cast<u8*>(attribute.data.data()), stride * sizeof(f32), floats.data(), width, count);
-    }
+        copyPart(attribute.data.data(), stride, {semantic, 0, width, std::move(floats)}, 0, count);
 }
 
 void Vertices::addZeros(i32 semantic, u32 stride)
 {
-    if (sources && !attributes.contains(semantic))
+    if (canShare(semantic))
     {
         attributes[semantic].stride = stride;
         return;
@@ -64,118 +80,160 @@ void Vertices::addZeros(i32 semantic, u32 stride)
 
 void Vertices::shareOne(i32 semantic, u32 place, SharedFloats floats)
 {
-    if (sources)
+    VertexSource::Part part{semantic, place, 1, std::move(floats)};
+    if (sources.size() == 1)
     {
-        sources.parts.push_back({semantic, place, 1, std::move(floats)});
+        sources.front().parts.push_back(std::move(part));
         return;
     }
     Attribute& attribute = getAttribute(semantic);
-    moveLane(reinterpret_cast<u8*>(attribute.data.data() + place), attribute.stride * sizeof(f32), floats.data(), 1,
-             attribute.count());
+    copyPart(attribute.data.data(), attribute.stride, part, 0, attribute.count());
 }
 
 bool Vertices::erase(i32 semantic)
 {
-    // The last part says that there are sources at all.
-    const auto isOther = [semantic](const VertexSources::Part& part) { return !isOf(part, semantic); };
     if (!attributes.contains(semantic)) return false;
-    if (!std::any_of(sources.parts.begin(), sources.parts.end(), isOther)) return unpacked().erase(semantic) != 0;
-    std::erase_if(sources.parts, [semantic](const VertexSources::Part& part) { return isOf(part, semantic); });
-    return attributes.erase(semantic) != 0;
+    if (!isSharing()) return unpacked().erase(semantic) != 0;
+    for (VertexSource& source : sources)
+    {
+        const auto isErased = [semantic](const VertexSource::Part& part) { return part.semantic == semantic; };
+        source.parts.erase(std::remove_if(source.parts.begin(), source.parts.end(), isErased), source.parts.end());
+    }
+    attributes.erase(semantic);
+    if (empty()) sources.clear();
+    return true;
 }
 
 std::span<const f32> Vertices::floatsOf(i32 semantic) const
 {
-    for (const VertexSources::Part& part : sources.parts)
-        if (isOf(part, semantic) && part.width == strideOf(semantic) && (sources.moves.empty() || !movingOf(semantic)))
-            return {part.floats.data(), std::size_t{sources.count} * part.width};
-    const Attribute* attribute = attributes.contains(semantic) ? findAttribute(semantic) : nullptr;
-    return attribute ? std::span<const f32>(attribute->data) : std::span<const f32>();
+    const auto found = attributes.find(semantic);
+    if (found == attributes.end()) return {};
+    const bool isMoved = movingOf(semantic) && isSharing() && !sources.front().moves.empty();
+    if (sources.size() == 1 && !isMoved)
+        for (const VertexSource::Part& part : sources.front().parts)
+            if (part.semantic == semantic && part.width == found->second.stride)
+                return {part.floats.data(), std::size_t{getVertexCount()} * part.width};
+    unpacked();
+    return found->second.data;
 }
 
-bool Vertices::hasOneSelector() const
+bool Vertices::isOneSource() const
 {
-    return sources && strideOf(kPosition0) == 4 &&
-           std::none_of(sources.parts.begin(), sources.parts.end(), [](const VertexSources::Part& part)
-                        { return isOf(part, kPosition0) && part.place + part.width > 3; });
+    return sources.size() == 1 && strideOf(kPosition0) == kSelectorStride && lacksSelector(sources.front());
+}
+
+void Vertices::appendSource(Vertices mesh, u32 selector)
+{
+    VertexSource& source = mesh.sources.front();
+    source.first = getVertexCount();
+    source.selector = static_cast<f32>(selector);
+    sources.push_back(std::move(source));
 }
 
 std::size_t Vertices::postpone(const zr::vector<SelectorMatrix>& list)
 {
-    if (!hasOneSelector()) return 0;
+    if (!isOneSource() || sources.front().selector != 0.0f) return 0;
+    zr::vector<VertexMove>& moves = sources.front().moves;
     for (std::size_t i = 0; i < list.size(); ++i)
     {
         if (list[i].selector != 0) continue;
-        if (sources.moves.size() == kMaxMoves) return i;
-        sources.moves.emplace_back(list[i].matrix);
+        if (moves.size() == kMaxMoves) return i;
+        moves.emplace_back(list[i].matrix);
     }
     return list.size();
 }
 
-void Vertices::interleaveSources(void* out, std::size_t first, std::size_t count) const
+void Vertices::interleaveSources(u8* out, std::size_t first, std::size_t count) const
+{
+    const auto isBehind = [](std::size_t vertex, const VertexSource& source) { return vertex < source.first; };
+    auto source = std::upper_bound(sources.begin(), sources.end(), first, isBehind) - 1;
+    const std::size_t vertexBytes = getStride() * sizeof(f32);
+    for (; count != 0; ++source)
+    {
+        const std::size_t from = first - source->first;
+        if (from == 0 && source + 1 != sources.end()) prefetchSource(source[1]);
+        const std::size_t taken = std::min(count, source->count - from);
+        interleaveSource(out, *source, from, taken);
+        out += taken * vertexBytes;
+        first += taken;
+        count -= taken;
+    }
+}
+
+void Vertices::interleaveSource(u8* out, const VertexSource& source, std::size_t first, std::size_t count) const
 {
     const std::size_t stride = getStride();
     LaneList<const f32> lanes;
     std::size_t width = 0;
-    for (const VertexSources::Part& part : sources.parts)
+    for (const VertexSource::Part& part : source.parts)
     {
         lanes.push_back({part.floats.data() + first * part.width, part.width, offsetOf(part.semantic) + part.place});
         width += part.width;
     }
+    const bool needsSelector = strideOf(kPosition0) == kSelectorStride && lacksSelector(source);
+    const std::size_t selectorOffset = offsetOf(kPosition0) + kSelectorPlace;
     // Vertices are moved as floats, which the file's place for them may not be aligned for.
-    zr::vector<f32> aligned(sources.moves.empty() || isAligned(out) ? 0 : kBlockVertices * stride);
+    zr::vector<f32> aligned(source.moves.empty() || isAligned(out) ? 0 : kBlockVertices * stride);
     for (std::size_t done = 0; done < count; done += kBlockVertices)
     {
         const std::size_t block = std::min(kBlockVertices, count - done);
-        u8* const place = static_cast<u8*>(out) + done * stride * sizeof(f32);
+        u8* const place = out + done * stride * sizeof(f32);
         u8* const packedBlock = aligned.empty() ? place : reinterpret_cast<u8*>(aligned.data());
-        if (width != stride) std::memset(packedBlock, 0, block * stride * sizeof(f32));
+        if (width + needsSelector != stride) std::memset(packedBlock, 0, block * stride * sizeof(f32));
         moveLanes(lanes, packedBlock, stride * sizeof(f32), block);
         for (Lane<const f32>& lane : lanes)
             lane.data += block * lane.width;
-        if (!sources.moves.empty()) movePacked(reinterpret_cast<f32*>(packedBlock), block);
+        for (std::size_t i = 0; needsSelector && i < block; ++i)
+            std::memcpy(packedBlock + (i * stride + selectorOffset) * sizeof(f32), &source.selector, sizeof(f32));
+        if (!source.moves.empty()) movePacked(reinterpret_cast<f32*>(packedBlock), block, source.moves);
         if (!aligned.empty()) std::memcpy(place, packedBlock, block * stride * sizeof(f32));
     }
 }
 
-void Vertices::movePacked(f32* floats, std::size_t count) const
+void Vertices::movePacked(f32* floats, std::size_t count, const zr::vector<VertexMove>& moves) const
 {
     const std::size_t stride = getStride();
     for (const auto& [semantic, attribute] : attributes)
     {
-        const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic);
-        for (std::size_t i = 0; moving && i < sources.moves.size(); ++i)
-            moving(floats, stride, count, sources.moves[i]);
+        if (const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic))
+            for (const VertexMove& move : moves)
+                moving(floats, stride, count, move);
         floats += attribute.stride;
     }
 }
 
-void Vertices::readPositions(f32* out, std::size_t first, std::size_t count) const
+void Vertices::readPositions(f32* out, const VertexSource& source, std::size_t first, std::size_t count) const
 {
-    const u32 stride = strideOf(kPosition0);
-    std::fill_n(out, count * stride, 0.0f);
-    for (const VertexSources::Part& part : sources.parts)
-        if (isOf(part, kPosition0))
-            moveLane(reinterpret_cast<u8*>(out + part.place), stride * sizeof(f32),
-                     part.floats.data() + first * part.width, part.width, count);
-    for (const VertexMove& move : sources.moves)
-        movePoints(out, stride, count, move);
+    for (std::size_t i = 0; i < count; ++i)
+        out[i * kSelectorStride + kSelectorPlace] = source.selector;
+    for (const VertexSource::Part& part : source.parts)
+        if (part.semantic == kPosition0) copyPart(out, kSelectorStride, part, first, count);
+    for (const VertexMove& move : source.moves)
+        movePoints(out, kSelectorStride, count, move);
 }
 
 void Vertices::resolveSources() const
 {
+    const std::size_t count = getVertexCount();
     const VertexSources from = std::exchange(sources, {});
     for (auto& [semantic, attribute] : attributes)
-        attribute.data.assign(std::size_t{from.count} * attribute.stride, 0.0f);
-    for (const VertexSources::Part& part : from.parts)
+        attribute.data.assign(count * attribute.stride, 0.0f);
+    for (const VertexSource& source : from)
     {
-        Attribute& attribute = attributes[part.semantic];
-        moveLane(reinterpret_cast<u8*>(attribute.data.data() + part.place), attribute.stride * sizeof(f32),
-                 part.floats.data(), part.width, from.count);
+        if (strideOf(kPosition0) == kSelectorStride)
+            for (std::size_t i = source.first; i < std::size_t{source.first} + source.count; ++i)
+                attributes[kPosition0].data[i * kSelectorStride + kSelectorPlace] = source.selector;
+        for (const VertexSource::Part& part : source.parts)
+        {
+            Attribute& attribute = attributes[part.semantic];
+            copyPart(&attribute.data[std::size_t{source.first} * attribute.stride], attribute.stride, part, 0,
+                     source.count);
+        }
+        for (auto& [semantic, attribute] : attributes)
+            if (const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic))
+                for (const VertexMove& move : source.moves)
+                    moving(&attribute.data[std::size_t{source.first} * attribute.stride], attribute.stride,
+                           source.count, move);
     }
-    for (auto& [semantic, attribute] : attributes)
-        if (const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic))
-            for (const VertexMove& move : from.moves)
-                moving(attribute.data.data(), attribute.stride, from.count, move);
 }
 } // namespace model

@@ -13,25 +13,27 @@ class SharedFloats
 public:
     SharedFloats() = default;
     SharedFloats(zr::vector<f32> floats)
-        : shared(std::allocate_shared<const zr::vector<f32>>(zr::allocator<f32>(), std::move(floats)))
     {
+        const auto owner = std::allocate_shared<const zr::vector<f32>>(zr::allocator<f32>(), std::move(floats));
+        first = {owner, owner->data()};
+        count = owner->size();
     }
 
-    bool empty() const { return size() == 0; }
-    std::size_t size() const { return shared ? shared->size() : 0; }
-    const f32* data() const { return shared ? shared->data() : nullptr; }
+    bool empty() const { return count == 0; }
+    std::size_t size() const { return count; }
+    const f32* data() const { return first.get(); }
     const f32* begin() const { return data(); }
-    const f32* end() const { return data() + size(); }
+    const f32* end() const { return data() + count; }
     f32 operator[](std::size_t i) const { return data()[i]; }
 
 private:
-    std::shared_ptr<const zr::vector<f32>> shared;
+    std::shared_ptr<const f32> first; ///< holds the whole array
+    std::size_t count = 0;
 };
 
-/// The vertices of a mesh as a script gave them: arrays that its blocks refer to, too, and the matrices that the
-/// vertices have yet to go through. Whoever reads them does both on the way, block by block, so that a mesh that is
-/// merged or welded is never copied before.
-struct VertexSources
+/// Vertices of a mesh as a script gave them: arrays that its blocks refer to, too, and the matrices that the vertices
+/// have yet to go through.
+struct VertexSource
 {
     /// Some floats of an attribute of each vertex.
     struct Part
@@ -43,13 +45,17 @@ struct VertexSources
         SharedFloats floats; ///< of `count` vertices at least
     };
 
-    /// Whether this is a mesh at all.
-    explicit operator bool() const { return !parts.empty(); }
-
+    /// Number of the first vertex in the mesh.
+    u32 first = 0;
     u32 count = 0;
-    /// Floats of an attribute that belong to no part are 0.
-    zr::vector<Part> parts;
+    /// The fourth float of positions, where no part gives it. Other floats without a part are 0.
+    f32 selector = 0.0f;
+    zr::small_vector<Part, 3> parts; ///< in one piece, as thousands of sources are read one behind the other
     /// For all vertices, the first one first.
     zr::vector<VertexMove> moves;
 };
+
+/// A mesh of such sources, one behind the other: more than one when it was merged. Whoever reads it puts together what
+/// belongs to each vertex block by block, mostly on the way into the weld, so that nothing is copied before.
+using VertexSources = zr::vector<VertexSource>;
 } // namespace model

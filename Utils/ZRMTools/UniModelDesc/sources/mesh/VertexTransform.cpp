@@ -115,18 +115,19 @@ void Vertices::applyMatrices(const zr::vector<SelectorMatrix>& list)
 template <class Function>
 void Vertices::forPositions(Function function) const
 {
-    if (!sources || strideOf(kPosition0) != 4)
+    if (!isSharing() || strideOf(kPosition0) != 4)
     {
         const PositionView<const f32> positions(*this);
         return function(positions.data, positions.step, positions.count);
     }
     f32 block[kBlockVertices * 4];
-    for (std::size_t first = 0; first < sources.count; first += kBlockVertices)
-    {
-        const std::size_t count = std::min<std::size_t>(kBlockVertices, sources.count - first);
-        readPositions(block, first, count);
-        function(block, 4, count);
-    }
+    for (const VertexSource& source : sources)
+        for (std::size_t first = 0; first < source.count; first += kBlockVertices)
+        {
+            const std::size_t count = std::min<std::size_t>(kBlockVertices, source.count - first);
+            readPositions(block, source, first, count);
+            function(block, 4, count);
+        }
 }
 
 Box Vertices::computeBox(u32 selector) const

@@ -20,14 +20,16 @@ void checkMember(const RenderNode& member, const RenderNode& first)
     if (!first.vertices.hasAttributesOf(member.vertices)) ZR_RAISE("Vertex data is invalid.");
 }
 
-/// The mesh that the members of a group become, packed from the start. The group has been checked.
+/// The mesh that the members of a group become. Where these still share their arrays, it does; otherwise it is packed
+/// from the start. The group has been checked.
 class MergedMesh
 {
 public:
     template <class T>
     MergedMesh(const Group<T>& group, MemberMeshes memberMeshes)
         : vertices(group.front()->vertices.withoutData()),
-          meshes(memberMeshes)
+          meshes(memberMeshes),
+          isPacked(std::is_same_v<T, NumberNode>) // their vertices are changed at once
     {
         std::size_t numVertices = 0;
         std::size_t numIndices = 0;
@@ -35,10 +37,14 @@ public:
         {
             numVertices += member->vertices.getVertexCount();
             numIndices += member->indices.indices.size();
+            isPacked = isPacked || !member->vertices.isOneSource();
         }
-        vertices.setPacked(PackedVertices(numVertices, vertices.getStride()));
+        if (isPacked)
+            vertices.setPacked(PackedVertices(numVertices, vertices.getStride()));
+        else
+            vertices.reserveSources(group.size());
         indices.primitiveType = group.front()->indices.primitiveType;
-        indices.indices.resize(numIndices);
+        indices.indices.reserve(numIndices);
     }
 
     /// Appends a member. Vertices of a further one are still numbered as in a node of one part, and get the number of
@@ -49,11 +55,12 @@ public:
         const u32 entry = addEntry(member);
         firstVertex = endVertex;
         endVertex += member.vertices.getVertexCount();
-        member.vertices.interleaveInto((*vertices.pack())[firstVertex]);
-        if (!isFirst && vertices.strideOf(kPosition0) == 4)
-            renumberVertices(vertices, 0, entry, firstVertex, endVertex);
         for (const u32 index : member.indices.indices)
-            indices.indices[endIndex++] = index + firstVertex;
+            indices.indices.push_back(index + firstVertex);
+        if (isPacked)
+            pack(member.vertices, entry, isFirst);
+        else
+            vertices.appendSource(meshes == MemberMeshes::kTaken ? std::move(member.vertices) : member.vertices, entry);
         if (meshes == MemberMeshes::kTaken)
         {
             member.vertices = {};
@@ -77,6 +84,13 @@ public:
     void moveTo(RenderNode& node) { node.setGeometry(std::move(vertices), std::move(indices), std::move(entries)); }
 
 private:
+    void pack(const Vertices& member, u32 entry, bool isFirst)
+    {
+        member.interleaveInto((*vertices.pack())[firstVertex]);
+        if (!isFirst && vertices.strideOf(kPosition0) == 4)
+            renumberVertices(vertices, 0, entry, firstVertex, endVertex);
+    }
+
     /// The position of the member's pair of node and argument among the entries; it is appended when it is new.
     u32 addEntry(const RenderNode& member)
     {
@@ -91,10 +105,10 @@ private:
     Indices indices;
     ParentEntries entries;
     MemberMeshes meshes;
+    bool isPacked;
     /// Of the last member.
     u32 firstVertex = 0;
     u32 endVertex = 0;
-    std::size_t endIndex = 0;
     phmap::flat_hash_map<std::pair<const Node*, u32>, u32> places;
 };
 

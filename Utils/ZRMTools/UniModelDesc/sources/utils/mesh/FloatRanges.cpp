@@ -9,6 +9,8 @@ namespace model
 namespace
 {
 constexpr f64 kInfinity = std::numeric_limits<f64>::infinity();
+/// Vertices that are looked at together.
+constexpr std::size_t kBlock = 64;
 } // namespace
 
 FloatRanges::Range FloatRanges::operator[](std::size_t place) const
@@ -29,24 +31,28 @@ zr::vector<u32> FloatRanges::widest(std::size_t first, std::size_t count) const
     return places;
 }
 
+void FloatRanges::add(std::size_t place, f64 x) const
+{
+    hasNaN[place] |= static_cast<u8>(std::isnan(x));
+    if (!std::isfinite(x)) return;
+    ranges[place].low = std::min(ranges[place].low, x);
+    ranges[place].high = std::max(ranges[place].high, x);
+}
+
 void FloatRanges::measure() const
 {
     if (!ranges.empty()) return;
     const std::size_t stride = mesh.getStride();
     ranges.assign(stride, {kInfinity, -kInfinity});
     hasNaN.assign(stride, 0);
-    zr::vector<f32> vertex(stride);
-    for (u32 i = 0; i < mesh.getVertexCount(); ++i)
+    const std::size_t count = mesh.getVertexCount();
+    zr::vector<f32> block(kBlock * stride);
+    for (std::size_t first = 0; first < count; first += kBlock)
     {
-        mesh.interleaveInto(vertex.data(), i, 1);
-        for (std::size_t k = 0; k < stride; ++k)
-        {
-            const f64 x = static_cast<f64>(vertex[k]);
-            hasNaN[k] |= static_cast<u8>(std::isnan(x));
-            if (!std::isfinite(x)) continue;
-            ranges[k].low = std::min(ranges[k].low, x);
-            ranges[k].high = std::max(ranges[k].high, x);
-        }
+        const std::size_t size = std::min(kBlock, count - first);
+        mesh.interleaveInto(block.data(), first, size);
+        for (std::size_t i = 0; i < size * stride; ++i)
+            add(i % stride, static_cast<f64>(block[i]));
     }
 }
 } // namespace model

@@ -26,6 +26,7 @@ public:
 
 private:
     void measure() const;
+    void add(std::size_t place, f64 x) const;
 
     const Vertices& mesh;
     mutable zr::vector<Range> ranges;
