@@ -49,10 +49,10 @@ void setDirection(const f64* m, f64 (&direction)[3][3])
             direction[row][column] = hasInverse ? cofactors[row][column] / determinant : row == column;
 }
 
-/// Vertices that are moved together: as many coordinates side by side keep the processor's wide registers busy.
+/// Directions that are turned together: as many coordinates side by side keep the processor's wide registers busy.
 constexpr std::size_t kLanes = 8;
 
-struct Lanes
+struct Directions
 {
     void read(std::size_t lane, const f32* vertex)
     {
@@ -72,21 +72,7 @@ struct Lanes
     f64 z[kLanes] = {};
 };
 
-void moveLanes(Lanes& lanes, const VertexMove& move)
-{
-    const f64* m = move.point;
-    for (std::size_t i = 0; i < kLanes; ++i)
-    {
-        const f64 x = lanes.x[i];
-        const f64 y = lanes.y[i];
-        const f64 z = lanes.z[i];
-        lanes.x[i] = x * m[0] + y * m[4] + z * m[8] + m[12];
-        lanes.y[i] = x * m[1] + y * m[5] + z * m[9] + m[13];
-        lanes.z[i] = x * m[2] + y * m[6] + z * m[10] + m[14];
-    }
-}
-
-void turnLanes(Lanes& lanes, const VertexMove& move)
+void turnLanes(Directions& lanes, const VertexMove& move)
 {
     const auto& n = move.direction;
     f64 lengths[kLanes];
@@ -109,15 +95,39 @@ void turnLanes(Lanes& lanes, const VertexMove& move)
     }
 }
 
-using Move = void (*)(Lanes&, const VertexMove&);
+/// Two numbers that are computed together.
+using Pair = f64 __attribute__((vector_size(2 * sizeof(f64))));
 
-/// Moves neighbours that go through one transform. Equal neighbours, as the directions of a flat face, share a lane.
-template <Move kMove>
-void moveRun(f32* vertex, std::size_t stride, std::size_t count, const VertexMove& move)
+} // namespace
+
+VertexMove::VertexMove(const f64* m)
+{
+    std::copy_n(m, 16, point);
+    setDirection(m, direction);
+}
+
+void movePoints(f32* vertex, std::size_t stride, std::size_t count, const VertexMove& move)
+{
+    const f64* m = move.point;
+    const Pair rows[4] = {{m[0], m[1]}, {m[4], m[5]}, {m[8], m[9]}, {m[12], m[13]}};
+    for (std::size_t i = 0; i < count; ++i, vertex += stride)
+    {
+        const f64 x = static_cast<f64>(vertex[0]);
+        const f64 y = static_cast<f64>(vertex[1]);
+        const f64 z = static_cast<f64>(vertex[2]);
+        const Pair xy = Pair{x, x} * rows[0] + Pair{y, y} * rows[1] + Pair{z, z} * rows[2] + rows[3];
+        vertex[0] = static_cast<f32>(xy[0]);
+        vertex[1] = static_cast<f32>(xy[1]);
+        vertex[2] = static_cast<f32>(x * m[2] + y * m[6] + z * m[10] + m[14]);
+    }
+}
+
+// Equal neighbours, as the directions of a flat face, share a lane.
+void turnDirections(f32* vertex, std::size_t stride, std::size_t count, const VertexMove& move)
 {
     constexpr std::size_t kBatch = 4 * kLanes;
     u8 laneOf[kBatch];
-    Lanes lanes;
+    Directions lanes;
     for (std::size_t first = 0; first < count;)
     {
         std::size_t numLanes = 0;
@@ -131,28 +141,11 @@ void moveRun(f32* vertex, std::size_t stride, std::size_t count, const VertexMov
             }
             laneOf[batch] = static_cast<u8>(numLanes - 1);
         }
-        kMove(lanes, move);
+        turnLanes(lanes, move);
         for (std::size_t i = 0; i < batch; ++i, vertex += stride)
             lanes.write(laneOf[i], vertex);
         first += batch;
     }
-}
-} // namespace
-
-VertexMove::VertexMove(const f64* m)
-{
-    std::copy_n(m, 16, point);
-    setDirection(m, direction);
-}
-
-void movePoints(f32* first, std::size_t stride, std::size_t count, const VertexMove& move)
-{
-    moveRun<moveLanes>(first, stride, count, move);
-}
-
-void turnDirections(f32* first, std::size_t stride, std::size_t count, const VertexMove& move)
-{
-    moveRun<turnLanes>(first, stride, count, move);
 }
 
 Moving movingOf(i32 semantic)
