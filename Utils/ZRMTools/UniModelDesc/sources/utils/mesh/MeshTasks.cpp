@@ -18,7 +18,6 @@ namespace model
 {
 namespace
 {
-constexpr unsigned kCacheSize = 16;
 constexpr unsigned kNoWarps = 0;
 constexpr unsigned kNoGroups = 0;
 /// A new order is taken for a better average per triangle (misses) or per vertex (transformations).
@@ -161,11 +160,11 @@ bool optimizeVertexCache(const Vertices& vertices, Indices& indices, TriangleOrd
 
     const auto before = meshopt_analyzeVertexCache(list.data(), list.size(), count, kCacheSize, kNoWarps, kNoGroups);
     if (isNearBest(before, valences.numUsed, numTriangles)) return false;
-    zr::vector<u32> ordered = orders.order(list, count, valences.closedPieces);
-    const auto after =
-        meshopt_analyzeVertexCache(ordered.data(), ordered.size(), count, kCacheSize, kNoWarps, kNoGroups);
-    const bool gains = before.acmr - after.acmr > kMinTriangleGain || before.atvr - after.atvr > kMinVertexGain;
-    if (gains) list = std::move(ordered);
+    TriangleOrder order = orders.order(list, count, valences.closedPieces);
+    const f32 perTriangle = static_cast<f32>(order.numMisses) / static_cast<f32>(numTriangles);
+    const f32 perVertex = static_cast<f32>(order.numMisses) / static_cast<f32>(valences.numUsed);
+    const bool gains = before.acmr - perTriangle > kMinTriangleGain || before.atvr - perVertex > kMinVertexGain;
+    if (gains) list = std::move(order.indices);
     return gains;
 }
 } // namespace model

@@ -34,25 +34,51 @@ void copyRaised(const u32* from, std::size_t length, u32 by, u32* to)
     for (std::size_t i = 0; i < length; ++i)
         to[i] = from[i] + by;
 }
+
+/// Counts as `meshopt_analyzeVertexCache` does: a cache of the vertices missed last.
+class Cache
+{
+public:
+    explicit Cache(std::size_t numVertices) : missedAt(numVertices) {}
+
+    /// Of indices behind those counted before.
+    u32 countMisses(const u32* indices, std::size_t length)
+    {
+        const u32 begin = now;
+        for (std::size_t i = 0; i < length; ++i)
+        {
+            u32& at = missedAt[indices[i]];
+            if (now - at > kCacheSize) at = now++;
+        }
+        return now - begin;
+    }
+
+private:
+    u32 now = kCacheSize + 1;
+    zr::vector<u32> missedAt;
+};
 } // namespace
 
-zr::vector<u32> TriangleOrders::order(const zr::vector<u32>& list, std::size_t numVertices,
-                                      const zr::vector<u32>& closedPieces)
+TriangleOrder TriangleOrders::order(const zr::vector<u32>& list, std::size_t numVertices,
+                                    const zr::vector<u32>& closedPieces)
 {
-    if (isFull())
-    {
-        shapes.clear();
-        indices.clear();
-    }
+    if (isFull()) *this = TriangleOrders();
     zr::vector<Piece> pieces;
     pieces.reserve(closedPieces.size());
     for (std::size_t i = 1; i < closedPieces.size(); ++i)
         pieces.push_back(find(list, std::size_t{3} * closedPieces[i - 1], std::size_t{3} * closedPieces[i]));
+
+    const bool areAllNew = std::all_of(pieces.begin(), pieces.end(), [](const Piece& piece) { return piece.isNew; });
+    const zr::vector<u32> some = areAllNew ? zr::vector<u32>() : collectNew(list, pieces);
+    const zr::vector<u32>& unknown = areAllNew ? list : some;
+    // The tables of a search are as long as this. What others repeat stands in front as a rule.
+    if (!areAllNew) numVertices = some.empty() ? 0 : std::size_t{*std::max_element(some.begin(), some.end())} + 1;
+
     zr::vector<u32> ordered(list.size());
-    const std::size_t numSearched = search(list, pieces, numVertices, ordered.data());
-    keepOrders(list, pieces, ordered.data());
-    spread(list, pieces, numSearched, ordered.data());
-    return ordered;
+    if (!unknown.empty()) meshopt_optimizeVertexCache(ordered.data(), unknown.data(), unknown.size(), numVertices);
+    const u32 numMisses = keepOrders(list, pieces, ordered.data(), numVertices);
+    spread(list, pieces, unknown.size(), ordered.data());
+    return {std::move(ordered), numMisses};
 }
 
 TriangleOrders::Piece TriangleOrders::find(const zr::vector<u32>& list, std::size_t begin, std::size_t end)
@@ -62,48 +88,50 @@ TriangleOrders::Piece TriangleOrders::find(const zr::vector<u32>& list, std::siz
     if (length > kMaxLength) return unknown;
     const u32* const piece = &list[begin];
     const u64 hash = hashOf(piece, length);
-    if (const auto found = shapes.find(hash); found != shapes.end())
+    if (const auto found = numbers.find(hash); found != numbers.end())
     {
-        const Shape& shape = found->second;
+        const Shape& shape = shapes[found->second];
         const bool isKnown = shape.length == length && isEqual(piece, &indices[shape.begin], length);
-        return isKnown ? Piece{begin, end, shape.begin, false} : unknown;
+        return isKnown ? Piece{begin, end, found->second, false} : unknown;
     }
     if (isFull()) return unknown;
-    const u32 shape = static_cast<u32>(indices.size());
-    shapes.emplace(hash, Shape{shape, static_cast<u32>(length)});
-    indices.resize(shape + 2 * length);
-    copyRaised(piece, length, 0 - piece[0], &indices[shape]);
-    return {begin, end, shape, true};
+    const u32 number = static_cast<u32>(shapes.size());
+    numbers.emplace(hash, number);
+    const std::size_t place = indices.size();
+    shapes.push_back({place, length});
+    indices.resize(place + 2 * length);
+    copyRaised(piece, length, 0 - piece[0], &indices[place]);
+    return {begin, end, number, true};
 }
 
-std::size_t TriangleOrders::search(const zr::vector<u32>& list, const zr::vector<Piece>& pieces,
-                                   std::size_t numVertices, u32* ordered)
+zr::vector<u32> TriangleOrders::collectNew(const zr::vector<u32>& list, const zr::vector<Piece>& pieces)
 {
-    if (std::all_of(pieces.begin(), pieces.end(), [](const Piece& piece) { return piece.isNew; }))
-    {
-        meshopt_optimizeVertexCache(ordered, list.data(), list.size(), numVertices);
-        return list.size();
-    }
     zr::vector<u32> unknown;
     for (const Piece& piece : pieces)
-        if (piece.isNew) unknown.insert(unknown.end(), list.begin() + piece.begin, list.begin() + piece.end);
-    if (unknown.empty()) return 0;
-    // The library makes tables of all vertices; what others repeat stands in front as a rule, and needs few of them.
-    numVertices = std::size_t{*std::max_element(unknown.begin(), unknown.end())} + 1;
-    meshopt_optimizeVertexCache(ordered, unknown.data(), unknown.size(), numVertices);
-    return unknown.size();
+        if (piece.isNew) unknown.insert(unknown.end(), &list[piece.begin], &list[piece.begin] + piece.length());
+    return unknown;
 }
 
-void TriangleOrders::keepOrders(const zr::vector<u32>& list, const zr::vector<Piece>& pieces, const u32* searched)
+u32 TriangleOrders::keepOrders(const zr::vector<u32>& list, const zr::vector<Piece>& pieces, const u32* searched,
+                               std::size_t numVertices)
 {
+    Cache cache(numVertices);
+    u32 numMisses = 0;
     for (const Piece& piece : pieces)
     {
-        if (!piece.isNew) continue;
         const std::size_t length = piece.length();
+        const u32 misses = piece.isNew ? cache.countMisses(searched, length) : shapes[piece.shape].numMisses;
+        numMisses += misses;
+        if (!piece.isNew) continue; // a known one has no place in `searched`
         if (piece.shape != kNoShape)
-            copyRaised(searched, length, 0 - list[piece.begin], &indices[piece.shape + length]);
+        {
+            Shape& shape = shapes[piece.shape];
+            shape.numMisses = misses;
+            copyRaised(searched, length, 0 - list[piece.begin], &indices[shape.begin + length]);
+        }
         searched += length;
     }
+    return numMisses;
 }
 
 void TriangleOrders::spread(const zr::vector<u32>& list, const zr::vector<Piece>& pieces, std::size_t numSearched,
@@ -120,7 +148,8 @@ void TriangleOrders::spread(const zr::vector<u32>& list, const zr::vector<Piece>
             numSearched -= length;
         }
         else
-            copyRaised(&indices[piece->shape + length], length, list[piece->begin], ordered + piece->begin);
+            copyRaised(&indices[shapes[piece->shape].begin + length], length, list[piece->begin],
+                       ordered + piece->begin);
     }
 }
 } // namespace model
