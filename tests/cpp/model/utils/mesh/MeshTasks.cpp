@@ -68,7 +68,8 @@ TEST(MeshPasses, LeaveWhatTheLibraryRefuses)
         vertices[0].data.resize(3 * count);
         Indices indices;
         indices.indices = list;
-        EXPECT_FALSE(optimizeVertexCache(vertices, indices));
+        TriangleOrders orders;
+        EXPECT_FALSE(optimizeVertexCache(vertices, indices, orders));
         EXPECT_EQ(remapVertices(vertices, indices), 0u);
         EXPECT_EQ(indices.indices, list);
     }
@@ -89,9 +90,30 @@ TEST(OptimizeVertexCache, KeepsTheOrderAroundAVertexOfTooManyTriangles)
         Vertices vertices;
         vertices[0] = {zr::vector<f32>(3 * (numTriangles + 2)), 3};
         const bool isKept = numTriangles > 16'384;
-        EXPECT_NE(optimizeVertexCache(vertices, fan), isKept);
+        TriangleOrders orders;
+        EXPECT_NE(optimizeVertexCache(vertices, fan, orders), isKept);
         EXPECT_EQ(fan.indices == before, isKept);
     }
+}
+
+/// By one call of the library for the whole list. Returns which measures gained.
+std::array<bool, 2> expectLibraryOrder(const zr::vector<u32>& list, u32 count, TriangleOrders& orders)
+{
+    const auto measure = [count](const zr::vector<u32>& order)
+    { return meshopt_analyzeVertexCache(order.data(), order.size(), count, 16, 0, 0); };
+    zr::vector<u32> order(list.size());
+    meshopt_optimizeVertexCache(order.data(), list.data(), list.size(), count);
+    const auto before = measure(list);
+    const auto after = measure(order);
+    const std::array<bool, 2> gains{before.acmr - after.acmr > 0.01f, before.atvr - after.atvr > 0.1f};
+    const bool isTaken = gains[0] || gains[1];
+    Vertices vertices;
+    vertices[0] = {zr::vector<f32>(3 * count), 3};
+    Indices indices;
+    indices.indices = list;
+    EXPECT_EQ(optimizeVertexCache(vertices, indices, orders), isTaken);
+    EXPECT_TRUE(indices.indices == (isTaken ? order : list));
+    return gains;
 }
 
 /// Slightly disturbed good orders gain around one threshold on a grid, and around the other where few vertices have
@@ -100,8 +122,10 @@ TEST(OptimizeVertexCache, TakesWhatGainsByEitherMeasure)
 {
     constexpr u32 kSide = 24;
     int counts[2][2] = {};
+    TriangleOrders orders;
     for (std::uint64_t seed = 1; seed <= 400; ++seed)
     {
+        SCOPED_TRACE(seed);
         Random random(seed);
         const u32 count = random.pick({kSide * kSide, 20u});
         zr::vector<u32> list;
@@ -109,27 +133,60 @@ TEST(OptimizeVertexCache, TakesWhatGainsByEitherMeasure)
             if (a % kSide != kSide - 1) list.insert(list.end(), {a, a + 1, a + kSide, a + 1, a + kSide + 1, a + kSide});
         for (u32 a = random.below(count); list.size() < 3 * 1000; a = (a + 1) % count)
             list.insert(list.end(), {a, (a + 1 + random.below(9)) % count, (a + 10 + random.below(9)) % count});
-        Indices indices;
-        indices.indices.resize(list.size());
-        meshopt_optimizeVertexCache(indices.indices.data(), list.data(), list.size(), count);
+        zr::vector<u32> disturbed(list.size());
+        meshopt_optimizeVertexCache(disturbed.data(), list.data(), list.size(), count);
         for (unsigned i = random.below(12); i-- > 0;)
-            std::swap_ranges(&indices.indices[3 * i], &indices.indices[3 * i + 3], &indices.indices[30 + 99 * i]);
-        const auto measure = [count](const zr::vector<u32>& order)
-        { return meshopt_analyzeVertexCache(order.data(), order.size(), count, 16, 0, 0); };
-        meshopt_optimizeVertexCache(list.data(), indices.indices.data(), list.size(), count);
-        const auto before = measure(indices.indices);
-        const auto after = measure(list);
-        const bool gainsByTriangle = before.acmr - after.acmr > 0.01f;
-        const bool gainsByVertex = before.atvr - after.atvr > 0.1f;
+            std::swap_ranges(&disturbed[3 * i], &disturbed[3 * i + 3], &disturbed[30 + 99 * i]);
+        const auto [gainsByTriangle, gainsByVertex] = expectLibraryOrder(disturbed, count, orders);
         ++counts[gainsByTriangle][gainsByVertex];
-        const bool isTaken = gainsByTriangle || gainsByVertex;
-        const zr::vector<u32> expected = isTaken ? list : indices.indices;
-        Vertices vertices;
-        vertices[0] = {zr::vector<f32>(3 * count), 3};
-        EXPECT_EQ(optimizeVertexCache(vertices, indices), isTaken) << "seed " << seed;
-        EXPECT_EQ(indices.indices, expected) << "seed " << seed;
     }
     EXPECT_TRUE(counts[0][0] && counts[0][1] && counts[1][0]) << "the scenes are to bring about all answers";
+}
+
+/// Triangles of `count` vertices anywhere in a mesh, some degenerate, of pieces that now and then hang together.
+zr::vector<u32> randomPiece(Random& random)
+{
+    const bool isLong = random.chance(1);
+    const std::size_t numTriangles =
+        isLong ? TriangleOrders::kMaxLength / 3 - 5 + random.below(10) : 1 + random.below(random.pick({1u, 2u, 30u}));
+    const u32 count = 1 + random.below(numTriangles + 2);
+    zr::vector<u32> piece;
+    for (std::size_t i = 0; i < 3 * numTriangles; ++i)
+        piece.push_back((static_cast<u32>(i / 6) + random.below(8)) % count);
+    return piece;
+}
+
+/// Pieces of few kinds, so that they repeat, in their order or mixed, over vertices in any order that leave gaps.
+TEST(OptimizeVertexCache, OrdersPiecesAsOneCallOrdersThemAll)
+{
+    TriangleOrders orders;
+    for (std::uint64_t seed = 1; seed <= 1500; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        std::vector<zr::vector<u32>> kinds;
+        for (unsigned i = 1 + random.below(4); i-- > 0;)
+            kinds.push_back(randomPiece(random));
+        const unsigned numPieces = 1 + random.below(12);
+        const bool isDescending = random.chance(50);
+        zr::vector<u32> list;
+        u32 count = 0;
+        for (unsigned i = 0; i < numPieces; ++i)
+        {
+            const zr::vector<u32>& kind = kinds[random.below(kinds.size())];
+            for (const u32 index : kind)
+                list.push_back(count + index);
+            count += *std::max_element(kind.begin(), kind.end()) + 1 + random.below(3);
+            if (random.chance(10)) list.back() = random.below(count);
+            for (unsigned swaps = i > 0 && random.chance(10) ? random.below(4) : 0; swaps-- > 0;)
+                std::swap_ranges(&list[0], &list[3], &list[3 + 3 * random.below(list.size() / 3 - 1)]);
+        }
+        if (isDescending)
+            for (u32& index : list)
+                index = count - 1 - index;
+        expectLibraryOrder(list, count, orders);
+        ASSERT_FALSE(HasFailure());
+    }
 }
 
 /// What a script can make of a mesh, in few places: all kinds of vertices that agree, degenerate triangles, vertices of
@@ -205,8 +262,9 @@ void remap(const MeshTask& task, Counts& counts)
 
 void reorder(const MeshTask& task, Counts& counts)
 {
+    TriangleOrders orders;
     for (u32 i = 0; i < task.times; ++i)
-        counts[3] += optimizeVertexCache(*task.vertices, *task.indices);
+        counts[3] += optimizeVertexCache(*task.vertices, *task.indices, orders);
 }
 
 /// The passes without tasks: walks over a list in which a mesh raises when its turn comes. It brings nothing along from

@@ -59,8 +59,9 @@ u32 remapMeshes(RootNode* root)
 bool optimizeVertexCache(RootNode* root)
 {
     bool isChanged = false;
-    const auto reorder = [&isChanged](const MeshTask& task)
-    { isChanged |= optimizeVertexCache(*task.vertices, *task.indices); };
+    TriangleOrders orders;
+    const auto reorder = [&isChanged, &orders](const MeshTask& task)
+    { isChanged |= optimizeVertexCache(*task.vertices, *task.indices, orders); };
     runTasks(renderMeshTasks(*root), reorder);
     runTasks(shellMeshTasks(*root), reorder);
     return isChanged;

@@ -18,7 +18,6 @@ namespace model
 {
 namespace
 {
-constexpr unsigned kCacheSize = 16;
 constexpr unsigned kNoWarps = 0;
 constexpr unsigned kNoGroups = 0;
 /// A new order is taken for a better average per triangle (misses) or per vertex (transformations).
@@ -56,26 +55,47 @@ bool isNearBest(const meshopt_VertexCacheStatistics& now, u32 numUsed, std::size
     return !(now.acmr - bestPerTriangle > kMinTriangleGain || now.atvr - 1.0f > kMinVertexGain);
 }
 
-/// What a walk over the indices of a mesh tells about its vertices.
+/// What a walk over the triangles of a mesh tells about its vertices.
 struct Valences
 {
     Valences(const zr::vector<u32>& indices, u32 vertexCount)
     {
-        zr::vector<u32> counts(vertexCount);
-        for (const u32 index : indices)
+        struct Vertex
         {
-            areInRange = areInRange && index < vertexCount;
-            if (!areInRange) return;
-            const u32 count = counts[index]++;
-            numUsed += count == 0;
-            squares += 2 * u64{count} + 1;
+            u32 numCorners = 0;
+            u32 firstTriangle = 0;
+        };
+        zr::vector<Vertex> vertices(vertexCount);
+        u32 triangle = 0;
+        for (const u32 *corners = indices.data(), *end = corners + indices.size(); corners != end; corners += 3)
+        {
+            u32 earliest = triangle;
+            for (int i = 0; i < 3; ++i)
+            {
+                areInRange = areInRange && corners[i] < vertexCount;
+                if (!areInRange) return;
+                Vertex& vertex = vertices[corners[i]];
+                const u32 count = vertex.numCorners++;
+                vertex.firstTriangle = count == 0 ? triangle : vertex.firstTriangle;
+                earliest = std::min(earliest, vertex.firstTriangle);
+                numUsed += count == 0;
+                squares += 2 * u64{count} + 1;
+            }
+            while (!closedPieces.empty() && closedPieces.back() > earliest)
+                closedPieces.pop_back();
+            if (earliest == triangle) closedPieces.push_back(triangle);
+            ++triangle;
         }
+        closedPieces.push_back(triangle);
     }
 
     bool areInRange = true;
     u32 numUsed = 0;
     /// Of the numbers of corners at each vertex, added up.
     u64 squares = 0;
+    /// The first triangle of each, and behind them the number of triangles. A piece goes when a later triangle joins it
+    /// to one before.
+    zr::vector<u32> closedPieces;
 };
 } // namespace
 
@@ -128,7 +148,7 @@ u32 remapVertices(Vertices& vertices, Indices& indices)
     return count - static_cast<u32>(remap.numVertices);
 }
 
-bool optimizeVertexCache(const Vertices& vertices, Indices& indices)
+bool optimizeVertexCache(const Vertices& vertices, Indices& indices, TriangleOrders& orders)
 {
     zr::vector<u32>& list = indices.indices;
     const u32 count = vertices.getVertexCount();
@@ -140,11 +160,11 @@ bool optimizeVertexCache(const Vertices& vertices, Indices& indices)
 
     const auto before = meshopt_analyzeVertexCache(list.data(), list.size(), count, kCacheSize, kNoWarps, kNoGroups);
     if (isNearBest(before, valences.numUsed, numTriangles)) return false;
-    zr::vector<u32> original = list;
-    meshopt_optimizeVertexCache(list.data(), original.data(), list.size(), count);
-    const auto after = meshopt_analyzeVertexCache(list.data(), list.size(), count, kCacheSize, kNoWarps, kNoGroups);
-    if (before.acmr - after.acmr > kMinTriangleGain || before.atvr - after.atvr > kMinVertexGain) return true;
-    list = std::move(original);
-    return false;
+    TriangleOrder order = orders.order(list, count, valences.closedPieces);
+    const f32 perTriangle = static_cast<f32>(order.numMisses) / static_cast<f32>(numTriangles);
+    const f32 perVertex = static_cast<f32>(order.numMisses) / static_cast<f32>(valences.numUsed);
+    const bool gains = before.acmr - perTriangle > kMinTriangleGain || before.atvr - perVertex > kMinVertexGain;
+    if (gains) list = std::move(order.indices);
+    return gains;
 }
 } // namespace model

@@ -2,6 +2,7 @@
 
 #include "Vertices.h"
 #include "mesh/Indices.h"
+#include "utils/mesh/TriangleOrders.h"
 
 namespace model
 {
@@ -47,5 +48,7 @@ u32 remapVertices(Vertices& vertices, Indices& indices);
 /// so very many triangles that the search for a better order takes time by their square: the squares of the vertices'
 /// numbers of triangles, added up, are above 2^28 and above 1,000 for each triangle. A vertex of 16,384 triangles in a
 /// mesh that has no more than these is beyond that.
-bool optimizeVertexCache(const Vertices& vertices, Indices& indices);
+///
+/// orders  what it keeps from other meshes only saves time; not to be lent to two threads at once
+bool optimizeVertexCache(const Vertices& vertices, Indices& indices, TriangleOrders& orders);
 } // namespace model
