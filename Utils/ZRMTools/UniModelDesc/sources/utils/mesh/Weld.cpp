@@ -125,10 +125,7 @@ std::size_t findRecent(const f32* points, std::size_t stride, std::size_t place)
 {
     const f32* point = points + place * stride;
     for (std::size_t back = 1; back <= std::min(kRecent, place); ++back)
-    {
-        const f32* other = point - back * stride;
-        if (other[0] == point[0] && std::memcmp(other, point, stride * sizeof(f32)) == 0) return place - back;
-    }
+        if (isSameVertex(point - back * stride, point, stride)) return place - back;
     return place;
 }
 
@@ -174,7 +171,7 @@ public:
     /// Whether the point is that of a kept vertex. Then no other agrees with it, as kept ones don't agree.
     bool isKept(u32 vertex, const f32* point) const
     {
-        return vertex != kNoVertex && std::memcmp(points[vertex], point, points.getStride() * sizeof(f32)) == 0;
+        return vertex != kNoVertex && isSameVertex(points[vertex], point, points.getStride());
     }
 
     /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which stands for the
@@ -344,7 +341,7 @@ zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 toler
             }
             // It takes the place behind those that are kept. When it isn't, that is the next one's place.
             f32* const point = kept[numKept];
-            if (point != points + i * stride) std::memcpy(point, points + i * stride, stride * sizeof(f32));
+            if (point != points + i * stride) copyVertex(points + i * stride, point, stride);
             const u32 number = isPlaced ? grid.findOrAdd(places[i], point, numKept) : numKept;
             numbers[first + i] = number;
             numKept += number == numKept;
