@@ -24,7 +24,7 @@ namespace
 constexpr std::size_t kPlaceAxes = 3;
 constexpr std::size_t kCrowdAxes = 5;
 /// Width of a cell in tolerances.
-constexpr f64 kCellWidth = 32.0;
+constexpr f64 kCellWidth = 50.0;
 /// Where the cells begin, in cells: coordinates are mostly round numbers, which shall not lie at the border of two.
 constexpr f64 kCellOffset = 0.381966011250105;
 constexpr u32 kLongestChain = 32;
