@@ -91,8 +91,9 @@ u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 ep
 bool hasBadTriangle(const Vertices& vertices, const Indices& indices)
 {
     const Positions positions(vertices);
-    if (indices.primitiveType != kTriangles || !areUsable(positions)) return false;
     const zr::vector<u32>& list = indices.indices;
+    if (indices.primitiveType != kTriangles || !areUsable(positions) || areBelow(indices, positions.count))
+        return false;
     for (std::size_t i = 0; i + 3 <= list.size(); i += 3)
         if (!hasEqualIndices(list[i], list[i + 1], list[i + 2]) &&
             *std::max_element(&list[i], &list[i] + 3) >= positions.count)
@@ -100,10 +101,18 @@ bool hasBadTriangle(const Vertices& vertices, const Indices& indices)
     return false;
 }
 
+bool areBelow(const Indices& indices, std::size_t vertexCount)
+{
+    const u32 limit = static_cast<u32>(std::min<std::size_t>(vertexCount, 0xFFFFFFFFu));
+    u32 beyond = 0; // without a branch, many are looked at at once
+    for (const u32 index : indices.indices)
+        beyond |= index >= limit ? 1u : 0u;
+    return beyond == 0;
+}
+
 void checkIndices(const Indices& indices, std::size_t vertexCount)
 {
-    for (const u32 index : indices.indices)
-        if (index >= vertexCount) zr::raiseBadIndex();
+    if (!areBelow(indices, vertexCount)) zr::raiseBadIndex();
 }
 
 zr::vector<u8> markUsed(const Indices& indices, std::size_t vertexCount)
