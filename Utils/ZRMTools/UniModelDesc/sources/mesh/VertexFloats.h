@@ -21,6 +21,12 @@ inline Chunk readChunk(const f32* floats)
     return chunk;
 }
 
+/// Three floats and a zero.
+inline Chunk readThree(const f32* floats)
+{
+    return Chunk{floats[0], floats[1], floats[2], 0.0f};
+}
+
 inline Chunk absolute(Chunk chunk)
 {
     return std::bit_cast<Chunk>(std::bit_cast<ChunkMask>(chunk) & 0x7FFFFFFF);
