@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "mesh/PositionView.h"
+#include "mesh/VertexFloats.h"
 #include <zr/unordered_set.h>
 
 namespace model
@@ -230,6 +231,54 @@ std::size_t distinctRun(const zr::vector<SelectorMatrix>& list, std::size_t firs
         ++last;
     return last;
 }
+
+using Positions = PositionView<const f32>;
+
+/// `Box::extend` of all axes at once.
+class GrowingBox
+{
+public:
+    explicit GrowingBox(Box& grown) : box(grown), low(readThree(grown.min.ptr())), high(readThree(grown.max.ptr())) {}
+    ~GrowingBox()
+    {
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            box.min[axis] = low[axis];
+            box.max[axis] = high[axis];
+        }
+    }
+    GrowingBox(const GrowingBox&) = delete;
+    GrowingBox& operator=(const GrowingBox&) = delete;
+
+    void extend(Chunk point)
+    {
+        low = point < low ? point : low;
+        high = point > high ? point : high;
+    }
+
+private:
+    Box& box;
+    Chunk low;
+    Chunk high;
+};
+
+/// Extends the box that `boxOf` gives for the entry of each vertex. It is asked once for neighbours of one entry.
+template <class BoxOf>
+void extendBoxes(const Positions& positions, BoxOf boxOf)
+{
+    const f32* p = positions.data;
+    const f32* const end = positions.data + positions.count * positions.step;
+    while (p != end)
+    {
+        const u32 bits = std::bit_cast<u32>(p[3]);
+        GrowingBox box(boxOf(entryIndexOf(p[3])));
+        do
+        {
+            box.extend(readChunk(p));
+            p += positions.step;
+        } while (p != end && std::bit_cast<u32>(p[3]) == bits);
+    }
+}
 } // namespace
 
 u32 entryIndexOf(f32 value)
@@ -265,36 +314,25 @@ void Vertices::applyMatrices(const zr::vector<SelectorMatrix>& list)
 Box Vertices::computeBox(u32 selector) const
 {
     Box box;
-    const PositionView<const f32> positions(*this);
-    if (positions.width != 3 && positions.width != 4) return box;
-    const f32* p = positions.data;
-    for (std::size_t i = 0; i < positions.count; ++i, p += positions.step)
-        if (positions.width == 3 || (selector != kNoEntry && entryIndexOf(p[3]) == selector))
-            box.extend(p[0], p[1], p[2]);
+    Box other; // of vertices that it doesn't select
+    const Positions positions(*this);
+    if (positions.width == 3)
+        for (std::size_t i = 0; i < positions.count; ++i)
+            box.extend(positions[i][0], positions[i][1], positions[i][2]);
+    if (positions.width == 4)
+        extendBoxes(positions, [&](u32 entry) -> Box& { return entry == selector && entry != kNoEntry ? box : other; });
     return box;
 }
 
 zr::vector<Box> Vertices::computeBoxes(std::size_t count) const
 {
     if (count == 0) return {};
-    const PositionView<const f32> positions(*this);
+    const Positions positions(*this);
     if (positions.width != 4) return zr::vector<Box>(count, computeBox(0));
     zr::vector<Box> boxes(count);
     Box other; // of vertices that belong to no entry
-    Box* box = &other;
-    u32 bits = std::bit_cast<u32>(-1.0f); // of an entry that isn't there
-    const f32* p = positions.data;
-    for (std::size_t i = 0; i < positions.count; ++i, p += positions.step)
-    {
-        // Neighbours mostly belong to one entry.
-        if (const u32 own = std::bit_cast<u32>(p[3]); own != bits)
-        {
-            const u32 entry = entryIndexOf(p[3]);
-            box = entry < count && entry != kNoEntry ? &boxes[entry] : &other;
-            bits = own;
-        }
-        box->extend(p[0], p[1], p[2]);
-    }
+    extendBoxes(positions,
+                [&](u32 entry) -> Box& { return entry < count && entry != kNoEntry ? boxes[entry] : other; });
     return boxes;
 }
 } // namespace model
