@@ -15,8 +15,8 @@ namespace
 {
 bool isWithin(const Vertices& vertices, u32 a, u32 b, u32 axis)
 {
-    const auto& data = vertices.getAttribute(0).data;
-    return std::abs(data[3 * a + axis] - data[3 * b + axis]) <= 0.0001f;
+    const auto& [data, stride] = vertices.getAttribute(0);
+    return std::abs(data[stride * a + axis] - data[stride * b + axis]) <= 0.0001f;
 }
 
 TEST(MeshUtils, DropTrianglesAndVerticesAsTheLiteralRulesDo)
@@ -26,8 +26,8 @@ TEST(MeshUtils, DropTrianglesAndVerticesAsTheLiteralRulesDo)
         Random random(seed);
         const u32 count = 1 + random.below(random.pick({8u, 150u}));
         Vertices vertices;
-        vertices[0].stride = 3;
-        for (u32 i = 0; i < 3 * count; ++i)
+        vertices[0].stride = random.pick({3u, 4u, 5u});
+        for (u32 i = 0; i < vertices[0].stride * count; ++i)
             vertices[0].data.push_back(random.pick({0.0f, 1.0f, 0.0001f, 0.00011f, -0.0001f}));
         Indices indices;
         for (u32 i = 1 + random.below(40); i-- > 0;)

@@ -1,9 +1,9 @@
 #include "mesh/MeshUtils.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "mesh/PositionView.h"
+#include "mesh/VertexFloats.h"
 #include <zr/checked.h>
 #include <zr/exceptions.h>
 
@@ -13,22 +13,13 @@ namespace
 {
 using Positions = PositionView<const f32>;
 
+/// Indices that are asked for ahead of their use: beside the positions, the processor does so by itself too late.
+constexpr std::size_t kAhead = 4096;
+
 /// Whether there are three coordinates to compare.
 bool areUsable(const Positions& positions)
 {
     return positions.width >= 3;
-}
-
-void check(const Positions& positions, u32 index)
-{
-    if (index >= positions.count) zr::raiseBadIndex();
-}
-
-/// Equal infinities agree, though their difference is NaN. Without a branch, as all that follows: which axes of a
-/// triangle are flat can't be foreseen.
-int isWithin(f32 a, f32 b, f32 epsilon)
-{
-    return static_cast<int>(a == b) | static_cast<int>(std::abs(a - b) <= epsilon);
 }
 
 bool hasEqualIndices(u32 a, u32 b, u32 c)
@@ -36,24 +27,40 @@ bool hasEqualIndices(u32 a, u32 b, u32 c)
     return a == b || b == c || a == c;
 }
 
-/// For three different indices below the number of positions.
-bool isFlat(const f32* a, const f32* b, const f32* c, f32 epsilon)
+/// Equal infinities agree, though their difference is NaN.
+ChunkMask isWithin(Chunk a, Chunk b, Chunk epsilon)
 {
-    int flatAxes = 0;
-    for (int axis = 0; axis < 3; ++axis)
-        flatAxes += isWithin(a[axis], b[axis], epsilon) & isWithin(a[axis], c[axis], epsilon);
-    return flatAxes >= 2;
+    return (a == b) | (absolute(a - b) <= epsilon);
+}
+
+/// The axes of a vertex in the first three lanes.
+Chunk readPosition(const Positions& positions, u32 vertex)
+{
+    const f32* const p = positions[vertex];
+    return positions.width > 3 ? readChunk(p) : readThree(p);
+}
+
+/// Without a branch: which axes of a triangle are flat can't be foreseen.
+inline bool isFlat(Chunk a, Chunk b, Chunk c, Chunk epsilon)
+{
+    const ChunkMask flat = isWithin(a, b, epsilon) & isWithin(a, c, epsilon);
+    return flat[0] + flat[1] + flat[2] <= -2;
+}
+
+/// @throws as `isDegenerateTriangle`
+inline bool isDegenerate(const Positions& positions, u32 a, u32 b, u32 c, f32 epsilon)
+{
+    if (hasEqualIndices(a, b, c)) return true;
+    if (!areUsable(positions)) return false;
+    if (std::max({a, b, c}) >= positions.count) zr::raiseBadIndex();
+    return isFlat(readPosition(positions, a), readPosition(positions, b), readPosition(positions, c),
+                  Chunk{epsilon, epsilon, epsilon, epsilon});
 }
 } // namespace
 
 bool isDegenerateTriangle(u32 a, u32 b, u32 c, const Vertices& vertices, f32 epsilon)
 {
-    if (hasEqualIndices(a, b, c)) return true;
-    const Positions positions(vertices);
-    if (!areUsable(positions)) return false;
-    for (const u32 index : {a, b, c})
-        check(positions, index);
-    return isFlat(positions[a], positions[b], positions[c], epsilon);
+    return isDegenerate(Positions(vertices), a, b, c, epsilon);
 }
 
 u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 epsilon)
@@ -62,25 +69,18 @@ u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 ep
     zr::vector<u32>& list = indices.indices;
     const std::size_t whole = list.size() / 3 * 3;
     const Positions positions(vertices);
-    const auto isDegenerate = [&](const u32* corners)
-    {
-        if (hasEqualIndices(corners[0], corners[1], corners[2])) return true;
-        if (!areUsable(positions)) return false;
-        for (int corner = 0; corner < 3; ++corner)
-            check(positions, corners[corner]);
-        return isFlat(positions[corners[0]], positions[corners[1]], positions[corners[2]], epsilon);
-    };
+    const auto isGone = [&](const u32* corners)
+    { return isDegenerate(positions, corners[0], corners[1], corners[2], epsilon); };
 
-    std::size_t first = 0; // most meshes have none
-    while (first < whole && !isDegenerate(&list[first]))
-        first += 3;
+    std::size_t kept = 0; // most meshes have none
+    for (; kept < whole && !isGone(&list[kept]); kept += 3)
+        __builtin_prefetch(&list[std::min(kept + kAhead, whole - 1)]);
+    if (kept == whole) return 0;
     // All indices are checked before anything moves.
-    for (std::size_t i = first; i < whole; i += 3)
-        isDegenerate(&list[i]);
-    std::size_t kept = first;
-    for (std::size_t i = first; i < whole; i += 3)
+    if (hasBadTriangle(vertices, indices)) zr::raiseBadIndex();
+    for (std::size_t i = kept; i < whole; i += 3)
     {
-        if (isDegenerate(&list[i])) continue;
+        if (isGone(&list[i])) continue;
         std::copy_n(&list[i], 3, &list[kept]);
         kept += 3;
     }
@@ -91,8 +91,9 @@ u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 ep
 bool hasBadTriangle(const Vertices& vertices, const Indices& indices)
 {
     const Positions positions(vertices);
-    if (indices.primitiveType != kTriangles || !areUsable(positions)) return false;
     const zr::vector<u32>& list = indices.indices;
+    if (indices.primitiveType != kTriangles || !areUsable(positions) || areBelow(indices, positions.count))
+        return false;
     for (std::size_t i = 0; i + 3 <= list.size(); i += 3)
         if (!hasEqualIndices(list[i], list[i + 1], list[i + 2]) &&
             *std::max_element(&list[i], &list[i] + 3) >= positions.count)
@@ -100,10 +101,18 @@ bool hasBadTriangle(const Vertices& vertices, const Indices& indices)
     return false;
 }
 
+bool areBelow(const Indices& indices, std::size_t vertexCount)
+{
+    const u32 limit = static_cast<u32>(std::min<std::size_t>(vertexCount, 0xFFFFFFFFu));
+    u32 beyond = 0; // without a branch, many are looked at at once
+    for (const u32 index : indices.indices)
+        beyond |= index >= limit ? 1u : 0u;
+    return beyond == 0;
+}
+
 void checkIndices(const Indices& indices, std::size_t vertexCount)
 {
-    for (const u32 index : indices.indices)
-        if (index >= vertexCount) zr::raiseBadIndex();
+    if (!areBelow(indices, vertexCount)) zr::raiseBadIndex();
 }
 
 zr::vector<u8> markUsed(const Indices& indices, std::size_t vertexCount)

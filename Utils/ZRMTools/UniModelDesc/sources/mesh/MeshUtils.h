@@ -24,6 +24,9 @@ u32 removeDegenerateTriangles(const Vertices& vertices, Indices& indices, f32 ep
 /// Whether `removeDegenerateTriangles` raises.
 bool hasBadTriangle(const Vertices& vertices, const Indices& indices);
 
+/// Whether all indices are below a number of vertices.
+bool areBelow(const Indices& indices, std::size_t vertexCount);
+
 /// For operations that move index lists behind other vertices, where an index beyond its own mesh would come to mean a
 /// vertex of another.
 /// @throws std::out_of_range "Expected idx < size()" for an index at or beyond `vertexCount`

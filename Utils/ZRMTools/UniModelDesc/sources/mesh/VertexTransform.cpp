@@ -4,6 +4,7 @@
 
 #include "mesh/Lanes.h"
 #include "mesh/PositionView.h"
+#include "mesh/VertexFloats.h"
 #include <zr/unordered_set.h>
 
 namespace model
@@ -78,6 +79,51 @@ std::size_t distinctRun(const zr::vector<SelectorMatrix>& list, std::size_t firs
         ++last;
     return last;
 }
+
+/// `Box::extend` of all axes at once.
+class GrowingBox
+{
+public:
+    explicit GrowingBox(Box& grown) : box(grown), low(readThree(grown.min.ptr())), high(readThree(grown.max.ptr())) {}
+    ~GrowingBox()
+    {
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            box.min[axis] = low[axis];
+            box.max[axis] = high[axis];
+        }
+    }
+    GrowingBox(const GrowingBox&) = delete;
+    GrowingBox& operator=(const GrowingBox&) = delete;
+
+    void extend(Chunk point)
+    {
+        low = point < low ? point : low;
+        high = point > high ? point : high;
+    }
+
+private:
+    Box& box;
+    Chunk low;
+    Chunk high;
+};
+
+/// Extends the box that `boxOf` gives for the entry of each vertex. It is asked once for neighbours of one entry.
+template <class BoxOf>
+void extendBoxes(const f32* p, std::size_t step, std::size_t count, BoxOf boxOf)
+{
+    const f32* const end = p + count * step;
+    while (p != end)
+    {
+        const u32 bits = std::bit_cast<u32>(p[3]);
+        GrowingBox box(boxOf(entryIndexOf(p[3])));
+        do
+        {
+            box.extend(readChunk(p));
+            p += step;
+        } while (p != end && std::bit_cast<u32>(p[3]) == bits);
+    }
+}
 } // namespace
 
 u32 entryIndexOf(f32 value)
@@ -133,14 +179,15 @@ void Vertices::forPositions(Function function) const
 Box Vertices::computeBox(u32 selector) const
 {
     Box box;
+    Box other; // of vertices that it doesn't select
     const u32 width = strideOf(kPosition0);
-    if (width != 3 && width != 4) return box;
+    const auto boxOf = [&](u32 entry) -> Box& { return entry == selector && entry != kNoEntry ? box : other; };
     forPositions(
         [&](const f32* p, std::size_t step, std::size_t count)
         {
-            for (std::size_t i = 0; i < count; ++i, p += step)
-                if (width == 3 || (selector != kNoEntry && entryIndexOf(p[3]) == selector))
-                    box.extend(p[0], p[1], p[2]);
+            for (std::size_t i = 0; width == 3 && i < count; ++i)
+                box.extend(p[i * step], p[i * step + 1], p[i * step + 2]);
+            if (width == 4) extendBoxes(p, step, count, boxOf);
         });
     return box;
 }
@@ -151,23 +198,8 @@ zr::vector<Box> Vertices::computeBoxes(std::size_t count) const
     if (strideOf(kPosition0) != 4) return zr::vector<Box>(count, computeBox(0));
     zr::vector<Box> boxes(count);
     Box other; // of vertices that belong to no entry
-    Box* box = &other;
-    u32 bits = std::bit_cast<u32>(-1.0f); // of an entry that isn't there
-    forPositions(
-        [&](const f32* p, std::size_t step, std::size_t numPositions)
-        {
-            for (std::size_t i = 0; i < numPositions; ++i, p += step)
-            {
-                // Neighbours mostly belong to one entry.
-                if (const u32 own = std::bit_cast<u32>(p[3]); own != bits)
-                {
-                    const u32 entry = entryIndexOf(p[3]);
-                    box = entry < count && entry != kNoEntry ? &boxes[entry] : &other;
-                    bits = own;
-                }
-                box->extend(p[0], p[1], p[2]);
-            }
-        });
+    const auto boxOf = [&](u32 entry) -> Box& { return entry < count && entry != kNoEntry ? boxes[entry] : other; };
+    forPositions([&](const f32* p, std::size_t step, std::size_t size) { extendBoxes(p, step, size, boxOf); });
     return boxes;
 }
 } // namespace model

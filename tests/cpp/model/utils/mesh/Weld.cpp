@@ -123,10 +123,10 @@ TEST(Weld, FindsWhatSharesTheHashOfACrowd)
         vertices[0].data.insert(vertices[0].data.end(), {x, y, 0, 0});
         vertices[1].data.insert(vertices[1].data.end(), {normal, 0, 0});
     };
-    add(1.71f, 3.63f, 0);
+    add(4.28f, 4.74f, 0);
     for (u32 i = 0; i < kMany; ++i)
-        add(0.13f, 1.57f, static_cast<f32>(i));
-    add(1.71f, 3.63f, 0);
+        add(3.86f, 2.42f, static_cast<f32>(i));
+    add(4.28f, 4.74f, 0);
     EXPECT_EQ(weld(vertices, zr::vector<u8>(kMany + 2, 1), kTolerance).back(), 0u);
 }
 

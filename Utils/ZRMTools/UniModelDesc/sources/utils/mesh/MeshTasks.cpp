@@ -114,9 +114,8 @@ std::size_t countSound(const MeshTasks& tasks)
 {
     const auto isSound = [](const MeshTask& task)
     {
-        const zr::vector<u32>& list = task.indices->indices;
         const u32 count = task.vertices->getVertexCount();
-        if (list.empty() || *std::max_element(list.begin(), list.end()) < count) return true;
+        if (areBelow(*task.indices, count)) return true;
         // The weld looks at all indices; where there is nothing to weld, only what the triangles need counts.
         const bool isWelded = task.vertices->isConsistent() && count != 0;
         return !isWelded && !hasBadTriangle(*task.vertices, *task.indices);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cmath>
-#include <cstring>
 
+#include "mesh/VertexFloats.h"
 #include "utils/mesh/FloatRanges.h"
 
 namespace model
@@ -11,17 +11,24 @@ constexpr u32 kNoVertex = 0xFFFFFFFFu;
 
 /// The float of a packed vertex that is an index or four bytes, not a number, and so is compared by its bits.
 constexpr std::size_t kBitsFloat = 3;
+constexpr ChunkMask kBitsLane = {0, 0, 0, -1};
 
 /// Whether all floats agree: the fourth by its bits, any other unless the difference is above `tolerance`. So a NaN,
 /// and the difference of two equal infinities, which is one, agree.
 inline bool isSamePoint(const f32* a, const f32* b, std::size_t dimension, f32 tolerance)
 {
-    // Most that differ do so here, and most that agree are the same bytes.
+    // Most that differ do so here.
     if (std::abs(a[0] - b[0]) > tolerance) return false;
-    if (std::memcmp(a, b, dimension * sizeof(f32)) == 0) return true;
-    if (dimension > kBitsFloat && std::memcmp(a + kBitsFloat, b + kBitsFloat, sizeof(f32)) != 0) return false;
+    if (dimension > kBitsFloat)
+    {
+        const Chunk limit = {tolerance, tolerance, tolerance, tolerance};
+        ChunkMask isFar = isDifferent(readChunk(a), readChunk(b)) & kBitsLane;
+        forEachChunk(dimension, [&](std::size_t place)
+                     { isFar |= absolute(readChunk(a + place) - readChunk(b + place)) > limit; });
+        return !anyOf(isFar); // the fourth float of the same bits isn't far
+    }
     for (std::size_t i = 1; i < dimension; ++i)
-        if (i != kBitsFloat && std::abs(a[i] - b[i]) > tolerance) return false;
+        if (std::abs(a[i] - b[i]) > tolerance) return false;
     return true;
 }
 

@@ -24,7 +24,7 @@ namespace
 constexpr std::size_t kPlaceAxes = 3;
 constexpr std::size_t kCrowdAxes = 5;
 /// Width of a cell in tolerances.
-constexpr f64 kCellWidth = 32.0;
+constexpr f64 kCellWidth = 50.0;
 /// Where the cells begin, in cells: coordinates are mostly round numbers, which shall not lie at the border of two.
 constexpr f64 kCellOffset = 0.381966011250105;
 constexpr u32 kLongestChain = 32;
@@ -69,7 +69,8 @@ struct CellPlace
     template <class Function>
     void forEachNeighbour(const u64* factors, Function function) const
     {
-        u64 keys[1 << kCrowdAxes] = {key};
+        u64 keys[1 << kCrowdAxes];
+        keys[0] = key;
         std::size_t count = 1;
         for (std::size_t axis = 0; (before | behind) >> axis != 0; ++axis)
         {
@@ -95,27 +96,47 @@ public:
     {
     }
 
+    /// `add` of the first axes to the key of a place, without a branch on any of them. False, with nothing added, when
+    /// there is more to say: a float is large or NaN, or another cell within reach.
+    bool addInner(u64& key, const f32* point) const
+    {
+        bool isInner = true;
+        u64 sum = key;
+        for (std::size_t axis = 0; axis < kPlaceAxes; ++axis)
+        {
+            const f64 x = static_cast<f64>(point[axis]) * cellsPerUnit + kCellOffset;
+            const f64 whole = x + kNearestWhole;
+            sum += std::bit_cast<u64>(whole) * kFactors[axis];
+            isInner &= std::abs(x) < kManyCells;
+            isInner &= std::abs(x - (whole - kNearestWhole)) <= 0.5 - reach;
+        }
+        key = isInner ? sum : key;
+        return isInner;
+    }
+
     /// Adds a float to a place, as the coordinate on one of its axes.
     void add(CellPlace& place, f32 coordinate, std::size_t axis, u64 factor) const
     {
         const f64 x = static_cast<f64>(coordinate) * cellsPerUnit + kCellOffset;
-        // Cells are numbered as far as that is exact enough. Beyond, floats are so far apart that only equal ones
-        // agree.
-        if (!(std::abs(x) < 0x1p50))
+        if (!(std::abs(x) < kManyCells))
         {
             place.isNowhere |= std::isnan(x);
             place.key += (u64{std::bit_cast<u32>(coordinate)} << 32) * factor;
             return;
         }
-        // The nearest whole number stands in the low bits of this sum.
-        const f64 sum = x + 0x1.8p52;
-        const f64 fraction = x - (sum - 0x1.8p52);
+        const f64 sum = x + kNearestWhole;
+        const f64 fraction = x - (sum - kNearestWhole);
         place.key += std::bit_cast<u64>(sum) * factor;
         place.before |= static_cast<u8>((fraction < reach - 0.5) << axis);
         place.behind |= static_cast<u8>((fraction > 0.5 - reach) << axis);
     }
 
 private:
+    /// Cells are numbered as far as that is exact enough. Beyond, floats are so far apart that only equal ones agree.
+    static constexpr f64 kManyCells = 0x1p50;
+    /// In the low bits of a sum with this number stands the nearest whole number.
+    static constexpr f64 kNearestWhole = 0x1.8p52;
+
     f64 cellsPerUnit;
     f64 reach;
 };
@@ -125,10 +146,7 @@ std::size_t findRecent(const f32* points, std::size_t stride, std::size_t place)
 {
     const f32* point = points + place * stride;
     for (std::size_t back = 1; back <= std::min(kRecent, place); ++back)
-    {
-        const f32* other = point - back * stride;
-        if (other[0] == point[0] && std::memcmp(other, point, stride * sizeof(f32)) == 0) return place - back;
-    }
+        if (isSameVertex(point - back * stride, point, stride)) return place - back;
     return place;
 }
 
@@ -141,7 +159,7 @@ class WeldGrid
 {
 public:
     /// kept  its vertices are looked at from their `findOrAdd` on
-    WeldGrid(const PackedVertices& kept, f32 weldTolerance, const FloatRanges& floatRanges)
+    WeldGrid(PackedVertices& kept, f32 weldTolerance, const FloatRanges& floatRanges)
         : points(kept),
           tolerance(weldTolerance),
           scale(weldTolerance),
@@ -154,15 +172,15 @@ public:
     {
     }
 
-    CellPlace find(const f32* point) const
+    void find(const f32* point, CellPlace& place) const
     {
-        CellPlace place;
         // The fourth float has to agree by its bits, so it belongs to the cell.
-        if (points.getStride() > kBitsFloat) place.key = std::bit_cast<u32>(point[kBitsFloat]) * kBitsFactor;
-        for (std::size_t axis = 0; axis < axes; ++axis)
+        u64 key = points.getStride() > kBitsFloat ? std::bit_cast<u32>(point[kBitsFloat]) * kBitsFactor : 0;
+        const bool isInner = axes == kPlaceAxes && scale.addInner(key, point);
+        place = {key};
+        for (std::size_t axis = 0; !isInner && axis < axes; ++axis)
             scale.add(place, point[axis], axis, kFactors[axis]);
         place.hash = hashOf(place.key);
-        return place;
     }
 
     void prefetch(const CellPlace& place) const
@@ -174,31 +192,53 @@ public:
     /// Whether the point is that of a kept vertex. Then no other agrees with it, as kept ones don't agree.
     bool isKept(u32 vertex, const f32* point) const
     {
-        return vertex != kNoVertex && std::memcmp(points[vertex], point, points.getStride() * sizeof(f32)) == 0;
+        return vertex != kNoVertex && isSameVertex(points[vertex], point, points.getStride());
     }
 
-    /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which stands for the
-    /// point from then on and lies above all that came before.
+    /// The highest vertex in the grid that agrees with a point. When there is none, `candidate`, which lies above all
+    /// that came before: it becomes a copy of the point.
     u32 findOrAdd(const CellPlace& place, const f32* point, u32 candidate)
     {
         CellTable::Cell& cell = cells.find(place.hash);
-        const bool isCrowd = cell.value == kCrowd;
-        const CellPlace inCrowd = isCrowd ? findInCrowd(place.key, point) : CellPlace();
-        u32 best = isCrowd ? searchCrowd(inCrowd, point) : searchPlain(cell, point);
-        if (place.hasNeighbours() && !isKept(best, point))
-            place.forEachNeighbour(kFactors, [&](u64 key) { raise(best, search(key, point)); });
+        if (cell.value == kCrowd) return findOrAddInCrowd(place, point, candidate);
+        u32 best = searchPlain(cell, point);
+        searchAround(place, point, best);
         if (best != kNoVertex) return best;
+        keep(point, candidate);
         if (cell.value != kCrowd)
             insert(cells, cell, place.hash, candidate);
         else
-            insertIntoCrowd(isCrowd ? inCrowd : findInCrowd(place.key, point), candidate);
+            insertIntoCrowd(findInCrowd(place.key, point), candidate);
         return candidate;
+    }
+
+    void keep(const f32* point, u32 candidate)
+    {
+        if (point != points[candidate]) copyVertex(point, points[candidate], points.getStride());
     }
 
 private:
     static void raise(u32& best, u32 found)
     {
         if (found != kNoVertex && (best == kNoVertex || found > best)) best = found;
+    }
+
+    u32 findOrAddInCrowd(const CellPlace& place, const f32* point, u32 candidate)
+    {
+        const CellPlace inCrowd = findInCrowd(place.key, point);
+        u32 best = searchCrowd(inCrowd, point);
+        searchAround(place, point, best);
+        if (best != kNoVertex) return best;
+        keep(point, candidate);
+        insertIntoCrowd(inCrowd, candidate);
+        return candidate;
+    }
+
+    /// Raises `best` to what is found in the cells around the own.
+    void searchAround(const CellPlace& place, const f32* point, u32& best)
+    {
+        if (place.hasNeighbours() && !isKept(best, point))
+            place.forEachNeighbour(kFactors, [&](u64 key) { raise(best, search(key, point)); });
     }
 
     /// In a cell of the first grid.
@@ -278,7 +318,12 @@ private:
             members.push_back(i);
         cell.value = kCrowd;
         for (std::size_t i = members.size(); i-- > 0;)
-            insertIntoCrowd(findInCrowd(find(points[members[i]]).key, points[members[i]]), members[i]);
+        {
+            const f32* point = points[members[i]];
+            CellPlace place;
+            find(point, place);
+            insertIntoCrowd(findInCrowd(place.key, point), members[i]);
+        }
     }
 
     CellPlace findInCrowd(u64 key, const f32* point) const
@@ -290,7 +335,7 @@ private:
         return place;
     }
 
-    const PackedVertices& points;
+    PackedVertices& points;
     const f32 tolerance;
     const CellScale scale;
     const std::size_t axes;
@@ -328,24 +373,27 @@ zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 toler
         for (std::size_t i = 0; i < block; ++i)
         {
             if (wasPacked) __builtin_prefetch(kept[std::min(first + i + kAhead, count - 1)]);
-            recent[i] = findRecent(points, stride, i);
-            places[i] = recent[i] == i ? grid.find(points + i * stride) : places[recent[i]];
-            if (recent[i] == i) grid.prefetch(places[i]);
+            recent[i] = i;
+            recent[i] = recent[findRecent(points, stride, i)];
+            if (recent[i] != i) continue;
+            grid.find(points + i * stride, places[i]);
+            grid.prefetch(places[i]);
         }
         for (std::size_t i = 0; i < block; ++i)
         {
             if (!isUsed[first + i]) continue;
-            const bool isPlaced = !places[i].isNowhere;
+            const f32* const point = points + i * stride;
+            const CellPlace& place = places[recent[i]];
+            const bool isPlaced = !place.isNowhere;
             areAllPlaced &= isPlaced;
-            if (const u32 same = numbers[first + recent[i]]; isPlaced && grid.isKept(same, points + i * stride))
+            if (const u32 same = numbers[first + recent[i]]; isPlaced && grid.isKept(same, point))
             {
                 numbers[first + i] = same;
                 continue;
             }
-            // It takes the place behind those that are kept. When it isn't, that is the next one's place.
-            f32* const point = kept[numKept];
-            if (point != points + i * stride) std::memcpy(point, points + i * stride, stride * sizeof(f32));
-            const u32 number = isPlaced ? grid.findOrAdd(places[i], point, numKept) : numKept;
+            // What is kept closes up behind the others that are.
+            if (!isPlaced) grid.keep(point, numKept);
+            const u32 number = isPlaced ? grid.findOrAdd(place, point, numKept) : numKept;
             numbers[first + i] = number;
             numKept += number == numKept;
         }
