@@ -33,11 +33,14 @@ ChunkMask isWithin(Chunk a, Chunk b, Chunk epsilon)
     return (a == b) | (absolute(a - b) <= epsilon);
 }
 
-/// The axes of a vertex in the first three lanes.
+/// The axes of a vertex, and a zero: bone bytes, as numbers, are so small that their differences take the processor
+/// long.
 Chunk readPosition(const Positions& positions, u32 vertex)
 {
+    constexpr ChunkMask kAxes = {-1, -1, -1, 0};
     const f32* const p = positions[vertex];
-    return positions.width > 3 ? readChunk(p) : readThree(p);
+    if (positions.width == 3) return readThree(p);
+    return std::bit_cast<Chunk>(std::bit_cast<ChunkMask>(readChunk(p)) & kAxes);
 }
 
 /// Without a branch: which axes of a triangle are flat can't be foreseen.
