@@ -88,6 +88,23 @@ zr::vector<f32> uglyPoints(Random& random, std::size_t dimension)
     return points;
 }
 
+/// Meshes that begin with so many vertices far from each other, by their places or their other floats, are welded in
+/// another way. Behind them stand neighbours for some, one each.
+zr::vector<f32> lonePoints(Random& random, std::size_t dimension)
+{
+    constexpr std::size_t kLone = 4096;
+    const bool haveOnePlace = dimension > 4 && random.chance(50);
+    zr::vector<f32> points;
+    for (std::size_t i = 0; i < kLone * dimension; ++i)
+        points.push_back(i % dimension == 3                  ? 0.0f
+                         : haveOnePlace && i % dimension < 3 ? 0.25f
+                                                             : 2.0f + static_cast<f32>(i) * 0.000713f);
+    for (std::size_t i = 0; i < kLone / 8 * dimension; ++i)
+        points.push_back(points[i] + (i % dimension == 3 ? 0.0f : kTolerance * random.between(-1, 1)));
+    if (haveOnePlace && random.chance(30)) points[points.size() - dimension + 4] = kNaN;
+    return points;
+}
+
 TEST(Weld, KeepsWhatTheFullComparisonKeeps)
 {
     for (std::uint64_t seed = 1; seed <= 6000; ++seed)
@@ -95,6 +112,11 @@ TEST(Weld, KeepsWhatTheFullComparisonKeeps)
         Random random(seed);
         const std::size_t dimension = 1 + random.below(12);
         zr::vector<f32> points = uglyPoints(random, dimension);
+        if (seed % 100 == 0)
+        {
+            const zr::vector<f32> lone = lonePoints(random, dimension);
+            points.insert(points.begin(), lone.begin(), lone.end());
+        }
         const f32 tolerance = random.chance(90) ? kTolerance : random.pick({0.0f, 0.5f, 1e-30f});
         zr::vector<u8> isUsed(points.size() / dimension, 1);
         for (unsigned i = random.pick({0u, 3u}); i-- > 0;)
@@ -108,6 +130,10 @@ TEST(Weld, KeepsWhatTheFullComparisonKeeps)
         const PackedVertices& packed = *vertices.getPacked();
         ASSERT_EQ(points.size() * sizeof(f32), packed.size());
         ASSERT_EQ(std::memcmp(points.data(), packed.data(), packed.size()), 0) << "seed " << seed;
+        bool isPlaced = true; // what is nowhere may stand twice
+        for (std::size_t i = 0; i < points.size(); ++i)
+            isPlaced = isPlaced && (i % dimension > 2 || !std::isnan(points[i]));
+        ASSERT_EQ(packed.areDistinct, isPlaced) << "seed " << seed;
     }
 }
 

@@ -1,13 +1,13 @@
 #include "utils/mesh/Weld.h"
 
 #include <algorithm>
-#include <bit>
 #include <memory>
 
 #include "mesh/MeshUtils.h"
+#include "utils/mesh/CellCounts.h"
+#include "utils/mesh/CellPlace.h"
 #include "utils/mesh/CellTable.h"
 #include "utils/mesh/FloatRanges.h"
-#include "utils/mesh/VertexKdTree.h"
 #include <zr/checked.h>
 
 // A grid over the first three floats, hashed into a table of chains of kept vertices. Its cells are many times wider
@@ -20,13 +20,6 @@ namespace model
 {
 namespace
 {
-/// Floats whose cells make the key in the first grid, and in the second one.
-constexpr std::size_t kPlaceAxes = 3;
-constexpr std::size_t kCrowdAxes = 5;
-/// Width of a cell in tolerances.
-constexpr f64 kCellWidth = 50.0;
-/// Where the cells begin, in cells: coordinates are mostly round numbers, which shall not lie at the border of two.
-constexpr f64 kCellOffset = 0.381966011250105;
 constexpr u32 kLongestChain = 32;
 /// Marks a table entry that names a tree, or is the one of a crowd; such counts of vertices don't fit any memory.
 constexpr u32 kTreeFlag = 0x80000000u;
@@ -36,110 +29,12 @@ constexpr std::size_t kBlock = 128;
 /// How far back the same vertex is looked for first: the triangles of a mesh without shared vertices mostly share some
 /// of their corners with the one before.
 constexpr std::size_t kRecent = 4;
+/// Vertices by which the kind of a mesh is told.
+constexpr std::size_t kSample = 1024;
+/// A mesh of lone vertices has at least so many for each that shares its cell.
+constexpr std::size_t kLonePerShared = 4;
 /// As far ahead a vertex is asked for: the table's random accesses keep the processor from doing so by itself.
 constexpr std::size_t kAhead = 64;
-
-/// Odd numbers without a pattern, by which the coordinates of a cell go into its key.
-constexpr u64 kFactors[kPlaceAxes + kCrowdAxes] = {0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu, 0x165667B19E3779F9u,
-                                                   0xD6E8FEB86659FD93u, 0xA0761D6478BD642Fu, 0xE7037ED1A0B428DBu,
-                                                   0x8EBC6AF09C88C6E3u, 0x589965CC75374CC3u};
-constexpr u64 kBitsFactor = 0x27D4EB2F165667C5u;
-
-u32 hashOf(u64 key)
-{
-    key = (key ^ (key >> 32)) * 0xD6E8FEB86659FD93u;
-    return static_cast<u32>((key ^ (key >> 29)) * kFactors[0] >> 32);
-}
-
-/// The cell in which some floats of a vertex lie.
-struct CellPlace
-{
-    u64 key = 0;
-    /// Of the key, when the place is complete.
-    u32 hash = 0;
-    /// One of the floats is NaN.
-    bool isNowhere = false;
-    /// A bit for each axis on which the cell before, or the one behind, lies within reach.
-    u8 before = 0;
-    u8 behind = 0;
-
-    bool hasNeighbours() const { return (before | behind) != 0; }
-
-    /// Calls `function` with the key of each cell besides the own that lies within reach.
-    template <class Function>
-    void forEachNeighbour(const u64* factors, Function function) const
-    {
-        u64 keys[1 << kCrowdAxes];
-        keys[0] = key;
-        std::size_t count = 1;
-        for (std::size_t axis = 0; (before | behind) >> axis != 0; ++axis)
-        {
-            if (!((before | behind) >> axis & 1)) continue;
-            const u64 step = before >> axis & 1 ? u64{0} - factors[axis] : factors[axis];
-            for (std::size_t i = 0; i < count; ++i)
-                keys[count + i] = keys[i] + step;
-            count *= 2;
-        }
-        for (std::size_t i = 1; i < count; ++i)
-            function(keys[i]);
-    }
-};
-
-/// Cells of one width along any float.
-class CellScale
-{
-public:
-    explicit CellScale(f32 tolerance)
-        : cellsPerUnit(1.0 / (kCellWidth * std::max(static_cast<f64>(tolerance), 1e-30))),
-          // A little more than the tolerance, for what rounding hides; in cells.
-          reach(static_cast<f64>(tolerance) * cellsPerUnit * 1.0001)
-    {
-    }
-
-    /// `add` of the first axes to the key of a place, without a branch on any of them. False, with nothing added, when
-    /// there is more to say: a float is large or NaN, or another cell within reach.
-    bool addInner(u64& key, const f32* point) const
-    {
-        bool isInner = true;
-        u64 sum = key;
-        for (std::size_t axis = 0; axis < kPlaceAxes; ++axis)
-        {
-            const f64 x = static_cast<f64>(point[axis]) * cellsPerUnit + kCellOffset;
-            const f64 whole = x + kNearestWhole;
-            sum += std::bit_cast<u64>(whole) * kFactors[axis];
-            isInner &= std::abs(x) < kManyCells;
-            isInner &= std::abs(x - (whole - kNearestWhole)) <= 0.5 - reach;
-        }
-        key = isInner ? sum : key;
-        return isInner;
-    }
-
-    /// Adds a float to a place, as the coordinate on one of its axes.
-    void add(CellPlace& place, f32 coordinate, std::size_t axis, u64 factor) const
-    {
-        const f64 x = static_cast<f64>(coordinate) * cellsPerUnit + kCellOffset;
-        if (!(std::abs(x) < kManyCells))
-        {
-            place.isNowhere |= std::isnan(x);
-            place.key += (u64{std::bit_cast<u32>(coordinate)} << 32) * factor;
-            return;
-        }
-        const f64 sum = x + kNearestWhole;
-        const f64 fraction = x - (sum - kNearestWhole);
-        place.key += std::bit_cast<u64>(sum) * factor;
-        place.before |= static_cast<u8>((fraction < reach - 0.5) << axis);
-        place.behind |= static_cast<u8>((fraction > 0.5 - reach) << axis);
-    }
-
-private:
-    /// Cells are numbered as far as that is exact enough. Beyond, floats are so far apart that only equal ones agree.
-    static constexpr f64 kManyCells = 0x1p50;
-    /// In the low bits of a sum with this number stands the nearest whole number.
-    static constexpr f64 kNearestWhole = 0x1.8p52;
-
-    f64 cellsPerUnit;
-    f64 reach;
-};
 
 /// The nearest of the last vertices before the one at `place` in a block that has the same bytes; `place` for none.
 std::size_t findRecent(const f32* points, std::size_t stride, std::size_t place)
@@ -159,30 +54,20 @@ class WeldGrid
 {
 public:
     /// kept  its vertices are looked at from their `findOrAdd` on
-    WeldGrid(PackedVertices& kept, f32 weldTolerance, const FloatRanges& floatRanges)
-        : points(kept),
+    WeldGrid(PackedVertices& kept, f32 weldTolerance, const FloatRanges& floatRanges, std::size_t expectedCells)
+        : finder(weldTolerance, kept.getStride()),
+          points(kept),
           tolerance(weldTolerance),
           scale(weldTolerance),
-          axes(std::min(points.getStride(), kPlaceAxes)),
           ranges(floatRanges),
-          cells(points.getCount() / 2),
+          cells(expectedCells),
           parts(0),
           next(static_cast<u32*>(zr_malloc(points.getCount() * sizeof(u32)))),
           tree(points, next.get(), weldTolerance, ranges)
     {
     }
 
-    void find(const f32* point, CellPlace& place) const
-    {
-        // The fourth float has to agree by its bits, so it belongs to the cell.
-        u64 key = points.getStride() > kBitsFloat ? std::bit_cast<u32>(point[kBitsFloat]) * kBitsFactor : 0;
-        const bool isInner = axes == kPlaceAxes && scale.addInner(key, point);
-        place = {key};
-        for (std::size_t axis = 0; !isInner && axis < axes; ++axis)
-            scale.add(place, point[axis], axis, kFactors[axis]);
-        place.hash = hashOf(place.key);
-    }
-
+    void prefetch(u32 hash) const { cells.prefetch(hash); }
     void prefetch(const CellPlace& place) const
     {
         cells.prefetch(place.hash);
@@ -216,6 +101,8 @@ public:
     {
         if (point != points[candidate]) copyVertex(point, points[candidate], points.getStride());
     }
+
+    const CellFinder finder;
 
 private:
     static void raise(u32& best, u32 found)
@@ -321,7 +208,7 @@ private:
         {
             const f32* point = points[members[i]];
             CellPlace place;
-            find(point, place);
+            finder.find(point, place);
             insertIntoCrowd(findInCrowd(place.key, point), members[i]);
         }
     }
@@ -338,7 +225,6 @@ private:
     PackedVertices& points;
     const f32 tolerance;
     const CellScale scale;
-    const std::size_t axes;
     const FloatRanges& ranges;
     zr::vector<u32> crowdAxes;
     CellTable cells;
@@ -346,9 +232,132 @@ private:
     std::unique_ptr<u32[], Free> next;
     VertexKdTree tree;
 };
-} // namespace
+/// Whether hardly any vertex shares a cell with another, by the first ones.
+bool areMostlyLone(const Vertices& vertices, const CellFinder& finder)
+{
+    if (vertices.getVertexCount() < 4 * kSample) return false;
+    const std::size_t stride = vertices.getStride();
+    zr::vector<f32> points(kSample * stride);
+    vertices.interleaveInto(points.data(), 0, kSample);
+    CellCounts counts(kSample);
+    zr::vector<CellPlace> places(kSample);
+    for (std::size_t i = 0; i < kSample; ++i)
+    {
+        finder.find(&points[i * stride], places[i]);
+        counts.touch(places[i].hash);
+    }
+    const auto isShared = [&counts](const CellPlace& place) { return place.isAnywhere || counts.isShared(place.hash); };
+    return std::count_if(places.begin(), places.end(), isShared) < std::ptrdiff_t{kSample / kLonePerShared};
+}
 
-zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 tolerance)
+/// The weld of a mesh in which few vertices have others near them. A first walk counts how often each cell is touched:
+/// by the vertices in it, and by those within reach of it. Of two that agree each touches the other's cell, so a vertex
+/// whose cell no other touches is kept as it is. Only the rest go through the grid, and only they are in it.
+class LoneWeld
+{
+public:
+    LoneWeld(Vertices& vertices, const zr::vector<u8>& usedVertices, f32 tolerance, const CellFinder& cellFinder)
+        : isUsed(usedVertices),
+          finder(cellFinder),
+          points(*vertices.pack()),
+          ranges(vertices),
+          grid(points, tolerance, ranges, points.getCount() / 8),
+          counts(points.getCount()),
+          notes(points.getCount())
+    {
+    }
+
+    /// The walk ahead. False when it has met too many that share their cells: then this weld doesn't pay.
+    bool touchAll()
+    {
+        CellPlace places[kBlock];
+        std::size_t numShared = 0;
+        for (std::size_t first = 0; first < points.getCount(); first += kBlock)
+        {
+            const std::size_t block = std::min(kBlock, points.getCount() - first);
+            for (std::size_t i = 0; i < block; ++i)
+            {
+                __builtin_prefetch(points[std::min(first + i + kAhead, points.getCount() - 1)]);
+                finder.find(points[first + i], places[i]);
+                counts.prefetch(places[i].hash);
+            }
+            for (std::size_t i = 0; i < block; ++i)
+            {
+                notes[first + i] = places[i].isNowhere ? kNowhere : places[i].hash & ~kNowhere;
+                if (!isUsed[first + i] || places[i].isNowhere) continue;
+                if (places[i].isAnywhere) return false;
+                numShared += touch(places[i]);
+            }
+            if (numShared > kSample / kLonePerShared + first / kLonePerShared) return false;
+        }
+        return true;
+    }
+
+    /// Returns the new numbers.
+    zr::vector<u32> run()
+    {
+        for (std::size_t i = 0; i < notes.size(); ++i)
+        {
+            prefetch(i);
+            const u32 note = std::exchange(notes[i], kDropped);
+            if (!isUsed[i]) continue;
+            notes[i] = findOrKeep(points[i], note);
+            numKept += notes[i] == numKept;
+        }
+        if (numKept != points.getCount()) points.shrink(numKept);
+        points.areDistinct = areAllPlaced; // what has the same bytes agrees, unless it is nowhere
+        return std::move(notes);
+    }
+
+private:
+    bool touch(const CellPlace& place)
+    {
+        if (place.hasNeighbours()) place.forEachNeighbour(kFactors, [this](u64 key) { counts.touch(hashOf(key)); });
+        return counts.touch(place.hash);
+    }
+
+    u32 findOrKeep(const f32* point, u32 note)
+    {
+        areAllPlaced &= (note & kNowhere) == 0;
+        if (!mayHaveOthers(note))
+        {
+            grid.keep(point, numKept);
+            return numKept;
+        }
+        CellPlace place;
+        grid.finder.find(point, place);
+        return grid.findOrAdd(place, point, numKept);
+    }
+
+    bool mayHaveOthers(u32 note) const { return (note & kNowhere) == 0 && counts.isShared(note); }
+
+    /// What the vertices behind this one will ask for.
+    void prefetch(std::size_t i) const
+    {
+        const std::size_t last = notes.size() - 1;
+        counts.prefetch(notes[std::min(i + 2 * kAhead, last)]);
+        const std::size_t ahead = std::min(i + kAhead, last);
+        if (!mayHaveOthers(notes[ahead])) return;
+        __builtin_prefetch(points[ahead]);
+        grid.prefetch(notes[ahead]);
+    }
+
+    static constexpr u32 kNowhere = 1;
+
+    const zr::vector<u8>& isUsed;
+    const CellFinder finder;
+    PackedVertices& points;
+    const FloatRanges ranges;
+    WeldGrid grid;
+    CellCounts counts;
+    /// Of each vertex the hash of its cell but for the lowest bit, or `kNowhere`; in the end its number.
+    zr::vector<u32> notes;
+    u32 numKept = 0;
+    bool areAllPlaced = true;
+};
+
+/// The weld of any mesh: each vertex looks for those before it.
+zr::vector<u32> weldAll(Vertices& vertices, const zr::vector<u8>& isUsed, f32 tolerance)
 {
     const std::size_t count = vertices.getVertexCount();
     const std::size_t stride = vertices.getStride();
@@ -359,7 +368,7 @@ zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 toler
     zr::vector<f32> packedBlock(wasPacked ? 0 : kBlock * stride);
 
     const FloatRanges ranges(vertices);
-    WeldGrid grid(kept, tolerance, ranges);
+    WeldGrid grid(kept, tolerance, ranges, count / 2);
     zr::vector<u32> numbers(count, kDropped);
     CellPlace places[kBlock];
     std::size_t recent[kBlock];
@@ -376,7 +385,7 @@ zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 toler
             recent[i] = i;
             recent[i] = recent[findRecent(points, stride, i)];
             if (recent[i] != i) continue;
-            grid.find(points + i * stride, places[i]);
+            grid.finder.find(points + i * stride, places[i]);
             grid.prefetch(places[i]);
         }
         for (std::size_t i = 0; i < block; ++i)
@@ -402,6 +411,20 @@ zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 toler
     kept.areDistinct = areAllPlaced; // what has the same bytes agrees, unless it is nowhere
     if (!wasPacked) vertices.setPacked(std::move(ofAttributes));
     return numbers;
+}
+} // namespace
+
+zr::vector<u32> weld(Vertices& vertices, const zr::vector<u8>& isUsed, f32 tolerance)
+{
+    // Where places are shared, as in a mesh of flat triangles, it may be that no vertex shares its other floats, too.
+    for (const std::size_t others : {std::size_t{0}, kCrowdAxes})
+    {
+        const CellFinder finder(tolerance, vertices.getStride(), others);
+        if (!areMostlyLone(vertices, finder)) continue;
+        LoneWeld lone(vertices, isUsed, tolerance, finder);
+        if (lone.touchAll()) return lone.run();
+    }
+    return weldAll(vertices, isUsed, tolerance);
 }
 
 u32 weldVertices(Vertices& vertices, Indices& indices, f32 tolerance)
