@@ -226,13 +226,13 @@ void Vertices::resolveSources() const
         for (const VertexSource::Part& part : source.parts)
         {
             Attribute& attribute = attributes[part.semantic];
-            copyPart(&attribute.data[std::size_t{source.first} * attribute.stride], attribute.stride, part, 0,
+            copyPart(attribute.data.data() + std::size_t{source.first} * attribute.stride, attribute.stride, part, 0,
                      source.count);
         }
         for (auto& [semantic, attribute] : attributes)
             if (const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic))
                 for (const VertexMove& move : source.moves)
-                    moving(&attribute.data[std::size_t{source.first} * attribute.stride], attribute.stride,
+                    moving(attribute.data.data() + std::size_t{source.first} * attribute.stride, attribute.stride,
                            source.count, move);
     }
 }
