@@ -189,6 +189,14 @@ TEST(OptimizeVertexCache, OrdersPiecesAsOneCallOrdersThemAll)
     }
 }
 
+/// As the blocks of a script fill a mesh.
+void shareArrays(Vertices& vertices)
+{
+    const Vertices plain = std::exchange(vertices, {});
+    for (const auto& [semantic, attribute] : plain.getAttributes())
+        vertices.share(semantic, attribute.stride, attribute.stride, attribute.data);
+}
+
 /// What a script can make of a mesh, in few places: all kinds of vertices that agree, degenerate triangles, vertices of
 /// no triangle, and now and then attributes or indices that don't go together.
 void fill(Vertices& vertices, Indices& indices, Random& random)
@@ -206,7 +214,10 @@ void fill(Vertices& vertices, Indices& indices, Random& random)
             std::copy_n(&attribute.data[0], attribute.stride, &attribute.data[random.below(count) * attribute.stride]);
     if (count && random.chance(5)) vertices.getAttributes().rbegin()->second.data.pop_back();
     if (random.chance(5)) vertices.erase(0);
-    if (vertices.isConsistent() && random.chance(50)) vertices.pack();
+    if (vertices.isConsistent() && random.chance(33))
+        vertices.pack();
+    else if (vertices.isConsistent() && random.chance(50))
+        shareArrays(vertices);
 
     const unsigned numIndices = 3 * random.below(2 * count + 1) + (random.chance(5) ? 2 : 0);
     for (unsigned i = 0; i < numIndices; ++i)
@@ -219,13 +230,19 @@ ObjectPtr<RootNode> randomMeshes(std::uint64_t seed)
 {
     Random random(seed);
     const auto root = create<RootNode>();
+    const BaseMeshRenderNode* last = nullptr;
     for (unsigned i = 1 + random.below(12); i-- > 0;)
     {
         const auto render = create<BaseRenderNode>(
             random.pick({"model::RenderNode", "model::NumberNode", "model::SkinNode", "model::FakeOmniLightsNode"}));
         const auto shell =
             create<BaseShellNode>(random.pick({"model::ShellNode", "model::ShellSkinNode", "model::SegmentsNode"}));
-        if (auto* mesh = render->asMesh()) fill(mesh->vertices, mesh->indices, random);
+        if (auto* mesh = render->asMesh())
+        {
+            fill(mesh->vertices, mesh->indices, random);
+            if (last && random.chance(20)) mesh->vertices = last->vertices; // the same arrays, where they are shared
+            last = mesh;
+        }
         if (auto* mesh = dynamic_cast<MeshShellNode*>(shell.get())) fill(mesh->vertices, mesh->indices, random);
         root->renderNodes.push_back(render);
         root->shellNodes.push_back(shell);
