@@ -148,8 +148,9 @@ void turnDirections(f32* vertex, std::size_t stride, std::size_t count, const Ve
     }
 }
 
-Moving movingOf(i32 semantic)
+Moving movingOf(i32 semantic, u32 stride)
 {
+    if (stride < 3) return nullptr;
     switch (semantic)
     {
     case kPosition0:

@@ -26,6 +26,6 @@ void turnDirections(f32* first, std::size_t stride, std::size_t count, const Ver
 /// What a move does with an attribute.
 using Moving = void (*)(f32* first, std::size_t stride, std::size_t count, const VertexMove& move);
 
-/// By the semantic of an attribute; null for what no matrix moves. Only attributes of three floats or more are moved.
-Moving movingOf(i32 semantic);
+/// By the semantic of an attribute; null for what no matrix moves, and for fewer than three floats a vertex.
+Moving movingOf(i32 semantic, u32 stride);
 } // namespace model

@@ -108,7 +108,7 @@ std::span<const f32> Vertices::floatsOf(i32 semantic) const
 {
     const auto found = attributes.find(semantic);
     if (found == attributes.end()) return {};
-    const bool isMoved = movingOf(semantic) && isSharing() && !sources.front().moves.empty();
+    const bool isMoved = movingOf(semantic, found->second.stride) && isSharing() && !sources.front().moves.empty();
     if (sources.size() == 1 && !isMoved)
         for (const VertexSource::Part& part : sources.front().parts)
             if (part.semantic == semantic && part.width == found->second.stride)
@@ -195,7 +195,7 @@ void Vertices::movePacked(f32* floats, std::size_t count, const zr::vector<Verte
     const std::size_t stride = getStride();
     for (const auto& [semantic, attribute] : attributes)
     {
-        if (const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic))
+        if (const Moving moving = movingOf(semantic, attribute.stride))
             for (const VertexMove& move : moves)
                 moving(floats, stride, count, move);
         floats += attribute.stride;
@@ -230,7 +230,7 @@ void Vertices::resolveSources() const
                      source.count);
         }
         for (auto& [semantic, attribute] : attributes)
-            if (const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic))
+            if (const Moving moving = movingOf(semantic, attribute.stride))
                 for (const VertexMove& move : source.moves)
                     moving(attribute.data.data() + std::size_t{source.first} * attribute.stride, attribute.stride,
                            source.count, move);

@@ -26,7 +26,7 @@ void moveVertices(Vertices::Attributes& attributes, const zr::small_vector<Run, 
 {
     for (auto& [semantic, attribute] : attributes)
     {
-        const Moving moving = attribute.stride < 3 ? nullptr : movingOf(semantic);
+        const Moving moving = movingOf(semantic, attribute.stride);
         const std::size_t count = attribute.count();
         for (const Run& run : runs)
             if (moving && run.first < count)

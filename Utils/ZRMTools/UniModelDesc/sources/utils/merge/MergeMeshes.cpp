@@ -1,5 +1,7 @@
 #include "utils/merge/MergeMeshes.h"
 
+#include <algorithm>
+
 #include <parallel_hashmap/phmap.h>
 
 #include "base/ObjectRegistry.h"
@@ -55,8 +57,7 @@ public:
         const u32 entry = addEntry(member);
         firstVertex = endVertex;
         endVertex += member.vertices.getVertexCount();
-        for (const u32 index : member.indices.indices)
-            indices.indices.push_back(index + firstVertex);
+        addIndices(member.indices.indices);
         if (isPacked)
             pack(member.vertices, entry, isFirst);
         else
@@ -84,6 +85,14 @@ public:
     void moveTo(RenderNode& node) { node.setGeometry(std::move(vertices), std::move(indices), std::move(entries)); }
 
 private:
+    void addIndices(const zr::vector<u32>& added)
+    {
+        zr::vector<u32>& list = indices.indices;
+        list.resize(list.size() + added.size());
+        std::transform(added.begin(), added.end(), list.end() - static_cast<std::ptrdiff_t>(added.size()),
+                       [this](u32 index) { return index + firstVertex; });
+    }
+
     void pack(const Vertices& member, u32 entry, bool isFirst)
     {
         member.interleaveInto((*vertices.pack())[firstVertex]);

@@ -14,7 +14,7 @@ constexpr u32 kDropped = 0xFFFFFFFFu;
 ///
 /// A NaN among the first three floats agrees with nothing; among the others it agrees with any value.
 ///
-/// vertices   consistent, at least one, in either form; packed afterwards: what is kept, in its order
+/// vertices   consistent, at least one, in any form; packed afterwards: what is kept, in its order
 /// isUsed     of each vertex, not 0 for what takes part
 /// tolerance  finite, not negative
 /// returns    the new number of each vertex, that of the one that takes it for a welded one
